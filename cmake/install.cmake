@@ -1,0 +1,31 @@
+# What `cmake --install` lays down: the library, its headers, and the files by which CMake and pkg-config find it.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kqsupport)
+
+install(TARGETS kqsupport EXPORT kqsupport
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/include/kqsupport_export.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
+foreach(folder osrelease inistore xml console)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development FILES_MATCHING PATTERN "*.h")
+endforeach()
+
+install(EXPORT kqsupport NAMESPACE kqsupport:: FILE kqsupport-targets.cmake
+  DESTINATION ${package_dir} COMPONENT development)
+configure_package_config_file(cmake/kqsupport-config.cmake.in ${PROJECT_BINARY_DIR}/kqsupport-config.cmake
+  INSTALL_DESTINATION ${package_dir})
+# Below 1.0 a minor version may break a client, so only the same minor version answers.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kqsupport-config-version.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/kqsupport-config.cmake ${PROJECT_BINARY_DIR}/kqsupport-config-version.cmake
+  DESTINATION ${package_dir} COMPONENT development)
+
+# The .pc file finds the prefix from where it lies itself, so `cmake --install --prefix` may put the tree anywhere.
+file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+file(RELATIVE_PATH pc_libdir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
+file(RELATIVE_PATH pc_includedir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+configure_file(cmake/kqsupport.pc.in ${PROJECT_BINARY_DIR}/kqsupport.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kqsupport.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

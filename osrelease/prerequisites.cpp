@@ -1,0 +1,119 @@
+#include "osrelease/osrelease.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+namespace {
+
+struct Family
+{
+    bool (COSRelease::*holds)();
+    bool (COSRelease::*installed)(std::string const& package);
+    const char* heading;
+    const char* installCommand;
+    // Package names, separated by single spaces.
+    const char* base;
+    const char* display;
+    const char* glu;
+};
+
+// The first family that holds is taken. SUSE stands before RPM, since every SUSE release is RPM-based as well.
+constexpr Family families[] = {
+    {&COSRelease::SuseBased, &COSRelease::RpmInstalled,
+        "Please install the missing prerequisite RPMs needed by Zentrak...\n", "sudo zypper install",
+        "binutils libgthread-2_0-0",
+        "libxcb1 libX11-xcb1 libxcb-util1 libxcb-cursor0 libxcb-icccm4 libxcb-shape0 libxcb-image0 libxcb-keysyms1 "
+        "libxcb-render-util0 libxcb-xinerama0 libxcb-xkb1 libxkbcommon-x11-0",
+        "libGLU1"},
+    {&COSRelease::RpmBased, &COSRelease::RpmInstalled,
+        "Please install the missing prerequisite RPMs needed by Zentrak...\n", "sudo dnf install", "binutils",
+        "libxcb libX11-xcb xcb-util xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-wm xcb-util-keysyms",
+        "mesa-libGLU"},
+    {&COSRelease::DebBased, &COSRelease::DebInstalled,
+        "Please install the missing prerequisite DEBs needed by Zentrak...\n", "sudo apt install", "binutils",
+        "libxcb1 libx11-xcb1 libxcb-util1 libxcb-cursor0 libxcb-icccm4 libxcb-image0 libxcb-keysyms1 "
+        "libxcb-render-util0 libxcb-xinerama0 libxcb-xkb1 libxkbcommon-x11-0",
+        "libglu1-mesa"},
+    {&COSRelease::PacmanBased, &COSRelease::PacmanInstalled,
+        "Please install the missing prerequisite Pacmans needed by Zentrak...\n", "sudo pacman -S", "binutils",
+        "libxcb xcb-util xcb-util-cursor xcb-util-image xcb-util-renderutil xcb-util-wm xcb-util-keysyms xcb-proto",
+        "glu"},
+};
+
+const Family* familyOf(COSRelease& os)
+{
+    const auto family =
+        std::find_if(std::begin(families), std::end(families), [&](const Family& f) { return (os.*f.holds)(); });
+    return family == std::end(families) ? nullptr : family;
+}
+
+struct Answer
+{
+    std::string missing; // separated by single spaces
+    bool anyInstalled = false;
+};
+
+void append(std::string& list, const std::string& words)
+{
+    if (!list.empty() && !words.empty())
+        list += ' ';
+    list += words;
+}
+
+Answer query(COSRelease& os, const Family& family, const char* list)
+{
+    std::vector<std::string> packages;
+    COSRelease::SplitLine(list, packages, ' ');
+
+    Answer answer;
+    for (const std::string& package : packages) {
+        if ((os.*family.installed)(package))
+            answer.anyInstalled = true;
+        else
+            append(answer.missing, package);
+    }
+    return answer;
+}
+
+std::string missingPackages(COSRelease& os, const Family& family)
+{
+    std::string missing = query(os, family, family.base).missing;
+    // A machine without a single display package has no graphical front end to serve: only the base list counts there.
+    const Answer display = query(os, family, family.display);
+    if (display.anyInstalled) {
+        append(missing, display.missing);
+        append(missing, query(os, family, family.glu).missing);
+    }
+    return missing;
+}
+
+void askToInstall(const Family& family, const std::string& missing)
+{
+    std::printf("%s\n    %s %s\n\n", family.heading, family.installCommand, missing.c_str());
+    std::fputs("After installing prerequisites [Press \"Enter\" key to continue]", stdout);
+    // The prompt has no line end, and a pipe or a full buffer would hold it back until after the wait.
+    std::fflush(stdout);
+}
+
+void waitForEnter()
+{
+    char line[256];
+    [[maybe_unused]] const char* const ignored = std::fgets(line, sizeof line, stdin);
+}
+
+} // namespace
+
+void COSRelease::CheckPrerequisites(int argc, char** argv)
+{
+    auto* const os = new COSRelease(argc, argv); // never deleted, on purpose: it lives as long as the process
+    const Family* const family = familyOf(*os);
+    if (!family)
+        return;
+
+    const std::string missing = missingPackages(*os, *family);
+    if (missing.empty())
+        return;
+    askToInstall(*family, missing);
+    waitForEnter();
+}

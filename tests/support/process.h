@@ -1,0 +1,26 @@
+#ifndef KQSUPPORT_TESTS_PROCESS_H
+#define KQSUPPORT_TESTS_PROCESS_H
+
+#include <string>
+#include <vector>
+
+/// How a program ended and what it said.
+struct Finished
+{
+    int status = -1; ///< exit status, or 128 plus the signal that ended it
+    std::string out;
+    std::string err;
+};
+
+/// How to start a program, beyond its arguments.
+struct Start
+{
+    std::string input;                    ///< its standard input, then end of file
+    std::vector<std::string> environment; ///< NAME=VALUE, added to ours
+    std::string directory;                ///< working directory; ours when empty
+};
+
+/// Runs a program to its end. `arguments[0]` is looked up on the path.
+Finished run(const std::vector<std::string>& arguments, const Start& start = {});
+
+#endif

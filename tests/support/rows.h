@@ -1,0 +1,20 @@
+#ifndef KQSUPPORT_TESTS_ROWS_H
+#define KQSUPPORT_TESTS_ROWS_H
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+/// Names the cases of a parameterised test after their rows: every row type has a `name` of letters, digits and '_'.
+inline constexpr auto rowName = [](const auto& info) { return std::string(info.param.name); };
+
+/// For what a machine may not allow (a namespace, a tool). Says why the test skips; on the CI machine nothing may skip,
+/// so there it fails.
+#define SKIP_OR_FAIL(reason)                                                                                           \
+    do {                                                                                                               \
+        if (std::getenv("CI"))                                                                                         \
+            GTEST_FAIL() << (reason);                                                                                  \
+        GTEST_SKIP() << (reason);                                                                                      \
+    } while (false)
+
+#endif

@@ -1,0 +1,208 @@
+#include "osrelease/osrelease.h"
+
+#include "commandline.h"
+#include "standins.h"
+#include "support/capture.h"
+#include "support/files.h"
+#include "support/rows.h"
+
+#include <cstdlib>
+#include <sys/stat.h>
+#include <type_traits>
+#include <unistd.h>
+
+namespace {
+
+using Query = bool (COSRelease::*)(std::string const&);
+static_assert(std::is_same_v<decltype(&COSRelease::RpmInstalled), Query>);
+static_assert(std::is_same_v<decltype(&COSRelease::DebInstalled), Query>);
+static_assert(std::is_same_v<decltype(&COSRelease::PacmanInstalled), Query>);
+
+COSRelease anyRelease()
+{
+    CommandLine line({"zk_install", "--distrib", "arch"});
+    return {line.argc(), line.argv()};
+}
+
+struct Tool
+{
+    const char* name;
+    Query installed;
+    std::string commandForBinutils;
+};
+
+void PrintTo(const Tool& tool, std::ostream* out)
+{
+    *out << tool.name;
+}
+
+const Tool tools[] = {
+    {"rpm", &COSRelease::RpmInstalled, "rpm -q --quiet binutils >/dev/null 2>&1"},
+    {"dpkg", &COSRelease::DebInstalled, "dpkg-query -W -f='${Status}' binutils 2>/dev/null | grep -q 'ok installed'"},
+    {"pacman", &COSRelease::PacmanInstalled, "pacman -Qiq binutils >/dev/null 2>&1"},
+};
+
+class PackageQuery : public testing::TestWithParam<Tool>
+{
+protected:
+    void TearDown() override { standin::reset(); }
+
+    bool answerTo(int waitStatus)
+    {
+        standin::shell([=](const std::string&) { return waitStatus; });
+        return (os.*GetParam().installed)("binutils");
+    }
+
+    COSRelease os = anyRelease();
+};
+
+TEST_P(PackageQuery, runs_one_command_line)
+{
+    EXPECT_TRUE(answerTo(0));
+    EXPECT_EQ(standin::commands(), std::vector<std::string>{GetParam().commandForBinutils});
+}
+
+TEST_P(PackageQuery, asks_again_every_time)
+{
+    standin::shell([](const std::string&) { return 0; });
+    (os.*GetParam().installed)("binutils");
+    (os.*GetParam().installed)("binutils");
+    EXPECT_EQ(standin::commands().size(), 2U);
+}
+
+TEST_P(PackageQuery, puts_the_name_in_unquoted)
+{
+    standin::shell([](const std::string&) { return 0; });
+    (os.*GetParam().installed)("two words; $x");
+    std::string expected = GetParam().commandForBinutils;
+    expected.replace(expected.find("binutils"), 8, "two words; $x");
+    EXPECT_EQ(standin::commands(), std::vector<std::string>{expected});
+}
+
+TEST_P(PackageQuery, reads_and_changes_no_field)
+{
+    os.m_id = "id";
+    answerTo(0);
+    EXPECT_EQ(os.m_id, "id");
+    EXPECT_EQ(os.m_error, "");
+    EXPECT_EQ(os.m_versionId, "0.0");
+}
+
+TEST_P(PackageQuery, every_exit_status_but_zero_is_absent)
+{
+    EXPECT_TRUE(answerTo(0));
+    for (int status = 1; status < 256; ++status)
+        EXPECT_FALSE(answerTo(status << 8)) << "exit status " << status;
+}
+
+TEST_P(PackageQuery, command_ended_by_a_signal_is_installed)
+{
+    for (int signal = 1; signal < 128; ++signal) {
+        EXPECT_TRUE(answerTo(signal)) << "signal " << signal;
+        EXPECT_TRUE(answerTo(signal | 0x80)) << "signal " << signal << " with a core";
+    }
+}
+
+TEST_P(PackageQuery, no_shell_is_absent)
+{
+    EXPECT_FALSE(answerTo(-1));
+}
+
+TEST_P(PackageQuery, bits_above_the_status_do_not_count)
+{
+    EXPECT_TRUE(answerTo(0x10000));
+}
+
+INSTANTIATE_TEST_SUITE_P(Tools, PackageQuery, testing::ValuesIn(tools), rowName);
+
+// The real shell, with programs on the path in the tools' place that note how they were called.
+class QueryThroughTheShell : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        setenv("PATH", (dir.path() + ":/usr/bin:/bin").c_str(), 1);
+        setenv("CALLS", (dir / "calls").c_str(), 1);
+    }
+    void TearDown() override { setenv("PATH", savedPath.c_str(), 1); }
+
+    void toolIs(const char* tool, const std::string& script)
+    {
+        const std::string path = dir / tool;
+        writeFile(
+            path, "#!/bin/sh\n{ printf '%s' \"${0##*/}\"; printf ' [%s]' \"$@\"; echo; } >>\"$CALLS\"\n" + script);
+        chmod(path.c_str(), 0700);
+    }
+    std::string calls() const { return readFile(dir / "calls"); }
+
+    std::string savedPath = std::getenv("PATH");
+    TempDir dir;
+    COSRelease os = anyRelease();
+};
+
+TEST_F(QueryThroughTheShell, rpm_is_called_once_with_these_arguments)
+{
+    toolIs("rpm", "exit 0\n");
+    EXPECT_TRUE(os.RpmInstalled("binutils"));
+    EXPECT_EQ(calls(), "rpm [-q] [--quiet] [binutils]\n");
+}
+
+TEST_F(QueryThroughTheShell, dpkg_query_is_called_once_with_these_arguments)
+{
+    toolIs("dpkg-query", "printf 'install ok installed'\n");
+    EXPECT_TRUE(os.DebInstalled("binutils"));
+    EXPECT_EQ(calls(), "dpkg-query [-W] [-f=${Status}] [binutils]\n");
+}
+
+TEST_F(QueryThroughTheShell, pacman_is_called_once_with_these_arguments)
+{
+    toolIs("pacman", "exit 0\n");
+    EXPECT_TRUE(os.PacmanInstalled("binutils"));
+    EXPECT_EQ(calls(), "pacman [-Qiq] [binutils]\n");
+}
+
+TEST_F(QueryThroughTheShell, dpkg_status_words_decide_whatever_the_exit_status)
+{
+    toolIs("dpkg-query", "printf 'install ok installed'; exit 1\n");
+    EXPECT_TRUE(os.DebInstalled("binutils"));
+    toolIs("dpkg-query", "printf 'deinstall ok config-files'; exit 0\n");
+    EXPECT_FALSE(os.DebInstalled("binutils"));
+    toolIs("dpkg-query", "printf 'install ok half-installed'; exit 0\n");
+    EXPECT_FALSE(os.DebInstalled("binutils"));
+}
+
+TEST_F(QueryThroughTheShell, shell_ended_by_a_signal_is_installed)
+{
+    // The name is interpreted by the shell, so it can make the shell end itself.
+    const std::string name = "x; kill -KILL $$ #";
+    EXPECT_TRUE(os.RpmInstalled(name));
+    EXPECT_TRUE(os.DebInstalled(name));
+    EXPECT_TRUE(os.PacmanInstalled(name));
+}
+
+TEST_F(QueryThroughTheShell, missing_tool_is_absent)
+{
+    setenv("PATH", dir.path().c_str(), 1);
+    EXPECT_FALSE(os.RpmInstalled("binutils"));
+    EXPECT_FALSE(os.DebInstalled("binutils"));
+    EXPECT_FALSE(os.PacmanInstalled("binutils"));
+}
+
+TEST_F(QueryThroughTheShell, tools_are_never_heard)
+{
+    const std::string noise = "echo loud; echo loud >&2; exit 1\n";
+    for (const char* const tool : {"rpm", "dpkg-query", "pacman"})
+        toolIs(tool, noise);
+    std::string errors;
+    const std::string output = captured(STDOUT_FILENO, [&] {
+        errors = captured(STDERR_FILENO, [&] {
+            os.RpmInstalled("binutils");
+            os.DebInstalled("binutils");
+            os.PacmanInstalled("binutils");
+        });
+    });
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "");
+}
+
+} // namespace

@@ -7,9 +7,10 @@ install(TARGETS kqsupport EXPORT kqsupport
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/include/kqsupport_export.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
-foreach(folder osrelease inistore xml console)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE)
+foreach(header osrelease/osrelease.h inistore/inistore.h xml/kqxml.h console/console.h)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES ${PROJECT_SOURCE_DIR}/${header}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport/${folder} COMPONENT development)
 endforeach()
 
 install(EXPORT kqsupport NAMESPACE kqsupport:: FILE kqsupport-targets.cmake

@@ -3,6 +3,7 @@
 
 #include "kqsupport_export.h"
 
+/// \file
 /// Console diagnostics that a client switches on, and two text conversions kept as entry points only.
 ///
 ///     g_kq_consoleSetupFlag = true;

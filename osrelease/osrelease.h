@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+/// \file
+/// The running Linux distribution, and whether what the front end needs is installed on it.
+
 /// Defined by the host program, never by the library: `bool g_kq_verbose = false;` at namespace scope in one source
 /// that includes this header. When it is non-zero, a `COSRelease` that reads `/etc/os-release` says on standard error
 /// what it found. A host without it does not link.
@@ -69,12 +72,14 @@ public:
     /// outside 32 bits; the numbers before that piece are set by then.
     void ParseVersion();
 
-    /// The four family tests: whether `m_id`, or else `m_idLike`, contains an identifier of the family. They read the
+    /// The family tests: whether `m_id`, or else `m_idLike`, contains an identifier of the family. They read the
     /// fields, change nothing and cost a few substring searches.
     ///
-    /// The families overlap: every SUSE release is RPM-based too, so ask `SuseBased` to tell SUSE from Red Hat.
+    /// This one holds for Red Hat's family and for SUSE's, whose packages RPM keeps too.
     bool RpmBased();
+    /// Tells SUSE from Red Hat: every release for which it holds is also `RpmBased`.
     bool SuseBased();
+    /// Holds for Debian, Ubuntu, Linux Mint and what is like Debian or Ubuntu.
     bool DebBased();
     /// Looks at `m_id` alone: a derivative that is only like Arch is not Pacman-based.
     bool PacmanBased();
@@ -86,14 +91,17 @@ public:
     /// they belong to a family.
     bool OSSupported(std::string& message);
 
-    /// The three package queries: whether `package` is installed, by the package database of RPM (also on SUSE), dpkg
-    /// or pacman. They read no field.
+    /// The package queries: whether `package` is installed, by the database of one package tool. They read no field.
     ///
-    /// Each call starts a shell that runs the package tool, and waits for it; nothing is cached and the tool's output
-    /// is thrown away. A tool, shell or package that is not there gives false; a command ended by a signal gives true.
-    /// `package` goes into the command line unquoted, so pass only fixed names, never text from outside.
+    /// Each call starts a shell that runs the tool, and waits for it; nothing is cached and the tool's output is thrown
+    /// away. A tool, shell or package that is not there gives false; a command ended by a signal gives true. `package`
+    /// goes into the command line unquoted, so pass only fixed names, never text from outside.
+    ///
+    /// This one asks `rpm`, also on SUSE.
     bool RpmInstalled(std::string const& package);
+    /// Asks `dpkg-query`. A package that was removed but left its configuration is not installed.
     bool DebInstalled(std::string const& package);
+    /// Asks `pacman`.
     bool PacmanInstalled(std::string const& package);
 
     /// Asks the family's package database for the packages that the graphical front end needs; when some are missing,
@@ -120,10 +128,10 @@ public:
     std::string m_versionId;
     /// `PRETTY_NAME`. Empty after an override.
     std::string m_prettyName;
-    /// The first three numbers of `m_versionId`; 0 where it has none.
+    /// The first number of `m_versionId`; this and the next two are 0 where it has none.
     std::int32_t m_major = 0;
-    std::int32_t m_minor = 0;
-    std::int32_t m_patch = 0;
+    std::int32_t m_minor = 0; ///< The second number.
+    std::int32_t m_patch = 0; ///< The third number.
 };
 
 #endif

@@ -1,0 +1,45 @@
+# `cpack` makes two packages in each of the formats that this machine has the tools for: the library alone, and what it
+# takes to build against it.
+set(CPACK_PACKAGE_NAME kqsupport)
+set(CPACK_PACKAGE_VENDOR "Zentrak developers")
+set(CPACK_PACKAGE_CONTACT "Zentrak developers <developers@zentrak.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, and the files by which CMake and pkg-config find the library.")
+
+set(CPACK_GENERATOR)
+find_program(dpkg_shlibdeps dpkg-shlibdeps)
+if(dpkg_shlibdeps)
+  list(APPEND CPACK_GENERATOR DEB)
+endif()
+find_program(rpmbuild rpmbuild)
+if(rpmbuild)
+  list(APPEND CPACK_GENERATOR RPM)
+endif()
+
+# Debian: the library package carries its SOVERSION, as two of them may stand side by side.
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkqsupport-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+  "libkqsupport${KQSUPPORT_SOVERSION} (= ${PROJECT_VERSION}), qt6-base-dev (>= 6.2)")
+
+# RPM: Qt's own packages have other names with every distribution, but all provide what they hold for CMake.
+set(CPACK_RPM_COMPONENT_INSTALL ON)
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
+set(CPACK_RPM_DEVELOPMENT_PACKAGE_NAME libkqsupport-devel)
+set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES
+  "libkqsupport${KQSUPPORT_SOVERSION} = ${PROJECT_VERSION}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+  /usr/${CMAKE_INSTALL_LIBDIR}/cmake /usr/${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+include(CPack)

@@ -1,0 +1,24 @@
+// A stranger's program: one call of each of the four folders.
+#include "console/console.h"
+#include "inistore/inistore.h"
+#include "osrelease/osrelease.h"
+#include "xml/kqxml.h"
+
+bool g_kq_verbose = false;
+
+int main(int argc, char** argv)
+{
+    const COSRelease os(argc, argv);
+
+    INIStore store;
+    store.AppendKey(QStringLiteral("section"), QStringLiteral("key"), QStringLiteral("value"));
+    const QStringList values = store.GetValues(QStringLiteral("section"), QStringLiteral("key"));
+
+    const QByteArray element =
+        KQXml::ExtractElement(QByteArrayLiteral("<r><k>content</k></r>"), QStringLiteral("k"), true);
+
+    g_kq_consoleSetupFlag = true;
+    KQCONSOLETRACE("%s %d.%d\n", os.m_id.c_str(), os.m_major, os.m_minor);
+    KQCONSOLETRACE("%s\n%s\n", qPrintable(values.join(QLatin1Char(','))), element.constData());
+    return 0;
+}

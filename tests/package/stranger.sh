@@ -1,0 +1,55 @@
+#!/bin/sh
+# Builds a stranger's two programs (one that uses every folder, and the README's) outside the tree and runs them:
+# stranger.sh find_package|pkg_config|subdirectory SOURCE_DIR PREFIX SCRATCH_DIR COMPILER
+set -eu
+how=$1 source=$2 prefix=$3 scratch=$4 compiler=$5
+
+rm -rf "$scratch"
+mkdir -p "$scratch/sources"
+cp "$source/tests/package/client.cpp" "$scratch/sources/"
+# The README's program is its one C++ block.
+# shellcheck disable=SC2016 # the backquotes are the fence of the block
+sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$source/README.md" >"$scratch/sources/readme.cpp"
+[ "$(grep -c '^```cpp$' "$source/README.md")" -eq 1 ] || { echo "the README has not exactly one program"; exit 1; }
+
+case $how in
+find_package)
+    cmake -S "$source/tests/package/find_package" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" \
+        -DSOURCES="$scratch/sources" -DCMAKE_PREFIX_PATH="$prefix"
+    cmake --build "$scratch/build"
+    ;;
+subdirectory)
+    cmake -S "$source/tests/package/subdirectory" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" \
+        -DSOURCES="$scratch/sources" -DKQSUPPORT="$source"
+    cmake --build "$scratch/build"
+    ;;
+pkg_config)
+    mkdir "$scratch/build"
+    PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name kqsupport.pc)")
+    export PKG_CONFIG_PATH
+    library=$(pkg-config --variable=libdir kqsupport)
+    for program in client readme; do
+        # The flags are words of their own.
+        # shellcheck disable=SC2046
+        "$compiler" -std=c++17 -fPIC "$scratch/sources/$program.cpp" -o "$scratch/build/$program" \
+            $(pkg-config --cflags --libs kqsupport) -Wl,-rpath,"$library"
+    done
+    ;;
+*) exit 2 ;;
+esac
+
+expect() {
+    expected=$1
+    shift
+    said=$("$@" 2>&1) && status=0 || status=$?
+    [ "$status: $said" = "$expected" ] || { printf 'expected %s\n     got %s: %s\n' "$expected" "$status" "$said"; exit 1; }
+}
+expect "0: ubuntu 22.4
+value
+content" "$scratch/build/client" --distrib debian
+expect "0: ubuntu 22.4" "$scratch/build/readme" --distrib debian
+expect "1: Missing distribution
+
+Usage...
+
+zk_install --distrib [rhel|fedora|rocky|alma|debian|ubuntu|mint|suse|arch]" "$scratch/build/readme" --distrib

@@ -1,0 +1,18 @@
+#!/bin/sh
+# Compares the symbols that the library exports with the kept list, and those that it leaves to the host with the one
+# that a host defines: symbols.sh LIBRARY LIST. A line added to the list is a question for a review, a line that goes
+# one for the library's SOVERSION.
+set -eu
+LC_ALL=C
+export LC_ALL
+
+# The standard string by its everyday name, and each constructor and destructor once.
+nm -DC --defined-only "$1" | cut -d' ' -f3- |
+    sed -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >/std::string/g' \
+        -e 's/std::vector<std::string, std::allocator<std::string > >/std::vector<std::string>/g' \
+        -e 's/std::vector<std::string, std::allocator<std::string> >/std::vector<std::string>/g' |
+    sort -u | diff -u "$2" -
+
+# All that comes from Qt and the system's runtime libraries has a version, and weak references need not be there.
+left=$(nm -D --undefined-only "$1" | awk '$1 == "U" && $2 !~ /@/ { print $2 }')
+[ "$left" = g_kq_verbose ] || { echo "left to the host: $left"; exit 1; }

@@ -9,7 +9,8 @@ bool writeRaw(QFile& file, const QByteArray& raw)
 {
     if (raw.isEmpty())
         return true;
-    return file.write(raw.constData(), static_cast<qint64>(qstrnlen(raw.constData(), raw.size()))) == raw.size();
+    return file.write(raw.constData(),
+               static_cast<qint64>(qstrnlen(raw.constData(), static_cast<std::size_t>(raw.size())))) == raw.size();
 }
 
 bool writeSection(QFile& file, const INISection& section)

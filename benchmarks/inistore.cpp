@@ -55,9 +55,9 @@ struct Document
             bytes += '[' + section + "]\n";
             for (int k = 0; k < keys; ++k) {
                 if (k % 5 == 0)
-                    bytes += "; what the next option is for\n";
+                    bytes += "; on the next option\n";
                 key = "option" + std::to_string(k);
-                bytes += key + " = a value of " + section + ", " + key + '\n';
+                bytes += key + " = value of " + section + ' ' + key + '\n';
             }
         }
         QFile file(path);
@@ -96,13 +96,14 @@ void addOpen(const std::string& question, const Document& document)
         if (!store.Open(document.path) || store.m_sections.size() < 2)
             qFatal("store");
     });
-    // Parses a section when it is asked for; a new time stamp keeps it from using what it parsed before.
+    // Parses sections when they are asked for, so all of them are; a new time stamp keeps it from using what it parsed
+    // before.
     addReader("QSettings", [&document] {
         static timespec times[2] = {};
         ++times[1].tv_sec;
         utimensat(AT_FDCWD, document.nativePath.c_str(), times, 0);
         const QSettings settings(document.path, QSettings::IniFormat);
-        if (!settings.contains(QString::fromStdString(document.section + '/' + document.key)))
+        if (settings.allKeys().isEmpty())
             qFatal("QSettings");
     });
 #ifdef PEER_GLIB

@@ -9,7 +9,7 @@ install(FILES ${PROJECT_BINARY_DIR}/include/kqsupport_export.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
 foreach(folder osrelease inistore xml console)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development FILES_MATCHING PATTERN "*.h")
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE)
 endforeach()
 
 install(EXPORT kqsupport NAMESPACE kqsupport:: FILE kqsupport-targets.cmake

@@ -1,0 +1,28 @@
+#ifndef KQSUPPORT_INISTORE_LINE_P_H
+#define KQSUPPORT_INISTORE_LINE_P_H
+
+#include <QString>
+
+#include <string_view>
+
+namespace inistore {
+
+/// What one line says. Only a header has a name, and only a line with a `=` a key and a value; the others are null.
+struct ParsedLine
+{
+    QString name;
+    QString key;
+    QString value;
+};
+
+/// The bytes of a line that count as text: a NUL ends them.
+inline std::string_view textOf(std::string_view raw)
+{
+    return raw.substr(0, raw.find('\0'));
+}
+
+ParsedLine parseLine(std::string_view raw);
+
+} // namespace inistore
+
+#endif

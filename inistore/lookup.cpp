@@ -1,0 +1,56 @@
+#include "inistore/lookup_p.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr bool isAscii(char16_t c)
+{
+    return c < 0x80;
+}
+
+constexpr char16_t asciiLower(char16_t c)
+{
+    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+}
+
+} // namespace
+
+// Folding maps unit to unit, so a length that differs decides, and so do two ASCII characters; only the others (the
+// Kelvin sign is a "k") need Qt's tables. From the end, since names differ there first: key1, key2, key3.
+bool inistore::matches(QStringView a, QStringView b)
+{
+    if (a.size() != b.size())
+        return false;
+    for (qsizetype i = a.size() - 1; i >= 0; --i) {
+        const char16_t x = a.utf16()[i];
+        const char16_t y = b.utf16()[i];
+        if (!isAscii(x) || !isAscii(y))
+            return a.compare(b, Qt::CaseInsensitive) == 0;
+        if (asciiLower(x) != asciiLower(y))
+            return false;
+    }
+    return true;
+}
+
+int INIStore::GetSection(QString const& section)
+{
+    const QList<INISection>& sections = m_sections;
+    const auto found = std::find_if(sections.begin(), sections.end(),
+        [&section](const INISection& candidate) { return inistore::matches(candidate.m_name, section); });
+    return found == sections.end() ? -1 : static_cast<int>(found - sections.begin());
+}
+
+QStringList INIStore::GetValues(QString const& section, QString const& key)
+{
+    const int index = GetSection(section);
+    if (index < 0)
+        return {};
+
+    QStringList values;
+    for (const INILine& line : m_sections.at(index).m_lines) {
+        if (inistore::matches(line.m_key, key))
+            values.append(line.m_value);
+    }
+    return values;
+}

@@ -1,0 +1,94 @@
+#include "inistore/storetest.h"
+
+std::string bytesOf(const QByteArray& bytes)
+{
+    return bytes.toStdString();
+}
+
+QByteArray toBytes(const std::string& bytes)
+{
+    return QByteArray::fromStdString(bytes);
+}
+
+QString toPath(const std::string& path)
+{
+    return QString::fromStdString(path);
+}
+
+QStringList toList(const std::vector<Text>& texts)
+{
+    QStringList list;
+    for (const Text& text : texts)
+        list.append(text);
+    return list;
+}
+
+std::string documentOf(const INIStore& store)
+{
+    std::string document;
+    for (const INISection& section : store.m_sections) {
+        document += bytesOf(section.m_raw);
+        for (const INILine& line : section.m_lines)
+            document += bytesOf(line.m_raw);
+    }
+    return document;
+}
+
+void Settings::given(const std::string& bytes)
+{
+    writeFile(dir / "given.ini", bytes);
+    ASSERT_TRUE(store.Open(toPath(dir / "given.ini")));
+    ASSERT_EQ(exactly(store.m_lastError), exactly(null));
+}
+
+void Settings::whenAppended(const Text& section, const Text& key, const Text& value)
+{
+    store.AppendKey(section, key, value);
+}
+
+void Settings::whenPrepended(const Text& section, const Text& key, const Text& value)
+{
+    store.PrependKey(section, key, value);
+}
+
+void Settings::whenUpdated(const Text& section, const Text& key, const Text& value)
+{
+    store.UpdateKey(section, key, value);
+}
+
+bool Settings::whenRemoved(const Text& section, const Text& key, const Text& value)
+{
+    return store.RemoveKeyValue(section, key, value);
+}
+
+void Settings::thenFileIs(const std::string& bytes)
+{
+    const std::string path = dir / "written.ini";
+    ASSERT_TRUE(store.Write(toPath(path)));
+    EXPECT_EQ(exactly(store.m_lastError), exactly(null));
+    EXPECT_EQ(toBytes(readFile(path)), toBytes(bytes));
+}
+
+void Settings::thenValuesAre(const Text& section, const Text& key, const std::vector<Text>& values)
+{
+    EXPECT_EQ(store.GetValues(section, key), toList(values));
+}
+
+void Settings::thenLineIs(int section, int line, const QString& key, const QString& value, const std::string& raw)
+{
+    ASSERT_LT(section, store.m_sections.size());
+    ASSERT_LT(line, store.m_sections[section].m_lines.size());
+    const INILine& found = store.m_sections[section].m_lines[line];
+    EXPECT_EQ(exactly(found.m_key), exactly(key));
+    EXPECT_EQ(exactly(found.m_value), exactly(value));
+    EXPECT_EQ(found.m_raw, toBytes(raw));
+}
+
+void Settings::thenSectionIs(int section, const QString& name, const std::string& raw, int lines)
+{
+    ASSERT_LT(section, store.m_sections.size());
+    const INISection& found = store.m_sections[section];
+    EXPECT_EQ(exactly(found.m_name), exactly(name));
+    EXPECT_EQ(found.m_raw, toBytes(raw));
+    EXPECT_EQ(found.m_lines.size(), lines);
+}

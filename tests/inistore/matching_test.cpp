@@ -1,0 +1,156 @@
+#include "inistore/storetest.h"
+
+#include <QChar>
+
+#include <array>
+#include <random>
+#include <vector>
+
+// Names match as QString::compare with Qt::CaseInsensitive has it, whatever shortcut a lookup takes: held against it
+// over all of Unicode, both for what the file holds and for what the caller asks.
+
+namespace {
+
+constexpr char32_t codePoints = 0x110000;
+const QString letters = QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+
+bool qtMatches(const QString& a, const QString& b)
+{
+    return QString::compare(a, b, Qt::CaseInsensitive) == 0;
+}
+
+// A half of a surrogate pair counts as the one unit that it is.
+QString textOf(char32_t codePoint)
+{
+    if (QChar::requiresSurrogates(codePoint))
+        return QString::fromUcs4(&codePoint, 1);
+    return QString(QChar(char16_t(codePoint)));
+}
+
+// One key for each line, numbered by the values.
+void setKeys(INIStore& store, const QStringList& keys)
+{
+    QList<INILine>& lines = store.m_sections[0].m_lines;
+    lines.clear();
+    for (qsizetype i = 0; i < keys.size(); ++i)
+        lines.append(INILine(keys[i], QString::number(i), "raw\n"));
+}
+
+QStringList expectedValues(const QStringList& keys, const QString& asked)
+{
+    QStringList numbers;
+    for (qsizetype i = 0; i < keys.size(); ++i) {
+        if (qtMatches(keys[i], asked))
+            numbers.append(QString::number(i));
+    }
+    return numbers;
+}
+
+QStringList blockFrom(char32_t first, char32_t size, const QString& before, const QString& after)
+{
+    QStringList texts;
+    for (char32_t c = first; c < first + size; ++c)
+        texts.append(before + textOf(c) + after);
+    return texts;
+}
+
+TEST(Matching, every_code_point_in_the_file_against_every_ascii_letter)
+{
+    constexpr char32_t block = 0x1000;
+    int matched = 0;
+    for (char32_t first = 0; first < codePoints; first += block) {
+        const QStringList keys = blockFrom(first, block, QString(), QString());
+        INIStore store;
+        setKeys(store, keys);
+        for (const QChar letter : letters) {
+            const QStringList found = store.GetValues(null, letter);
+            ASSERT_EQ(found, expectedValues(keys, letter)) << "letter " << letter.toLatin1() << " from " << first;
+            matched += int(found.size());
+        }
+    }
+    // Each letter and its other case, and for either of them: the Kelvin sign for k, the long s for s.
+    EXPECT_EQ(matched, 52 * 2 + 2 + 2);
+}
+
+TEST(Matching, every_ascii_letter_in_the_file_against_every_code_point)
+{
+    QStringList keys;
+    for (const QChar letter : letters)
+        keys.append(letter);
+    INIStore store;
+    setKeys(store, keys);
+    int matched = 0;
+    for (char32_t c = 0; c < codePoints; ++c) {
+        const QString asked = textOf(c);
+        const QStringList found = store.GetValues(null, asked);
+        ASSERT_EQ(found, expectedValues(keys, asked)) << "code point " << c;
+        matched += int(found.size());
+    }
+    EXPECT_EQ(matched, 52 * 2 + 2 + 2);
+}
+
+TEST(Matching, every_code_point_against_its_own_case_variants)
+{
+    for (char32_t c = 0; c < codePoints; ++c) {
+        const QString text = textOf(c);
+        const QStringList variants = {text, textOf(QChar::toLower(c)), textOf(QChar::toUpper(c)),
+            textOf(QChar::toTitleCase(c)), textOf(QChar::toCaseFolded(c)), text.toLower(), text.toUpper(),
+            textOf(c ^ 0x20U), textOf((c + 1) % codePoints)};
+        INIStore store;
+        setKeys(store, variants);
+        ASSERT_EQ(store.GetValues(null, text), expectedValues(variants, text)) << "code point " << c;
+        setKeys(store, {text});
+        for (const QString& variant : variants)
+            ASSERT_EQ(store.GetValues(null, variant), expectedValues({text}, variant)) << "code point " << c;
+    }
+}
+
+TEST(Matching, every_code_point_inside_a_word)
+{
+    // Beside a shortcut's ordinary letters, and behind an unpaired first half, which makes a pair with some.
+    const QString half = QChar(0xd801);
+    for (char32_t c = 0; c < codePoints; ++c) {
+        const QString lower = textOf(QChar::toLower(c));
+        const QString upper = textOf(QChar::toUpper(c));
+        const QStringList keys = {QLatin1Char('a') + lower + QLatin1Char('b'),
+            QLatin1Char('A') + upper + QLatin1Char('C'), half + lower, half + upper};
+        INIStore store;
+        setKeys(store, keys);
+        for (const QString& asked : {QString(QLatin1Char('A') + upper + QLatin1Char('B')), QString(half + upper)})
+            ASSERT_EQ(store.GetValues(null, asked), expectedValues(keys, asked)) << "code point " << c;
+    }
+}
+
+TEST(Matching, random_words_of_awkward_letters_as_section_key_and_value)
+{
+    const QStringList pieces = {Text("a"), Text("A"), Text("k"), Text("K"), Text("\u212a"), Text("s"), Text("S"),
+        Text("\u017f"), Text("ß"), Text("ẞ"), Text("i"), Text("I"), Text("ı"), Text("İ"), Text("σ"), Text("ς"),
+        Text("Σ"), Text("ü"), Text("Ü"), Text("u\u0308"), Text("𐐀"), Text("𐐨"), Text("𐐩"), QString(QChar(0xd801)),
+        QString(QChar(0xdc00)), QString(QChar(0xdc28)), Text("1"), Text("@"), Text("`"), Text("["), Text("{"),
+        Text(" "), QString(QChar(0))};
+    std::mt19937_64 engine(20'260'101); // NOLINT: the same words every time
+    const auto word = [&] {
+        QString text;
+        for (std::uint64_t i = engine() % 4; i > 0; --i)
+            text += pieces[qsizetype(engine() % std::uint64_t(pieces.size()))];
+        return text;
+    };
+
+    int matched = 0;
+    for (int i = 0; i < 200'000; ++i) {
+        const QString stored = word();
+        const QString asked = i % 2 ? word() : (i % 4 ? stored.toUpper() : stored.toLower());
+        INIStore store;
+        store.m_sections[0].m_name = stored;
+        store.m_sections[0].m_lines.append(INILine(stored, stored, "raw\n"));
+        const bool expected = qtMatches(stored, asked);
+        ASSERT_EQ(store.GetSection(asked), expected ? 0 : -1) << testing::PrintToString(stored);
+        ASSERT_EQ(store.GetValues(stored, asked).size(), expected ? 1 : 0) << testing::PrintToString(stored);
+        ASSERT_EQ(store.RemoveKeyValue(stored, stored, asked), expected) << testing::PrintToString(stored);
+        matched += expected;
+    }
+    EXPECT_GT(matched, 50'000);
+    EXPECT_LT(matched, 150'000);
+}
+
+} // namespace

@@ -72,8 +72,8 @@ public:
     /// first child when `refChild` is null. An empty `text` still makes a text node.
     ///
     /// Nothing is inserted when `refChild` is no direct child of `parent`, and nothing at all happens when `parent` is
-    /// null. `document` must own `parent` and must not be null otherwise. The name is checked as Qt's
-    /// QDomImplementation::invalidDataPolicy says.
+    /// null. `document` must own `parent` and must not be null otherwise. QDomImplementation::invalidDataPolicy says
+    /// which names Qt accepts; with one that it refuses, such as an empty one, nothing is inserted.
     static void InsertBeforeElement(QDomDocument* document, QDomElement& parent, const QDomElement& refChild,
         const QString& tagName, const QString& text);
 

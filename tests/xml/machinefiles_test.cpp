@@ -1,0 +1,99 @@
+#include "xml/kqxml.h"
+
+#include "support/files.h"
+#include "support/qtprinting.h"
+#include "xml/extractmodel.h"
+
+#include <gtest/gtest.h>
+
+#include <QDomDocument>
+#include <QXmlStreamReader>
+
+#include <filesystem>
+#include <set>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isXml(const fs::directory_entry& entry)
+{
+    static const std::set<std::string> endings = {".xml", ".svg", ".ui", ".xsd", ".xsl", ".rng"};
+    std::error_code ignored;
+    return entry.is_regular_file(ignored) && endings.count(entry.path().extension()) > 0 &&
+           entry.file_size(ignored) <= 4'000'000;
+}
+
+QStringList xmlFiles()
+{
+    QStringList found;
+    for (const char* const top : {"/usr/share", "/usr/lib", "/etc"}) {
+        std::error_code error;
+        fs::recursive_directory_iterator walk(top, fs::directory_options::skip_permission_denied, error);
+        for (; !error && walk != fs::end(walk); walk.increment(error)) {
+            if (isXml(*walk))
+                found.append(QString::fromStdString(walk->path().string()));
+        }
+    }
+    found.sort();
+    return found;
+}
+
+/// The name of the root, of the element behind it, of one near the end, and one that is not there.
+std::set<QString> namesIn(const QByteArray& xml)
+{
+    QList<QString> names;
+    for (QXmlStreamReader reader(xml); !reader.atEnd(); reader.readNext()) {
+        if (reader.isStartElement())
+            names.append(reader.name().toString());
+    }
+    std::set<QString> chosen = {QStringLiteral("no-such-element")};
+    if (!names.isEmpty())
+        chosen.insert({names.first(), names.at(names.size() / 2), names.last()});
+    return chosen;
+}
+
+void expectSameExtraction(const QByteArray& xml)
+{
+    for (const QString& name : namesIn(xml)) {
+        for (const bool contentOnly : {true, false}) {
+            const QByteArray expected = modelExtractElement(xml, name, contentOnly);
+            const QByteArray result = KQXml::ExtractElement(xml, name, contentOnly);
+            EXPECT_TRUE(result == expected && result.isNull() == expected.isNull()) << name.toStdString();
+        }
+    }
+}
+
+void expectSameLookups(const QByteArray& xml)
+{
+    QDomDocument document;
+    document.setContent(xml, true);
+    const QDomElement root = document.documentElement();
+    for (const QString& name : namesIn(xml)) {
+        const QDomNodeList matches = root.elementsByTagName(name);
+        EXPECT_EQ(KQXml::GetChildElement(root, name), matches.item(0).toElement()) << name.toStdString();
+        EXPECT_EQ(KQXml::GetChildElements(root, name).size(), matches.length()) << name.toStdString();
+    }
+}
+
+// Debian's shared-mime-info, xkb-data and iso-codes bring enough files, some of megabytes.
+TEST(FilesOfThisMachine, extraction_and_lookups_agree_with_the_plain_reading)
+{
+    const QStringList files = xmlFiles();
+    EXPECT_GT(files.size(), 10) << "install shared-mime-info, xkb-data and iso-codes";
+
+    qsizetype total = 0;
+    for (const QString& file : files) {
+        if (total > 24'000'000)
+            break;
+        SCOPED_TRACE(file.toStdString());
+        const QByteArray xml = QByteArray::fromStdString(readFile(file.toStdString()));
+        total += xml.size();
+        expectSameExtraction(xml);
+        expectSameLookups(xml);
+    }
+    std::cout << files.size() << " files, " << total << " bytes read\n";
+    EXPECT_GT(total, 1'000'000) << "install shared-mime-info, xkb-data and iso-codes";
+}
+
+} // namespace

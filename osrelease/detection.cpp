@@ -75,9 +75,7 @@ void readOsRelease(COSRelease& os)
     // A longer line comes in several pieces, each taken as a line of its own.
     char line[256];
     while (std::fgets(line, sizeof line, file.get())) {
-        const std::size_t length = std::strlen(line);
-        if (length > 0 && line[length - 1] == '\n')
-            line[length - 1] = '\0';
+        line[std::strcspn(line, "\n")] = '\0';
         takeLine(os, line);
     }
 }

@@ -1,0 +1,21 @@
+// Any bytes as XML, with the tag name on the first line: both cuts are those of a plain reading of the rules.
+#include "xml/kqxml.h"
+
+#include "input.h"
+#include "xml/extractmodel.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Input input(data, size);
+    const std::string_view name = input.line();
+    const QString tagName = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+    const std::string_view rest = input.rest();
+    const QByteArray xml(rest.data(), static_cast<qsizetype>(rest.size()));
+
+    for (const bool contentOnly : {false, true}) {
+        const QByteArray cut = KQXml::ExtractElement(xml, tagName, contentOnly);
+        const QByteArray expected = modelExtractElement(xml, tagName, contentOnly);
+        require(cut == expected && cut.isNull() == expected.isNull(), "the cut");
+    }
+    return 0;
+}

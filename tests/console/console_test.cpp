@@ -64,8 +64,8 @@ TEST_F(Trace, without_conversions_writes_the_format_as_it_is)
 TEST_F(Trace, empty_format_writes_nothing)
 {
     g_kq_consoleSetupFlag = true;
-    const char* const empty = ""; // a literal would draw -Wformat-zero-length
-    EXPECT_EQ(captured(STDOUT_FILENO, [&] { returned = KQCONSOLETRACE(empty, 0); }), "");
+    const std::string empty; // a literal would draw -Wformat-zero-length
+    EXPECT_EQ(captured(STDOUT_FILENO, [&] { returned = KQCONSOLETRACE(empty.c_str(), 0); }), "");
     EXPECT_EQ(returned, 0);
 }
 

@@ -7,9 +7,7 @@ namespace {
 // A NUL ends what is written, and the count then tells that the rest is missing.
 bool writeRaw(QFile& file, const QByteArray& raw)
 {
-    if (raw.isEmpty())
-        return true;
-    return file.write(raw.constData(), static_cast<qint64>(qstrnlen(raw.constData(), raw.size()))) == raw.size();
+    return raw.isEmpty() || file.write(raw.constData()) == raw.size();
 }
 
 bool writeSection(QFile& file, const INISection& section)

@@ -30,22 +30,43 @@ void addSection(INIStore& store, const QString& name, const QString& key, const 
     store.m_sections.append(std::move(section));
 }
 
-QString decodedText(const QByteArray& raw)
+std::string_view textOf(const QByteArray& raw)
 {
-    const std::string_view text = inistore::textOf({raw.constData(), static_cast<std::size_t>(raw.size())});
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    return inistore::textOf({raw.constData(), static_cast<std::size_t>(raw.size())});
 }
 
-// The line's text with `value` in place of the old value, if it has such a place. The old value is looked for from the
-// start of the line and may be found inside the key; callers count on the first occurrence.
-std::optional<QString> updatedText(const INILine& line, const QString& value)
+QByteArray replaced(std::string_view text, qsizetype position, qsizetype length, const QByteArray& value)
 {
-    QString text = decodedText(line.m_raw);
+    const auto end = static_cast<qsizetype>(text.size());
+    QByteArray result;
+    result.reserve(end - length + value.size());
+    result.append(text.data(), position).append(value);
+    return result.append(text.data() + position + length, end - position - length);
+}
+
+// Updates a line of ASCII as bytes, which count as its characters do: decoding it would cost as much as all the rest.
+std::optional<QByteArray> updatedAscii(std::string_view text, const QString& oldValue, const QString& value)
+{
+    const auto isSame = [](char byte, QChar unit) { return QLatin1Char(byte) == unit; };
+    const auto found = std::search(text.begin(), text.end(), oldValue.begin(), oldValue.end(), isSame);
+    if (text.find('=') == text.npos || (found == text.end() && !oldValue.isEmpty()))
+        return std::nullopt;
+    return replaced(text, found - text.begin(), oldValue.size(), value.toUtf8());
+}
+
+// The line's bytes with `value` in place of the old value, if they have such a place. The old value is looked for from
+// the start of the line and may be found inside the key; callers count on the first occurrence.
+std::optional<QByteArray> updatedRaw(const INILine& line, const QString& value)
+{
+    const std::string_view bytes = textOf(line.m_raw);
+    if (inistore::isAscii(bytes))
+        return updatedAscii(bytes, line.m_value, value);
+
+    QString text = QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
     const qsizetype position = text.contains(u'=') ? text.indexOf(line.m_value) : -1;
     if (position < 0)
         return std::nullopt;
-    text.replace(position, line.m_value.size(), value);
-    return text;
+    return text.replace(position, line.m_value.size(), value).toUtf8();
 }
 
 } // namespace
@@ -82,14 +103,14 @@ void INIStore::UpdateKey(QString const& section, QString const& key, QString con
         return AppendKey(section, key, value);
 
     const QList<INILine>& lines = m_sections.at(index).m_lines;
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        if (!matches(lines.at(i).m_key, key))
+    auto found = std::find_if(lines.begin(), lines.end(), hasKey(key));
+    for (; found != lines.end(); found = std::find_if(found + 1, lines.end(), hasKey(key))) {
+        std::optional<QByteArray> raw = updatedRaw(*found, value);
+        if (!raw)
             continue;
-        const std::optional<QString> text = updatedText(lines.at(i), value);
-        if (!text)
-            continue;
-        INILine& line = m_sections[index].m_lines[i];
-        line.m_raw = text->toUtf8();
+        const qsizetype position = found - lines.begin();
+        INILine& line = m_sections[index].m_lines[position];
+        line.m_raw = std::move(*raw);
         line.m_value = value;
         return;
     }

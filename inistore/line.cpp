@@ -9,14 +9,6 @@ using inistore::ParsedLine;
 template <typename Char>
 using Text = std::basic_string_view<Char>;
 
-bool isAscii(std::string_view bytes)
-{
-    unsigned seen = 0;
-    for (const char byte : bytes)
-        seen |= static_cast<unsigned char>(byte);
-    return seen < 0x80;
-}
-
 QString owned(std::string_view ascii)
 {
     return QString::fromLatin1(ascii.data(), static_cast<qsizetype>(ascii.size()));
@@ -72,6 +64,14 @@ ParsedLine parseText(Text<Char> text, bool hasComment)
 }
 
 } // namespace
+
+bool inistore::isAscii(std::string_view bytes)
+{
+    unsigned seen = 0;
+    for (const char byte : bytes)
+        seen |= static_cast<unsigned char>(byte);
+    return seen < 0x80;
+}
 
 ParsedLine inistore::parseLine(std::string_view raw)
 {

@@ -21,6 +21,8 @@ inline std::string_view textOf(std::string_view raw)
     return raw.substr(0, raw.find('\0'));
 }
 
+bool isAscii(std::string_view bytes);
+
 ParsedLine parseLine(std::string_view raw);
 
 } // namespace inistore

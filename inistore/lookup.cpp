@@ -16,12 +16,10 @@ constexpr char16_t asciiLower(char16_t c)
 
 } // namespace
 
-// Folding maps unit to unit, so a length that differs decides, and so do two ASCII characters; only the others (the
-// Kelvin sign is a "k") need Qt's tables. From the end, since names differ there first: key1, key2, key3.
-bool inistore::matches(QStringView a, QStringView b)
+// Two ASCII characters decide without Qt's tables; others need them, since the Kelvin sign is a "k". From the end,
+// because names differ there first: key1, key2, key3.
+bool inistore::sameButForCase(QStringView a, QStringView b)
 {
-    if (a.size() != b.size())
-        return false;
     for (qsizetype i = a.size() - 1; i >= 0; --i) {
         const char16_t x = a.utf16()[i];
         const char16_t y = b.utf16()[i];

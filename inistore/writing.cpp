@@ -7,10 +7,8 @@ namespace {
 // A NUL ends what is written, and the count then tells that the rest is missing.
 bool writeRaw(QFile& file, const QByteArray& raw)
 {
-    if (raw.isEmpty())
-        return true;
-    return file.write(raw.constData(),
-               static_cast<qint64>(qstrnlen(raw.constData(), static_cast<std::size_t>(raw.size())))) == raw.size();
+    const std::size_t length = qstrnlen(raw.constData(), static_cast<std::size_t>(raw.size()));
+    return raw.isEmpty() || file.write(raw.constData(), static_cast<qint64>(length)) == raw.size();
 }
 
 bool writeSection(QFile& file, const INISection& section)

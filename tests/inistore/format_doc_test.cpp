@@ -124,7 +124,7 @@ void apply(INIStore& store, const std::string& edit)
 {
     const std::size_t arrow = edit.find(" ->");
     const std::vector<QString> call = words(edit.substr(0, arrow));
-    const QString name = call.at(0);
+    const QString& name = call.at(0);
     if (name == QLatin1String("get")) {
         ASSERT_NE(arrow, std::string::npos);
         const std::size_t bars = edit.find('|', arrow);

@@ -94,8 +94,8 @@ public:
     /// Opening a second file does not replace the first: its sections follow the existing ones, and its lines above the
     /// first header join the section at `m_currentSection`. Use a fresh store for a clean load.
     ///
-    /// The whole file is held in memory while it is read. Each line costs one allocation for its bytes and one each for
-    /// a key and a value.
+    /// The file is read in large pieces, also when it is a pipe. Each line costs one allocation for its bytes and one
+    /// each for a key and a value; what is thrown away costs none, unless the line is not ASCII.
     bool Open(QString const& path);
 
     /// Returns the index in `m_sections` of the first section called `section`, or -1.

@@ -1,8 +1,7 @@
 #include "inistore/referencemodel.h"
 #include "inistore/storetest.h"
 
-#include <QBuffer>
-#include <QFile>
+#include <QtGlobal>
 
 #include <cstdlib>
 #include <iostream>
@@ -441,7 +440,7 @@ TEST_F(Laws, loaded_and_written_is_the_same_bytes_up_to_the_first_nul)
 TEST_F(Laws, only_the_leading_section_lacks_a_name_and_a_header)
 {
     const TempDir dir;
-    forEachCase(2000, [&](Random& random) {
+    forEachCase(1000, [&](Random& random) {
         const std::string document = randomDocument(random);
         writeFile(dir / "in.ini", document);
         INIStore store;
@@ -457,7 +456,7 @@ TEST_F(Laws, only_the_leading_section_lacks_a_name_and_a_header)
 
 TEST_F(Laws, an_edit_changes_its_line_alone_and_every_step_agrees_with_the_model)
 {
-    forEachCase(5000, [](Random& random) {
+    forEachCase(3000, [](Random& random) {
         Pair pair(random);
         pair.open(randomDocument(random));
         for (int i = 0; i < 24 && !testing::Test::HasFailure(); ++i)

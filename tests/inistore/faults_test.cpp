@@ -1,0 +1,591 @@
+#include "inistore/storetest.h"
+
+#include "support/rows.h"
+#include "support/unprivileged.h"
+
+#include <QFile>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <functional>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+// A stand-in for `read` at the process's edge: one chosen file gives so many bytes, then an input/output error.
+namespace {
+
+struct BrokenFile
+{
+    ino_t inode = 0;
+    dev_t device = 0;
+    std::size_t left = 0;
+    int failures = 0;
+    bool active = false;
+};
+BrokenFile brokenFile;
+
+bool isBroken(int descriptor)
+{
+    struct stat status = {};
+    return brokenFile.active && fstat(descriptor, &status) == 0 && status.st_ino == brokenFile.inode &&
+           status.st_dev == brokenFile.device;
+}
+
+} // namespace
+
+extern "C" ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    using Read = ssize_t (*)(int, void*, size_t);
+    static const auto real = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "read"));
+    if (!isBroken(descriptor))
+        return real(descriptor, buffer, size);
+    if (brokenFile.left == 0) {
+        ++brokenFile.failures;
+        errno = EIO;
+        return -1;
+    }
+    const ssize_t got = real(descriptor, buffer, std::min(size, brokenFile.left));
+    brokenFile.left -= std::size_t(std::max<ssize_t>(got, 0));
+    return got;
+}
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string manyLines(int lines)
+{
+    std::string document = "[section]\n";
+    for (int i = 0; i < lines; ++i)
+        document += "key" + std::to_string(i) + " = some value ; and its comment\n";
+    return document;
+}
+
+const std::string smallDocument = "; c\n[s]\nk=1\n";
+// Far larger than any buffer on the way to the file.
+const std::string largeDocument = manyLines(30'000);
+
+class Fault : public Settings
+{
+protected:
+    void thenMessageIs(const std::string& text) { EXPECT_EQ(exactly(store.m_lastError), exactly(Text(text))); }
+    void thenThereIsNoMessage() { EXPECT_EQ(exactly(store.m_lastError), exactly(null)); }
+    void thenDocumentIs(const std::string& bytes) { EXPECT_EQ(documentOf(store), bytes); }
+};
+
+class ReadError : public Fault
+{
+protected:
+    void givenFileThatBreaksAfter(const std::string& bytes, std::size_t count)
+    {
+        writeFile(dir / "broken.ini", bytes);
+        struct stat status = {};
+        ASSERT_EQ(stat((dir / "broken.ini").c_str(), &status), 0);
+        brokenFile = {status.st_ino, status.st_dev, count, 0, true};
+    }
+    void whenOpened() { opened = store.Open(toPath(dir / "broken.ini")); }
+    void TearDown() override
+    {
+        brokenFile.active = false;
+        // Without a failure that was really met, no result here would mean anything.
+        EXPECT_GE(brokenFile.failures, 1) << "the stand-in for read was never asked to fail";
+    }
+
+    bool opened = false;
+};
+
+TEST_F(ReadError, between_two_lines_keeps_the_lines_before_it)
+{
+    givenFileThatBreaksAfter("a=1\n[s]\nb=2\nc=3\n", 12);
+    whenOpened();
+    EXPECT_TRUE(opened);
+    thenThereIsNoMessage();
+    thenDocumentIs("a=1\n[s]\nb=2\n");
+    thenValuesAre("s", "c", {});
+    EXPECT_EQ(store.m_currentSection, 1);
+}
+
+TEST_F(ReadError, at_the_first_byte_loads_nothing)
+{
+    givenFileThatBreaksAfter("a=1\n", 0);
+    whenOpened();
+    EXPECT_TRUE(opened);
+    thenThereIsNoMessage();
+    ASSERT_EQ(store.m_sections.size(), 1);
+    thenSectionIs(0, null, "", 0);
+}
+
+TEST_F(ReadError, far_into_a_large_file_keeps_the_lines_before_it)
+{
+    const std::size_t lineEnd = largeDocument.find('\n', 500'000) + 1;
+    givenFileThatBreaksAfter(largeDocument, lineEnd);
+    whenOpened();
+    EXPECT_TRUE(opened);
+    thenThereIsNoMessage();
+    thenDocumentIs(largeDocument.substr(0, lineEnd));
+}
+
+TEST_F(ReadError, inside_a_line_keeps_every_line_before_that_one)
+{
+    // Whether the piece of the broken line is kept is left open; more than the file gave there cannot be.
+    givenFileThatBreaksAfter("a=1\nb=2\nc=3\n", 10);
+    whenOpened();
+    EXPECT_TRUE(opened);
+    thenThereIsNoMessage();
+    const std::string loaded = documentOf(store);
+    EXPECT_TRUE(loaded == "a=1\nb=2\n" || loaded == "a=1\nb=2\nc=") << loaded;
+}
+
+TEST_F(ReadError, in_a_second_file_keeps_the_first)
+{
+    given("[s]\nk=1\n");
+    givenFileThatBreaksAfter("l=2\nm=3\n", 4);
+    whenOpened();
+    EXPECT_TRUE(opened);
+    thenDocumentIs("[s]\nk=1\nl=2\n");
+}
+
+class Unreadable : public Fault
+{
+};
+
+TEST_F(Unreadable, directory_is_there_and_cannot_be_opened)
+{
+    EXPECT_FALSE(store.Open(toPath(dir.path())));
+    thenMessageIs("Unable to open " + dir.path() + ", with read permission");
+    ASSERT_EQ(store.m_sections.size(), 1);
+    thenSectionIs(0, null, "", 0);
+}
+
+TEST_F(Unreadable, directory_leaves_the_document)
+{
+    given("[s]\nk=1\n");
+    EXPECT_FALSE(store.Open(toPath(dir.path())));
+    EXPECT_EQ(store.m_currentSection, 1);
+    thenDocumentIs("[s]\nk=1\n");
+}
+
+TEST_F(Unreadable, path_in_the_message_stands_as_it_was_passed)
+{
+    ASSERT_EQ(mkdir((dir / "100%1%2").c_str(), 0700), 0);
+    const std::string path = dir.path() + "/./100%1%2//";
+    EXPECT_FALSE(store.Open(toPath(path)));
+    thenMessageIs("Unable to open " + path + ", with read permission");
+}
+
+TEST_F(Unreadable, missing_directory_is_a_missing_file)
+{
+    EXPECT_FALSE(store.Open(toPath(dir / "none/a.ini")));
+    thenThereIsNoMessage();
+}
+
+TEST_F(Unreadable, dangling_link_is_a_missing_file)
+{
+    ASSERT_EQ(symlink("none.ini", (dir / "link.ini").c_str()), 0);
+    EXPECT_FALSE(store.Open(toPath(dir / "link.ini")));
+    thenThereIsNoMessage();
+}
+
+TEST_F(Unreadable, path_through_a_file_is_a_missing_file)
+{
+    writeFile(dir / "file", "");
+    EXPECT_FALSE(store.Open(toPath(dir / "file/a.ini")));
+    thenThereIsNoMessage();
+}
+
+class NoPermission : public Fault
+{
+protected:
+    void SetUp() override { ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0); }
+
+    // "true" or "false", and the message behind it.
+    std::string told(bool result) const
+    {
+        return (result ? "true: " : "false: ") +
+               (store.m_lastError.isNull() ? "null" : store.m_lastError.toStdString());
+    }
+    std::string openedByOrdinaryUser(const std::string& path)
+    {
+        return asOrdinaryUser([&] { return told(store.Open(toPath(path))); });
+    }
+    std::string writtenByOrdinaryUser(const std::string& path)
+    {
+        return asOrdinaryUser([&] { return told(store.Write(toPath(path))); });
+    }
+    void givenFile(const std::string& path, const std::string& bytes, mode_t mode)
+    {
+        writeFile(path, bytes);
+        ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    }
+};
+
+TEST_F(NoPermission, to_read_is_told_with_the_path)
+{
+    givenFile(dir / "a.ini", "k=1\n", 0000);
+    EXPECT_EQ(openedByOrdinaryUser(dir / "a.ini"), "false: Unable to open " + dir / "a.ini" + ", with read permission");
+}
+
+TEST_F(NoPermission, is_not_needed_to_write_for_reading)
+{
+    givenFile(dir / "a.ini", "k=1\n", 0444);
+    EXPECT_EQ(openedByOrdinaryUser(dir / "a.ini"), "true: null");
+}
+
+TEST_F(NoPermission, to_write_is_told_and_leaves_the_file)
+{
+    given(smallDocument);
+    givenFile(dir / "a.ini", "old\n", 0444);
+    EXPECT_EQ(
+        writtenByOrdinaryUser(dir / "a.ini"), "false: Unable to open " + dir / "a.ini" + ", with write permission");
+    EXPECT_EQ(readFile(dir / "a.ini"), "old\n");
+}
+
+TEST_F(NoPermission, to_create_is_told_and_creates_nothing)
+{
+    given(smallDocument);
+    ASSERT_EQ(mkdir((dir / "locked").c_str(), 0555), 0);
+    EXPECT_EQ(writtenByOrdinaryUser(dir / "locked/a.ini"),
+        "false: Unable to open " + dir / "locked/a.ini" + ", with write permission");
+    EXPECT_NE(access((dir / "locked/a.ini").c_str(), F_OK), 0);
+}
+
+TEST_F(NoPermission, is_not_needed_to_read_for_writing)
+{
+    given(smallDocument);
+    givenFile(dir / "a.ini", "old\n", 0222);
+    EXPECT_EQ(writtenByOrdinaryUser(dir / "a.ini"), "true: null");
+    ASSERT_EQ(chmod((dir / "a.ini").c_str(), 0644), 0);
+    EXPECT_EQ(readFile(dir / "a.ini"), smallDocument);
+}
+
+class Unwritable : public Fault
+{
+};
+
+TEST_F(Unwritable, missing_directory)
+{
+    given(smallDocument);
+    EXPECT_FALSE(store.Write(toPath(dir / "none/a.ini")));
+    thenMessageIs("Unable to open " + dir / "none/a.ini" + ", with write permission");
+    EXPECT_NE(access((dir / "none").c_str(), F_OK), 0);
+    thenDocumentIs(smallDocument);
+}
+
+TEST_F(Unwritable, directory)
+{
+    given(smallDocument);
+    EXPECT_FALSE(store.Write(toPath(dir.path())));
+    thenMessageIs("Unable to open " + dir.path() + ", with write permission");
+    thenDocumentIs(smallDocument);
+}
+
+TEST_F(Unwritable, empty_path)
+{
+    EXPECT_FALSE(store.Write(null));
+    thenMessageIs("Unable to open , with write permission");
+}
+
+TEST_F(Unwritable, path_in_the_message_stands_as_it_was_passed)
+{
+    EXPECT_FALSE(store.Write(toPath(dir / "none%1%2//./a.ini")));
+    thenMessageIs("Unable to open " + dir / "none%1%2//./a.ini" + ", with write permission");
+}
+
+class FullDevice : public Fault
+{
+};
+
+TEST_F(FullDevice, small_document_shows_nothing_since_the_last_flush_is_ignored)
+{
+    given(smallDocument);
+    EXPECT_TRUE(store.Write(Text("/dev/full")));
+    thenThereIsNoMessage();
+    thenDocumentIs(smallDocument);
+}
+
+TEST_F(FullDevice, large_document_is_told)
+{
+    given(largeDocument);
+    EXPECT_FALSE(store.Write(Text("/dev/full")));
+    thenMessageIs("Error writing to /dev/full, file only partially written");
+    thenDocumentIs(largeDocument);
+}
+
+TEST_F(FullDevice, single_large_line_is_told)
+{
+    given("k=" + std::string(1 << 20, 'x'));
+    EXPECT_FALSE(store.Write(Text("/dev/full")));
+    thenMessageIs("Error writing to /dev/full, file only partially written");
+}
+
+TEST_F(FullDevice, through_a_descriptor_leaves_it_open)
+{
+    const int descriptor = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    given(smallDocument);
+    EXPECT_TRUE(store.Write(descriptor, Text("disk")));
+    thenThereIsNoMessage();
+    given(largeDocument);
+    EXPECT_FALSE(store.Write(descriptor, Text("disk")));
+    thenMessageIs("Error writing to disk, file only partially written");
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+    close(descriptor);
+}
+
+// No file of this process may grow beyond so many bytes, and reaching the limit is an error, not a signal.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+        : m_handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &m_saved), 0);
+        const rlimit limited = {bytes, m_saved.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_saved);
+        std::signal(SIGXFSZ, m_handler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit m_saved = {};
+    sighandler_t m_handler;
+};
+
+class SizeLimit : public Fault
+{
+};
+
+TEST_F(SizeLimit, in_the_middle_leaves_the_bytes_before_it)
+{
+    given(largeDocument);
+    writeFile(dir / "out.ini", "old content");
+    bool result = true;
+    {
+        const FileSizeLimit limit(100'000);
+        result = store.Write(toPath(dir / "out.ini"));
+    }
+    EXPECT_FALSE(result);
+    thenMessageIs("Error writing to " + dir / "out.ini" + ", file only partially written");
+    EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument.substr(0, 100'000));
+    thenDocumentIs(largeDocument);
+}
+
+TEST_F(SizeLimit, met_by_the_last_flush_alone_is_ignored)
+{
+    given("[s]\nkey=value\n");
+    bool result = false;
+    {
+        const FileSizeLimit limit(6);
+        result = store.Write(toPath(dir / "out.ini"));
+    }
+    EXPECT_TRUE(result);
+    thenThereIsNoMessage();
+    EXPECT_EQ(readFile(dir / "out.ini"), "[s]\nke");
+}
+
+TEST_F(SizeLimit, as_large_as_the_document_is_no_fault)
+{
+    given(largeDocument);
+    bool result = false;
+    {
+        const FileSizeLimit limit(largeDocument.size());
+        result = store.Write(toPath(dir / "out.ini"));
+    }
+    EXPECT_TRUE(result);
+    EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument);
+}
+
+// Qt opens a file object on any number and meets the fault when bytes leave its buffer.
+class BadDescriptor : public Fault
+{
+protected:
+    void thenOnlyALargeDocumentFails(int descriptor)
+    {
+        given(smallDocument);
+        EXPECT_TRUE(store.Write(descriptor, Text("name")));
+        thenThereIsNoMessage();
+        given(largeDocument);
+        EXPECT_FALSE(store.Write(descriptor, Text("name")));
+        thenMessageIs("Error writing to name, file only partially written");
+        thenDocumentIs(smallDocument + largeDocument);
+    }
+};
+
+TEST_F(BadDescriptor, closed)
+{
+    const int descriptor = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(close(descriptor), 0);
+    thenOnlyALargeDocumentFails(descriptor);
+}
+
+TEST_F(BadDescriptor, negative)
+{
+    thenOnlyALargeDocumentFails(-1);
+}
+
+TEST_F(BadDescriptor, open_for_reading)
+{
+    writeFile(dir / "read.ini", "old\n");
+    const int descriptor = open((dir / "read.ini").c_str(), O_RDONLY | O_CLOEXEC);
+    thenOnlyALargeDocumentFails(descriptor);
+    EXPECT_NE(fcntl(descriptor, F_GETFD), -1);
+    close(descriptor);
+    EXPECT_EQ(readFile(dir / "read.ini"), "old\n");
+}
+
+TEST_F(BadDescriptor, pipe_that_nobody_reads)
+{
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    ASSERT_EQ(close(ends[0]), 0);
+    const sighandler_t handler = std::signal(SIGPIPE, SIG_IGN);
+    thenOnlyALargeDocumentFails(ends[1]);
+    std::signal(SIGPIPE, handler);
+    close(ends[1]);
+}
+
+class FileObject : public Fault
+{
+};
+
+TEST_F(FileObject, open_for_reading_takes_nothing)
+{
+    given(smallDocument);
+    writeFile(dir / "read.ini", "old\n");
+    QFile file(toPath(dir / "read.ini"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(store.WriteSections(file, Text("name")));
+    thenMessageIs("Error writing to name, file only partially written");
+    file.close();
+    EXPECT_EQ(readFile(dir / "read.ini"), "old\n");
+}
+
+TEST_F(FileObject, that_is_not_open_takes_nothing)
+{
+    given(smallDocument);
+    QFile file(toPath(dir / "none.ini"));
+    EXPECT_FALSE(store.WriteSections(file, Text("name")));
+    thenMessageIs("Error writing to name, file only partially written");
+    EXPECT_NE(access((dir / "none.ini").c_str(), F_OK), 0);
+}
+
+TEST_F(FileObject, open_for_reading_is_never_asked_by_an_empty_document)
+{
+    writeFile(dir / "read.ini", "old\n");
+    QFile file(toPath(dir / "read.ini"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(store.WriteSections(file, Text("name")));
+    thenThereIsNoMessage();
+}
+
+// Writes the pieces to a pipe's end, with a pause between them, from a thread of its own.
+void feed(int descriptor, const std::vector<std::string>& pieces)
+{
+    for (const std::string& piece : pieces) {
+        EXPECT_EQ(write(descriptor, piece.data(), piece.size()), ssize_t(piece.size()));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    close(descriptor);
+}
+
+class Pipe : public Fault
+{
+protected:
+    void whenFedThroughFifo(const std::vector<std::string>& pieces)
+    {
+        const std::string path = dir / "fifo";
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        std::thread writer([&] { feed(open(path.c_str(), O_WRONLY | O_CLOEXEC), pieces); });
+        EXPECT_TRUE(store.Open(toPath(path)));
+        writer.join();
+        thenThereIsNoMessage();
+    }
+};
+
+TEST_F(Pipe, named_one_is_read_to_its_end)
+{
+    whenFedThroughFifo({"a=1\n[s]\nb=2\n"});
+    thenDocumentIs("a=1\n[s]\nb=2\n");
+    thenValuesAre("s", "b", {"2"});
+}
+
+TEST_F(Pipe, line_that_comes_in_pieces_is_one_line)
+{
+    whenFedThroughFifo({"a=1\n[se", "ction]\r", "\nkey", "=value"});
+    thenSectionIs(1, Text("section"), "[section]\r\n", 1);
+    thenLineIs(1, 0, Text("key"), Text("value"), "key=value");
+}
+
+TEST_F(Pipe, large_document_is_read_whole)
+{
+    whenFedThroughFifo({largeDocument});
+    EXPECT_TRUE(documentOf(store) == largeDocument);
+}
+
+TEST_F(Pipe, unnamed_one_is_read_by_its_descriptor)
+{
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    std::thread writer([&] { feed(ends[1], {"a=1\nb=", "2\n"}); });
+    EXPECT_TRUE(store.Open(toPath("/dev/fd/" + std::to_string(ends[0]))));
+    writer.join();
+    close(ends[0]);
+    thenDocumentIs("a=1\nb=2\n");
+    thenValuesAre("", "b", {"2"});
+}
+
+TEST_F(Pipe, empty_one_loads_nothing)
+{
+    whenFedThroughFifo({});
+    ASSERT_EQ(store.m_sections.size(), 1);
+    thenSectionIs(0, null, "", 0);
+}
+
+TEST_F(Pipe, takes_a_written_document)
+{
+    given(largeDocument);
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    std::string arrived;
+    std::thread reader([&] {
+        char buffer[65536];
+        for (ssize_t got = 0; (got = read(ends[0], buffer, sizeof buffer)) > 0;)
+            arrived.append(buffer, std::size_t(got));
+    });
+    EXPECT_TRUE(store.Write(ends[1], Text("pipe")));
+    thenThereIsNoMessage();
+    close(ends[1]);
+    reader.join();
+    close(ends[0]);
+    EXPECT_TRUE(arrived == largeDocument);
+}
+
+class OddFile : public Fault
+{
+};
+
+TEST_F(OddFile, that_reports_no_size_is_read_all_the_same)
+{
+    ASSERT_TRUE(store.Open(Text("/proc/version")));
+    thenDocumentIs(readFile("/proc/version"));
+    EXPECT_EQ(store.m_sections[0].m_lines.size(), 1);
+}
+
+TEST_F(OddFile, null_device_loads_nothing)
+{
+    ASSERT_TRUE(store.Open(Text("/dev/null")));
+    thenDocumentIs("");
+    thenThereIsNoMessage();
+}
+
+} // namespace

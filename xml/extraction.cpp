@@ -9,19 +9,15 @@ bool isAt(const QXmlStreamReader& reader, QXmlStreamReader::TokenType token, con
     return reader.tokenType() == token && reader.name() == tagName;
 }
 
-// The byte length of a tag written without attributes, blanks or prefix, which the cut takes for granted.
-qint32 tagLength(const QString& tag, const QString& tagName)
-{
-    return static_cast<qint32>(tag.arg(tagName).toUtf8().size());
-}
-
-// Characters are taken for bytes and mid() gets whatever comes out, also below zero; callers rely on the very cut.
+// Characters are taken for bytes and mid() gets whatever comes out, also below zero; callers rely on the very cut. Both
+// tags count as long as they are without attributes, blanks or prefix.
 QByteArray cut(const QByteArray& xml, const QString& tagName, bool contentOnly, qint64 start, qint64 end)
 {
+    const auto nameLength = static_cast<qint32>(tagName.toUtf8().size());
+    const qint32 startTag = nameLength + 2;
+    const qint32 endTag = nameLength + 3;
     if (contentOnly)
-        return xml.mid(start, end - start - tagLength(QStringLiteral("</%1>"), tagName)).trimmed();
-
-    const qint32 startTag = tagLength(QStringLiteral("<%1>"), tagName);
+        return xml.mid(start, end - start - endTag).trimmed();
     return xml.mid(start - startTag, end - start + startTag).trimmed();
 }
 

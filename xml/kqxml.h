@@ -35,7 +35,8 @@ public:
     ~KQXml();
 
     /// Returns the text of the first match, nested elements' text included: empty when it has none, null when there is
-    /// no match. Finding a match near the front costs the same in a document of any size.
+    /// no match. One among the first hundred nodes or so is found in microseconds in a document of any size; behind
+    /// them, a match or none costs a walk over the whole subtree.
     ///
     /// With a null `tagName` this and the next two operations look at the first child alone and find nothing when that
     /// is no element.

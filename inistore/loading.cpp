@@ -103,7 +103,7 @@ bool INIStore::Open(QString const& path)
     m_lastError.clear();
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        if (file.exists())
+        if (QFile::exists(path)) // unlike the file object, false for a link that leads nowhere
             m_lastError = QStringLiteral("Unable to open %1, with read permission").arg(path);
         return false;
     }

@@ -60,8 +60,7 @@ KQXml::~KQXml() {}
 
 QString KQXml::GetChildElementText(const QDomElement& element, const QString& tagName)
 {
-    const QDomElement match = firstMatch(element, tagName);
-    return match.isNull() ? QString() : match.text();
+    return firstMatch(element, tagName).text();
 }
 
 QDomElement KQXml::GetChildElement(const QDomElement& element, const QString& tagName)

@@ -3,7 +3,10 @@
 #include "support/rows.h"
 #include "xml/documents.h"
 
+#include <algorithm>
+#include <chrono>
 #include <initializer_list>
+#include <vector>
 
 namespace {
 
@@ -326,6 +329,26 @@ TEST_F(Lookup, long_walk_stays_below_the_element)
     given("<r><a>" + filler + "</a><k>outside</k></r>");
     root = element("a");
     thenNothingIsFound("k");
+}
+
+template <typename Action>
+std::chrono::nanoseconds fastestOf(int runs, Action action)
+{
+    std::vector<std::chrono::nanoseconds> times;
+    for (int run = 0; run < runs; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        action();
+        times.push_back(std::chrono::steady_clock::now() - start);
+    }
+    return *std::min_element(times.begin(), times.end());
+}
+
+TEST_F(Lookup, match_near_the_front_does_not_wait_for_the_rest)
+{
+    given("<r>" + QByteArray("<f/>").repeated(10) + "<k/>" + QByteArray("<f>text</f>").repeated(100'000) + "</r>");
+    const auto everything = fastestOf(3, [&] { root.elementsByTagName(u("k")).item(0); });
+    const auto ours = fastestOf(20, [&] { element("k"); });
+    EXPECT_LT(ours.count() * 1000, everything.count());
 }
 
 } // namespace

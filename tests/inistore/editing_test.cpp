@@ -482,10 +482,11 @@ TEST_F(Editing, removal_may_be_told_the_texts_of_the_line_that_goes)
 TEST_F(Editing, appending_may_be_told_the_texts_of_the_section_that_grows)
 {
     given("[s]\nk=v\n");
+    // Each call may move the lines, so each is told the texts anew.
+    const auto section = [&]() -> const INISection& { return store.m_sections.at(1); };
     for (int i = 0; i < 40; ++i) {
-        const INILine& line = store.m_sections.at(1).m_lines.at(0);
-        store.AppendKey(store.m_sections.at(1).m_name, line.m_key, line.m_value);
-        store.PrependKey(store.m_sections.at(1).m_name, line.m_key, line.m_value);
+        store.AppendKey(section().m_name, section().m_lines.at(0).m_key, section().m_lines.at(0).m_value);
+        store.PrependKey(section().m_name, section().m_lines.at(0).m_key, section().m_lines.at(0).m_value);
     }
     EXPECT_EQ(store.GetValues(Text("s"), Text("k")), QStringList(81, Text("v")));
 }

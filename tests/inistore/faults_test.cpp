@@ -5,15 +5,14 @@
 
 #include <QFile>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <functional>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 

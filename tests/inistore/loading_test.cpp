@@ -4,6 +4,7 @@
 
 #include <QMetaType>
 
+#include <memory>
 #include <type_traits>
 
 using namespace std::string_literals;
@@ -611,12 +612,12 @@ TEST(MetaType, destroys_through_the_virtual_destructor)
 
 TEST(Ownership, parent_destroys_the_store)
 {
-    QObject parent;
-    auto* const store = new INIStore(&parent);
-    EXPECT_EQ(store->parent(), &parent);
+    auto parent = std::make_unique<QObject>();
+    auto* const store = new INIStore(parent.get());
+    ASSERT_EQ(store->parent(), parent.get());
     bool destroyed = false;
     QObject::connect(store, &QObject::destroyed, [&] { destroyed = true; });
-    delete store;
+    parent.reset();
     EXPECT_TRUE(destroyed);
 }
 

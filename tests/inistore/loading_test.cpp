@@ -321,7 +321,7 @@ TEST_F(Loading, nul_byte_hides_the_rest_of_its_line_alone)
 TEST_F(Loading, long_lines_stay_whole)
 {
     // Longer than any buffer on the way, with the line end on, before and after a power of two.
-    for (const std::size_t length : {4095, 4096, 16383, 16384, 16385, 65536, 1 << 20}) {
+    for (const std::size_t length : {4095U, 4096U, 16383U, 16384U, 16385U, 65536U, 1U << 20}) {
         INIStore fresh;
         const std::string value(length - 3, 'x');
         writeFile(dir / "long.ini", "k=" + value + "\nl=" + value);

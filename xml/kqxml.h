@@ -88,12 +88,13 @@ public:
     ///
     ///     <r><!-- <k>no</k> --><k> 1&lt;2 </k></r>    <k> 1&lt;2 </k>    or    1&lt;2
     ///     <r><k>a<k>b</k>c</k></r>                    <k>b</k>           or    b
+    ///     <r><k a="1">v</k></r>                       1">v</k>           or    v
     ///
     /// Three things are taken for granted. The element is cut elsewhere, without notice, where they do not hold:
-    /// - The start tag is written `<tagName>`. An attribute, a blank or a prefix makes the whole element begin as many
-    ///   bytes inside the tag: `<k a="1">v</k>` gives `1">v</k>`. The content is right all the same.
-    /// - The end tag is written `</tagName>`. A longer one leaves its first bytes at the end of the content. The whole
-    ///   element is right. A self-closing `<k/>` has no end tag, and both forms cut at the wrong places.
+    /// - The start tag is written without attributes, blanks and prefix. Otherwise the whole element begins as many
+    ///   bytes inside the tag as it is longer; the content is right all the same.
+    /// - The end tag is written without blanks and prefix. Otherwise the content ends with the first bytes of the tag;
+    ///   the whole element is right. A self-closing tag is no end tag, and both forms cut at the wrong places.
     /// - Every character up to the end of the element is one byte long: the reader's offsets count characters.
     ///
     /// The encoding is what QXmlStreamReader makes of the declaration and the byte-order mark. `tagName` is compared

@@ -30,6 +30,7 @@ constexpr char description[] =
     "  remove FILE SECTION KEY [VALUE]   remove the first line of KEY with VALUE, or all lines of KEY\n"
     "\n"
     "SECTION and KEY match without regard to case; the SECTION '' is what stands above the first header.\n"
+    "A last line without a line end gets one when a key is added or changed.\n"
     "A missing section is added, a missing FILE is an error: a mistyped name must not start a new file.\n"
     "Options stand before the command, so a VALUE may begin with '-'.\n"
     "\n"
@@ -67,20 +68,32 @@ int get(INIStore& store, const QStringList& arguments)
     return std::fflush(stdout) == 0 ? Done : complain(Trouble, QStringLiteral("Error writing to standard output"));
 }
 
+// The store joins what it adds to a last line that has no line end. A person at a shell wants a line of its own.
+void endLastLine(INIStore& store)
+{
+    INISection& last = store.m_sections.last();
+    QByteArray& raw = last.m_lines.isEmpty() ? last.m_raw : last.m_lines.last().m_raw;
+    if (!raw.isEmpty() && !raw.endsWith('\n'))
+        raw += INIStore::s_newline.toUtf8();
+}
+
 int append(INIStore& store, const QStringList& arguments)
 {
+    endLastLine(store);
     store.AppendKey(arguments.at(1), arguments.at(2), arguments.at(3));
     return Done;
 }
 
 int prepend(INIStore& store, const QStringList& arguments)
 {
+    endLastLine(store);
     store.PrependKey(arguments.at(1), arguments.at(2), arguments.at(3));
     return Done;
 }
 
 int update(INIStore& store, const QStringList& arguments)
 {
+    endLastLine(store);
     store.UpdateKey(arguments.at(1), arguments.at(2), arguments.at(3));
     return Done;
 }

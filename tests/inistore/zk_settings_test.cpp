@@ -106,6 +106,26 @@ INSTANTIATE_TEST_SUITE_P(Usage, Settings,
             "zk_settings: Wrong number of arguments for get. See zk_settings --help.\n"}),
     rowName);
 
+TEST(SettingsWithoutALastLineEnd, get_a_line_of_its_own_for_what_is_added)
+{
+    const TempDir dir;
+    writeFile(dir / "f", "[a]\nk=1");
+    EXPECT_EQ(run({ZK_SETTINGS, "append", dir / "f", "a", "k", "2"}).status, 0);
+    EXPECT_EQ(readFile(dir / "f"), "[a]\nk=1\nk = 2\n");
+
+    writeFile(dir / "f", "[a]");
+    EXPECT_EQ(run({ZK_SETTINGS, "--crlf", "update", dir / "f", "b", "k", "v"}).status, 0);
+    EXPECT_EQ(readFile(dir / "f"), "[a]\r\n[b]\r\nk = v\r\n");
+}
+
+TEST(SettingsWithoutALastLineEnd, keep_it_so_when_a_key_goes)
+{
+    const TempDir dir;
+    writeFile(dir / "f", "[a]\nk=1\nx=0");
+    EXPECT_EQ(run({ZK_SETTINGS, "remove", dir / "f", "a", "k"}).status, 0);
+    EXPECT_EQ(readFile(dir / "f"), "[a]\nx=0");
+}
+
 TEST(SettingsHelp, names_every_command_and_status)
 {
     const Finished finished = run({ZK_SETTINGS, "--help"});

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <poll.h>
 #include <pty.h>
@@ -236,6 +237,7 @@ protected:
         child = forkpty(&output, nullptr, nullptr, nullptr);
         if (child == 0)
             become();
+        ASSERT_GT(child, 0) << "no pseudo-terminal: " << std::strerror(errno);
         input = dup(output);
     }
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 /// Names the cases of a parameterised test after their rows: every row type has a `name` of letters, digits and '_'.

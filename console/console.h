@@ -18,8 +18,9 @@ extern KQSUPPORT_EXPORT bool g_kq_consoleSetupFlag;
 /// Writes `format` with its values, as printf does, to standard output and flushes it. Nothing is added: a caller that
 /// wants a line ends its format with a newline.
 ///
-/// Returns the number of bytes written, or a negative number after an output error (nothing is printed about it). When
-/// the flag is off it returns 0 at once: nothing is written and the values are not read. The text of one trace is never
+/// Returns what vfprintf does: the number of bytes, or a negative number after an output error (nothing is printed
+/// about it). The result of the flush is ignored, so a short text to a full disk still returns its length. When the
+/// flag is off it returns 0 at once: nothing is written and the values are not read. The text of one trace is never
 /// split by that of another thread. `format` must not be null while the flag is on.
 KQSUPPORT_EXPORT int KQCONSOLETRACE(const char* format, ...) __attribute__((format(printf, 1, 2)));
 

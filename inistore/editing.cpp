@@ -49,7 +49,7 @@ std::optional<QByteArray> updatedAscii(std::string_view text, const QString& old
 {
     const auto isSame = [](char byte, QChar unit) { return QLatin1Char(byte) == unit; };
     const auto found = std::search(text.begin(), text.end(), oldValue.begin(), oldValue.end(), isSame);
-    if (text.find('=') == text.npos || (found == text.end() && !oldValue.isEmpty()))
+    if (text.find('=') == text.npos || found == text.end())
         return std::nullopt;
     return replaced(text, found - text.begin(), oldValue.size(), value.toUtf8());
 }

@@ -73,8 +73,9 @@ Q_DECLARE_TYPEINFO(INISection, Q_RELOCATABLE_TYPE);
 /// on several lines, each with one value; a section name may return, but only the first section of a name is looked up
 /// and edited (`RemoveKeyValue` alone searches them all).
 ///
-/// Lookups and edits are linear scans without an index; a changed line is the only one whose memory is touched. No
-/// operation throws. A store is for one thread at a time, as any QObject; it is not copyable, but its records are.
+/// Lookups and edits are linear scans without an index. An edit copies no other line's bytes, but moves records: take
+/// references into `m_sections` anew after it. No operation throws. A store is for one thread at a time, as any
+/// QObject; it is not copyable, but its records are.
 class KQSUPPORT_EXPORT INIStore : public QObject
 {
     Q_OBJECT
@@ -126,8 +127,8 @@ public:
     ///
     /// The old value is looked for from the start of the line, and its first occurrence is what is replaced, also
     /// inside the key: "b" for the "a" of `aa=a` gives `ba=a`, and a new "x" for the empty value of `key=` gives
-    /// `xkey=`. `m_value` is the new value all the same. A line whose text does not hold its value (an edit may have
-    /// composed it so) is passed over for the next one with the key.
+    /// `xkey=`. `m_value` is the new value all the same. A line whose text, comment included, holds no `=` or does
+    /// not hold its value is passed over for the next one with the key.
     ///
     /// The line is composed afresh from its decoded text: a byte-order mark goes, what was not UTF-8 becomes U+FFFD,
     /// and a line with a NUL ends before it and loses its line end.
@@ -155,7 +156,8 @@ public:
     /// them it does not clear `m_lastError` first, and what `file` still buffers is for its owner to flush.
     bool WriteSections(QFile& file, QString const& name);
 
-    /// Returns the message of the last `Open` or `Write`, null when it succeeded.
+    /// Returns the message of the last failure; null after an `Open` or `Write` that succeeded, and after an `Open` of
+    /// an absent file.
     QString GetLastError() const { return m_lastError; }
 
     /// The document. Never empty: the leading section is always the first.

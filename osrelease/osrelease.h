@@ -37,9 +37,10 @@ public:
     /// read.
     ///
     /// A file that is absent, unreadable or without an `ID` leaves its message in `m_error`. The file is read in pieces
-    /// of at most 255 characters, and a line that does not hold exactly one `=` is ignored, so a `PRETTY_NAME` with an
-    /// `=` in its value stays unknown. Only the newline is taken off: a file with CR LF ends keeps the CR in its
-    /// values, and then their quotes too. Of a repeated key the last one holds.
+    /// of at most 255 characters. A line that `SplitLine` does not cut at `=` into exactly two pieces is ignored: a
+    /// `PRETTY_NAME` with an `=` inside its value stays unknown, and an empty `ID=` says nothing. Only the newline is
+    /// taken off: a file with CR LF ends keeps the CR in its values, and then their quotes too. Of a repeated key the
+    /// last one holds.
     ///
     /// A `VERSION_ID` with a first, second or third piece that does not begin with a number throws
     /// std::invalid_argument, and one outside 32 bits std::out_of_range, as `ParseVersion` does. Nothing else throws
@@ -94,8 +95,9 @@ public:
     /// The package queries: whether `package` is installed, by the database of one package tool. They read no field.
     ///
     /// Each call starts a shell that runs the tool, and waits for it; nothing is cached and the tool's output is thrown
-    /// away. A tool, shell or package that is not there gives false; a command ended by a signal gives true. `package`
-    /// goes into the command line unquoted, so pass only fixed names, never text from outside.
+    /// away. A tool, shell or package that is not there gives false. A signal that ends the shell gives true; one that
+    /// ends the tool alone gives what the shell makes of it. `package` goes into the command line unquoted, so pass
+    /// only fixed names, never text from outside.
     ///
     /// This one asks `rpm`, also on SUSE.
     bool RpmInstalled(std::string const& package);
@@ -108,12 +110,13 @@ public:
     /// prints the one command that installs them and waits for a line (or the end) of standard input. Takes the
     /// installer's own command line, which may hold `--distrib`.
     ///
-    /// The X11 and OpenGL packages are asked for only on a machine that already has one of the X11 packages. Nothing is
-    /// printed when nothing is missing or when the release is of no known family, and `OSSupported` is not asked.
-    /// Nothing is installed, and nothing is checked again after the wait.
+    /// The X11 and OpenGL packages count as missing only on a machine that has at least one of the X11 packages;
+    /// without one, the OpenGL package is not even queried. Nothing goes to standard output when nothing is missing or
+    /// when the release is of no known family, and `OSSupported` is not asked. The wait takes at most 255 characters of
+    /// the line. Nothing is installed, and nothing is checked again afterwards.
     ///
-    /// Costs one shell and package tool for each package, at most 15, one after another, and leaves one `COSRelease`
-    /// allocated for the rest of the process. Throws what the constructor throws.
+    /// Costs one shell and package tool (on Debian a grep, too) for each package, at most 15, one after another, and
+    /// leaves one `COSRelease` allocated for the rest of the process. Throws what the constructor throws.
     static void CheckPrerequisites(int argc, char** argv);
 
     /// The releases that the application was verified on, and how to override the detection. Empty after an override.
@@ -128,7 +131,8 @@ public:
     std::string m_versionId;
     /// `PRETTY_NAME`. Empty after an override.
     std::string m_prettyName;
-    /// The first number of `m_versionId`; this and the next two are 0 where it has none.
+    /// The first number of `m_versionId`. This and the next two are 0 until a version sets them, and a later version
+    /// with fewer numbers leaves the others.
     std::int32_t m_major = 0;
     std::int32_t m_minor = 0; ///< The second number.
     std::int32_t m_patch = 0; ///< The third number.

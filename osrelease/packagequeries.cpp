@@ -4,8 +4,9 @@
 
 namespace {
 
-// Only the exit-status byte of the wait status counts. A command ended by a signal leaves it zero and so counts as
-// success; a shell that cannot be started (-1) or finds no tool (127) does not.
+// Only the exit-status byte of the wait status counts. A signal that ends the shell leaves it zero and so counts as
+// success (one that ends the tool comes to us as the shell reports it); a shell that cannot be started (-1) or finds no
+// tool (127) does not.
 bool succeeds(const std::string& command)
 {
     return (std::system(command.c_str()) & 0xff00) == 0;

@@ -180,6 +180,12 @@ TEST_F(QueryThroughTheShell, shell_ended_by_a_signal_is_installed)
     EXPECT_TRUE(os.PacmanInstalled(name));
 }
 
+TEST_F(QueryThroughTheShell, dpkg_query_ended_by_a_signal_is_absent_since_it_says_nothing)
+{
+    toolIs("dpkg-query", "kill -KILL $$\n");
+    EXPECT_FALSE(os.DebInstalled("binutils"));
+}
+
 TEST_F(QueryThroughTheShell, missing_tool_is_absent)
 {
     setenv("PATH", dir.path().c_str(), 1);

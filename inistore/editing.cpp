@@ -30,11 +30,6 @@ void addSection(INIStore& store, const QString& name, const QString& key, const 
     store.m_sections.append(std::move(section));
 }
 
-std::string_view textOf(const QByteArray& raw)
-{
-    return inistore::textOf({raw.constData(), static_cast<std::size_t>(raw.size())});
-}
-
 QByteArray replaced(std::string_view text, qsizetype position, qsizetype length, const QByteArray& value)
 {
     const auto end = static_cast<qsizetype>(text.size());
@@ -58,7 +53,7 @@ std::optional<QByteArray> updatedAscii(std::string_view text, const QString& old
 // the start of the line and may be found inside the key; callers count on the first occurrence.
 std::optional<QByteArray> updatedRaw(const INILine& line, const QString& value)
 {
-    const std::string_view bytes = textOf(line.m_raw);
+    const std::string_view bytes = inistore::textOf(inistore::viewOf(line.m_raw));
     if (inistore::isAscii(bytes))
         return updatedAscii(bytes, line.m_value, value);
 

@@ -1,6 +1,7 @@
 #ifndef KQSUPPORT_INISTORE_LINE_P_H
 #define KQSUPPORT_INISTORE_LINE_P_H
 
+#include <QByteArray>
 #include <QString>
 
 #include <string_view>
@@ -14,6 +15,11 @@ struct ParsedLine
     QString key;
     QString value;
 };
+
+inline std::string_view viewOf(const QByteArray& bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
 
 /// The bytes of a line that count as text: a NUL ends them.
 inline std::string_view textOf(std::string_view raw)

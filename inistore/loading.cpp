@@ -39,7 +39,7 @@ private:
 
 void Loader::takeLines(const QByteArray& bytes)
 {
-    std::string_view rest(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    std::string_view rest = inistore::viewOf(bytes);
     while (!rest.empty()) {
         const std::string_view line = takeLine(rest);
         inistore::ParsedLine parsed = inistore::parseLine(line);

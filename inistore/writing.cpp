@@ -1,22 +1,94 @@
 #include "inistore/inistore.h"
 
+#include "inistore/line_p.h"
+
 #include <QFile>
+
+#include <string>
+#include <string_view>
 
 namespace {
 
-// A NUL ends what is written, and the count then tells that the rest is missing.
-bool writeRaw(QFile& file, const QByteArray& raw)
+// Gathers lines, so that QFile takes large blocks as they are and is not called for each line. A failure counts when,
+// and only when, it would count if each line were handed over alone: what QFile would then still hold in its buffer
+// goes last and by itself, to wait there.
+class BlockWriter
 {
-    const std::size_t length = qstrnlen(raw.constData(), static_cast<std::size_t>(raw.size()));
-    return raw.isEmpty() || file.write(raw.constData(), static_cast<qint64>(length)) == raw.size();
+public:
+    explicit BlockWriter(QFile& file)
+        : m_file(file)
+    {
+        m_block.reserve(blockSize + fileBufferSize);
+    }
+
+    bool writeRaw(const QByteArray& raw);
+    bool flush();
+
+private:
+    static constexpr std::size_t fileBufferSize = 16 * 1024;
+    static constexpr std::size_t blockSize = 64 * 1024;
+
+    bool add(std::string_view bytes);
+    bool write(std::string_view bytes);
+
+    QFile& m_file;
+    std::string m_block;
+    std::size_t m_tail = 0; // of the block: how much would wait in QFile's buffer
+};
+
+// A NUL ends what is written, and the rest is then missing.
+bool BlockWriter::writeRaw(const QByteArray& raw)
+{
+    const std::string_view bytes = inistore::viewOf(raw);
+    const std::string_view text = inistore::textOf(bytes);
+    return add(text) && text.size() == bytes.size();
 }
 
-bool writeSection(QFile& file, const INISection& section)
+bool BlockWriter::add(std::string_view bytes)
 {
-    if (!writeRaw(file, section.m_raw))
+    if (bytes.size() > fileBufferSize)
+        return flush() && write(bytes);
+    if (m_tail + bytes.size() > fileBufferSize) {
+        m_tail = 0;
+        if (m_block.size() >= blockSize && !flush())
+            return false;
+    }
+    m_block += bytes;
+    m_tail += bytes.size();
+    return true;
+}
+
+bool BlockWriter::flush()
+{
+    const std::string_view block = m_block;
+    const std::size_t front = block.size() - m_tail;
+    const bool isWritten = write(block.substr(0, front)) && write(block.substr(front));
+    m_block.clear();
+    m_tail = 0;
+    return isWritten;
+}
+
+bool BlockWriter::write(std::string_view bytes)
+{
+    const auto size = static_cast<qint64>(bytes.size());
+    return bytes.empty() || m_file.write(bytes.data(), size) == size;
+}
+
+bool writeSection(BlockWriter& writer, const INISection& section)
+{
+    if (!writer.writeRaw(section.m_raw))
         return false;
     for (const INILine& line : section.m_lines) {
-        if (!writeRaw(file, line.m_raw))
+        if (!writer.writeRaw(line.m_raw))
+            return false;
+    }
+    return true;
+}
+
+bool writeSections(BlockWriter& writer, const QList<INISection>& sections)
+{
+    for (const INISection& section : sections) {
+        if (!writeSection(writer, section))
             return false;
     }
     return true;
@@ -48,12 +120,10 @@ bool INIStore::Write(int descriptor, QString const& name)
 
 bool INIStore::WriteSections(QFile& file, QString const& name)
 {
-    const QList<INISection>& sections = m_sections;
-    for (const INISection& section : sections) {
-        if (!writeSection(file, section)) {
-            m_lastError = QStringLiteral("Error writing to %1, file only partially written").arg(name);
-            return false;
-        }
-    }
-    return true;
+    BlockWriter writer(file);
+    const bool isComplete = writeSections(writer, m_sections);
+    if (writer.flush() && isComplete)
+        return true;
+    m_lastError = QStringLiteral("Error writing to %1, file only partially written").arg(name);
+    return false;
 }

@@ -1,3 +1,4 @@
+#include "inistore/referencemodel.h"
 #include "inistore/storetest.h"
 
 #include "support/rows.h"
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <random>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
@@ -402,6 +404,45 @@ TEST_F(SizeLimit, as_large_as_the_document_is_no_fault)
     }
     EXPECT_TRUE(result);
     EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument);
+}
+
+// Lines short and long, some longer than QFile's buffer and some that fill it exactly.
+std::string randomDocument(std::mt19937& random)
+{
+    const std::size_t lengths[] = {1, 10, 40, 1'000, 16'383, 16'384, 16'385, 70'000};
+    std::discrete_distribution<std::size_t> pick({10, 60, 60, 30, 1, 1, 1, 1});
+    const std::size_t size = random() % 200'000;
+    std::string bytes;
+    while (bytes.size() < size)
+        bytes += std::string(lengths[pick(random)] - 1, 'x') + '\n';
+    return bytes;
+}
+
+// Lines are gathered for QFile, and nobody may see it: the model hands over each alone.
+TEST_F(SizeLimit, met_anywhere_is_the_same_as_when_lines_are_written_one_by_one)
+{
+    std::mt19937 random(26);
+    int failures = 0;
+    for (int i = 0; i < 100; ++i) {
+        writeFile(dir / "given.ini", randomDocument(random));
+        INIStore fresh;
+        reference::Model model;
+        ASSERT_TRUE(fresh.Open(toPath(dir / "given.ini")) && model.open(toPath(dir / "given.ini")));
+        const std::size_t size = readFile(dir / "given.ini").size();
+        const rlim_t bytes = random() % (size + 2);
+        bool result = false;
+        bool expected = false;
+        {
+            const FileSizeLimit limit(bytes);
+            result = fresh.Write(toPath(dir / "out.ini"));
+            expected = model.write(toPath(dir / "expected.ini"));
+        }
+        EXPECT_EQ(result, expected) << "limit " << bytes << " of " << size;
+        EXPECT_TRUE(readFile(dir / "out.ini") == readFile(dir / "expected.ini")) << "limit " << bytes << " of " << size;
+        failures += result ? 0 : 1;
+    }
+    EXPECT_GT(failures, 30);
+    EXPECT_LT(failures, 100);
 }
 
 // Qt opens a file object on any number and meets the fault when bytes leave its buffer.

@@ -1,77 +1,17 @@
-// Any bytes as /etc/os-release: the fields are those that a plain reading with std::getline gives.
+// Any bytes as /etc/os-release: the fields are those of a plain reading of the rules.
 #include "osrelease/osrelease.h"
 
 #include "input.h"
+#include "osrelease/detectionmodel.h"
 #include "osrelease/standins.h"
 
-#include <map>
-#include <sstream>
 #include <stdexcept>
-
-namespace {
-
-std::vector<std::string> pieces(const std::string& line, char delimiter)
-{
-    std::istringstream in(line);
-    std::vector<std::string> found;
-    for (std::string piece; std::getline(in, piece, delimiter);)
-        found.push_back(piece);
-    return found;
-}
-
-// The lines as reads of at most 255 characters give them, each up to its first NUL.
-std::vector<std::string> reads(std::string_view file)
-{
-    std::vector<std::string> lines;
-    while (!file.empty()) {
-        const std::size_t size = std::min({file.find('\n'), file.size() - 1, std::size_t(254)}) + 1;
-        lines.emplace_back(file.substr(0, size).data(), std::min(size, file.substr(0, size).find('\0')));
-        if (!lines.back().empty() && lines.back().back() == '\n')
-            lines.back().pop_back();
-        file.remove_prefix(size);
-    }
-    return lines;
-}
-
-struct Expected
-{
-    std::map<std::string, std::string> values;
-    int numbers[3] = {};
-    bool throws = false;
-};
-
-Expected readPlainly(std::string_view file)
-{
-    Expected expected;
-    for (const std::string& line : reads(file)) {
-        const std::vector<std::string> parts = pieces(line, '=');
-        if (parts.size() != 2)
-            continue;
-        std::string value = parts[1];
-        if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
-            value = value.substr(1, value.size() - 2);
-        expected.values[parts[0]] = value;
-        if (parts[0] != "VERSION_ID")
-            continue;
-        const std::vector<std::string> numbers = pieces(value, '.');
-        try {
-            for (std::size_t i = 0; i < numbers.size() && i < 3; ++i)
-                expected.numbers[i] = std::stoi(numbers[i]);
-        } catch (const std::logic_error&) {
-            expected.throws = true;
-            break;
-        }
-    }
-    return expected;
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view file = Input(data, size).rest();
     standin::osRelease(std::string(file));
-    Expected expected = readPlainly(file);
+    ModelRelease expected = modelRelease(file);
 
     char name[] = "zk_install";
     char* argv[] = {name, nullptr};

@@ -1,51 +1,83 @@
-// Any document that Qt parses, with a tag name and a text on the first lines: the lookups are those of Qt's own list,
-// and an edit changes what it names.
+// Any document that Qt parses, read twice: what the library finds and makes in the one, plain steps in Qt's calls find
+// and make in the other. The file begins with a tag name, a text and the edits, a line each, and an empty line: an edit
+// is an operation (u, b or a), the element that it is for and the element beside which it inserts.
 #include "xml/kqxml.h"
 
 #include "input.h"
+#include "xml/dommodel.h"
+
+#include <vector>
+
+namespace {
+
+QString toText(std::string_view utf8)
+{
+    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+void requireSameLookups(const QDomElement& element, const QString& tagName, const QString& attribute)
+{
+    const QDomElement first = modelFirst(element, tagName);
+    QStringList texts;
+    for (const QDomElement& match : modelAll(element, tagName))
+        texts.append(match.text());
+    require(KQXml::GetChildElements(element, tagName) == modelAll(element, tagName), "all elements");
+    require(KQXml::GetChildElementsTextList(element, tagName) == texts, "all texts");
+    require(KQXml::GetChildElement(element, tagName) == first, "the first element");
+    require(KQXml::GetChildElementText(element, tagName) == first.text(), "the first text");
+    require(KQXml::GetChildElementAttribute(element, tagName, attribute) == first.attribute(attribute), "an attribute");
+}
+
+// Any element of the document, or the null one, or one of another document.
+QDomElement chosen(const QDomDocument& document, char choice)
+{
+    static QDomDocument another;
+    const QDomElement foreign = another.createElement(QStringLiteral("foreign"));
+    const QList<QDomElement> choices = QList<QDomElement>{{}, foreign} + allElements(document);
+    return choices.at(static_cast<unsigned char>(choice - '0') % choices.size());
+}
+
+void edit(const std::string& how, QDomDocument& ours, QDomDocument& plain, const QString& tagName, const QString& text)
+{
+    QDomElement element = chosen(ours, how[1]);
+    switch (how[0]) {
+    case 'b':
+        KQXml::InsertBeforeElement(&ours, element, chosen(ours, how[2]), tagName, text);
+        return modelInsertBefore(plain, chosen(plain, how[1]), chosen(plain, how[2]), tagName, text);
+    case 'a':
+        KQXml::InsertAfterElement(&ours, element, chosen(ours, how[2]), tagName, text);
+        return modelInsertAfter(plain, chosen(plain, how[1]), chosen(plain, how[2]), tagName, text);
+    default:
+        KQXml::UpdateElementText(&ours, &element, text);
+        return modelUpdateText(plain, chosen(plain, how[1]), text);
+    }
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Input input(data, size);
-    const auto text = [](std::string_view t) { return QString::fromUtf8(t.data(), static_cast<qsizetype>(t.size())); };
     const bool namespaces = input.byte() % 2 == 0;
-    const QString tagName = text(input.line());
-    const QString value = text(input.line());
-    const std::string_view xml = input.rest();
+    const QString tagName = toText(input.line());
+    const QString text = toText(input.line());
+    std::vector<std::string> edits;
+    for (std::string_view line = input.line(); !line.empty() && edits.size() < 10; line = input.line()) {
+        edits.emplace_back(line);
+        edits.back().resize(3);
+    }
+    const std::string_view rest = input.rest();
+    const QByteArray xml(rest.data(), static_cast<qsizetype>(rest.size()));
 
-    QDomDocument document;
-    if (!document.setContent(QByteArray(xml.data(), static_cast<qsizetype>(xml.size())), namespaces))
+    QDomDocument ours;
+    QDomDocument plain;
+    if (!ours.setContent(xml, namespaces) || !plain.setContent(xml, namespaces))
         return 0;
-    QDomElement root = document.documentElement();
-
-    QList<QDomElement> elements;
-    QStringList texts;
-    const QDomNodeList matches = root.elementsByTagName(tagName);
-    for (int i = 0; i < matches.length(); ++i) {
-        const QDomElement match = matches.item(i).toElement();
-        if (match.isNull())
-            continue;
-        elements.append(match);
-        texts.append(match.text());
+    requireSameLookups(ours.documentElement(), tagName, text);
+    for (const std::string& how : edits) {
+        edit(how, ours, plain, tagName, text);
+        require(ours.toString(-1) == plain.toString(-1), "the document edited");
     }
-    require(KQXml::GetChildElements(root, tagName) == elements, "all elements");
-    require(KQXml::GetChildElementsTextList(root, tagName) == texts, "all texts");
-    if (!tagName.isNull()) {
-        const QDomElement first = elements.isEmpty() ? QDomElement() : elements.constFirst();
-        require(KQXml::GetChildElement(root, tagName) == first, "the first element");
-        require(KQXml::GetChildElementText(root, tagName) == first.text(), "the first text");
-        require(KQXml::GetChildElementAttribute(root, tagName, value) == first.attribute(value), "an attribute");
-    }
-
-    const int children = root.childNodes().length();
-    KQXml::InsertBeforeElement(&document, root, QDomElement(), QStringLiteral("fuzz"), value);
-    require(root.firstChildElement().tagName() == u"fuzz" && root.firstChild().firstChild().nodeValue() == value,
-        "the element inserted first");
-    KQXml::InsertAfterElement(&document, root, QDomElement(), QStringLiteral("fuzz"), value);
-    require(root.childNodes().length() == children + 2, "the element inserted last");
-
-    QDomElement inserted = root.lastChildElement();
-    KQXml::UpdateElementText(&document, &inserted, tagName);
-    require(inserted.text() == tagName, "the text updated");
+    requireSameLookups(ours.documentElement(), tagName, text);
     return 0;
 }

@@ -2,37 +2,17 @@
 // written back as it was. The edits come first, four lines each, then an empty line, then the file.
 #include "inistore/inistore.h"
 
-#include "inistore/referencemodel.h"
+#include "inistore/entries.h"
 #include "input.h"
+#include "memoryfile.h"
 
 #include <QBuffer>
-#include <QFile>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
-bool same(const QString& a, const QString& b)
-{
-    return a == b && a.isNull() == b.isNull();
-}
-
 void requireAgreement(const INIStore& store, const reference::Model& model)
 {
-    require(store.m_sections.size() == model.sections.size(), "the number of sections");
-    for (qsizetype s = 0; s < model.sections.size(); ++s) {
-        const INISection& section = store.m_sections.at(s);
-        const reference::Section& expected = model.sections.at(s);
-        require(same(section.m_name, expected.name) && section.m_raw == expected.raw, "a header");
-        require(section.m_lines.size() == expected.lines.size(), "the number of lines");
-        for (qsizetype i = 0; i < expected.lines.size(); ++i) {
-            const INILine& line = section.m_lines.at(i);
-            require(same(line.m_key, expected.lines.at(i).key), "a key");
-            require(same(line.m_value, expected.lines.at(i).value), "a value");
-            require(line.m_raw == expected.lines.at(i).raw, "the bytes of a line");
-        }
-    }
+    require(entriesOf(store) == entriesOf(model), "the headers and lines");
     require(store.m_currentSection == model.currentSection, "the current section");
 }
 
@@ -57,31 +37,6 @@ void edit(char operation, const QString& section, const QString& key, const QStr
         return model.updateKey(section, key, value);
     }
 }
-
-/// A file in memory that Qt opens by a path.
-class MemoryFile
-{
-public:
-    explicit MemoryFile(std::string_view bytes = {})
-        : m_descriptor(memfd_create("fuzz", 0))
-    {
-        require(
-            write(m_descriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "a file to read");
-    }
-    ~MemoryFile() { close(m_descriptor); }
-    MemoryFile(const MemoryFile&) = delete;
-
-    QString path() const { return QStringLiteral("/proc/self/fd/%1").arg(m_descriptor); }
-    QByteArray bytes() const
-    {
-        QFile file(path());
-        require(file.open(QIODevice::ReadOnly), "a file to compare");
-        return file.readAll();
-    }
-
-private:
-    int m_descriptor;
-};
 
 void requireSameWriting(INIStore& store, reference::Model& model)
 {

@@ -4,6 +4,10 @@
 #include "input.h"
 #include "osrelease/standins.h"
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     standin::osRelease("ID=file\n");

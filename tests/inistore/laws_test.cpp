@@ -1,4 +1,4 @@
-#include "inistore/referencemodel.h"
+#include "inistore/entries.h"
 #include "inistore/storetest.h"
 
 #include <QtGlobal>
@@ -12,6 +12,13 @@ using namespace std::string_literals;
 
 // KQSUPPORT_TEST_SEED=N picks other cases; KQSUPPORT_TEST_CASES=N their number. A failure names the seed that brings
 // that one case back: KQSUPPORT_TEST_SEED=it KQSUPPORT_TEST_CASES=1.
+
+// Found by GoogleTest beside Entry.
+void PrintTo(const Entry& entry, std::ostream* out)
+{
+    *out << (entry.header ? "section " : "line ") << testing::PrintToString(entry.key) << " = "
+         << testing::PrintToString(entry.value) << " from " << testing::PrintToString(entry.raw) << '\n';
+}
 
 namespace {
 
@@ -164,49 +171,6 @@ QString randomText(Random& random, const INIStore& store, QString INILine::*memb
 QString randomSection(Random& random, const INIStore& store)
 {
     return random.oneIn(2) ? QString(random.of(sectionNames)) : random.of(store.m_sections).m_name;
-}
-
-// One thing that a document is made of: a header (its name stands as key) or a line.
-struct Entry
-{
-    bool header;
-    QString key;
-    QString value;
-    QByteArray raw;
-};
-
-bool operator==(const Entry& a, const Entry& b)
-{
-    return a.header == b.header && exactly(a.key) == exactly(b.key) && exactly(a.value) == exactly(b.value) &&
-           a.raw == b.raw;
-}
-
-std::vector<Entry> entriesOf(const INIStore& store)
-{
-    std::vector<Entry> entries;
-    for (const INISection& section : store.m_sections) {
-        entries.push_back({true, section.m_name, null, section.m_raw});
-        for (const INILine& line : section.m_lines)
-            entries.push_back({false, line.m_key, line.m_value, line.m_raw});
-    }
-    return entries;
-}
-
-std::vector<Entry> entriesOf(const reference::Model& model)
-{
-    std::vector<Entry> entries;
-    for (const reference::Section& section : model.sections) {
-        entries.push_back({true, section.name, null, section.raw});
-        for (const reference::Line& line : section.lines)
-            entries.push_back({false, line.key, line.value, line.raw});
-    }
-    return entries;
-}
-
-void PrintTo(const Entry& entry, std::ostream* out)
-{
-    *out << (entry.header ? "section " : "line ") << testing::PrintToString(entry.key) << " = "
-         << testing::PrintToString(entry.value) << " from " << testing::PrintToString(entry.raw) << '\n';
 }
 
 struct Change

@@ -1,72 +1,18 @@
 #include "xml/kqxml.h"
 
 #include "xml/documents.h"
+#include "xml/dommodel.h"
 #include "xml/randomdocument.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-// The lookups as the loop over Qt's list that they stand for.
-
-QDomElement plainFirst(const QDomElement& element, const QString& tagName)
-{
-    const QDomNodeList matches = element.elementsByTagName(tagName);
-    return matches.length() == 0 ? QDomElement() : matches.item(0).toElement();
-}
-
-QList<QDomElement> plainList(const QDomElement& element, const QString& tagName)
-{
-    QList<QDomElement> list;
-    const QDomNodeList matches = element.elementsByTagName(tagName);
-    for (int i = 0; i < matches.length(); ++i) {
-        if (!matches.item(i).toElement().isNull())
-            list.append(matches.item(i).toElement());
-    }
-    return list;
-}
-
-// The edits as the steps in Qt's calls that they stand for.
-
-void plainUpdate(QDomDocument& document, QDomElement element, const QString& text)
-{
-    if (element.firstChild().isNull()) {
-        element.appendChild(document.createTextNode(text));
-        return;
-    }
-    for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        QDomText textNode = child.toText();
-        if (!textNode.isNull()) {
-            textNode.setData(text);
-            return;
-        }
-    }
-}
-
-QDomElement plainNew(QDomDocument& document, const QString& tagName, const QString& text)
-{
-    QDomElement element = document.createElement(tagName);
-    QDomText textNode = document.createTextNode(text);
-    element.appendChild(textNode);
-    return element;
-}
-
 QStringList searchedNames()
 {
     return elementNames() + QStringList{QString(), QStringLiteral(""), QStringLiteral("r"), QStringLiteral("absent"),
                                 QStringLiteral("#text"), QStringLiteral("#comment"), QStringLiteral("p:renamed"),
                                 QStringLiteral("renamed"), QStringLiteral("long.name")};
-}
-
-QList<QDomElement> allElements(const QDomDocument& document)
-{
-    QList<QDomElement> all = {document.documentElement()};
-    for (int i = 0; i < all.size(); ++i) {
-        const QDomElement element = all.at(i);
-        for (QDomElement c = element.firstChildElement(); !c.isNull(); c = c.nextSiblingElement())
-            all.append(c);
-    }
-    return all;
 }
 
 /// Shapes that no parser makes: elements in entity references, renamed, given another prefix, or without a name.
@@ -76,7 +22,7 @@ void disturb(Dice& dice, QDomDocument& document)
     switch (dice.below(6)) {
     case 0: {
         QDomEntityReference reference = document.createEntityReference(QStringLiteral("k"));
-        reference.appendChild(plainNew(document, QStringLiteral("k"), QStringLiteral("inside")));
+        reference.appendChild(modelElement(document, QStringLiteral("k"), QStringLiteral("inside")));
         element.appendChild(reference);
         break;
     }
@@ -96,8 +42,8 @@ void disturb(Dice& dice, QDomDocument& document)
 
 void expectSameLookups(const QDomElement& element, const QString& tag)
 {
-    const QDomElement first = plainFirst(element, tag);
-    const QList<QDomElement> list = plainList(element, tag);
+    const QDomElement first = modelFirst(element, tag);
+    const QList<QDomElement> list = modelAll(element, tag);
     EXPECT_EQ(KQXml::GetChildElement(element, tag), first);
     EXPECT_EQ(KQXml::GetChildElements(element, tag), list);
 
@@ -174,15 +120,15 @@ struct Twins
         switch (dice.below(3)) {
         case 0:
             KQXml::UpdateElementText(&ours, &ourParent, text);
-            plainUpdate(plain, plainParent, text);
+            modelUpdateText(plain, plainParent, text);
             break;
         case 1:
             KQXml::InsertBeforeElement(&ours, ourParent, ourReference, tag, text);
-            plainParent.insertBefore(plainNew(plain, tag, text), plainReference);
+            modelInsertBefore(plain, plainParent, plainReference, tag, text);
             break;
         default:
             KQXml::InsertAfterElement(&ours, ourParent, ourReference, tag, text);
-            plainParent.insertAfter(plainNew(plain, tag, text), plainReference);
+            modelInsertAfter(plain, plainParent, plainReference, tag, text);
         }
     }
 };

@@ -31,6 +31,7 @@
 class KQSUPPORT_EXPORT KQXml
 {
 public:
+    /// An object holds nothing; there is no need for one.
     KQXml();
     ~KQXml();
 

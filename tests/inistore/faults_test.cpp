@@ -406,6 +406,29 @@ TEST_F(SizeLimit, as_large_as_the_document_is_no_fault)
     EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument);
 }
 
+// 256 of these lines fill QFile's buffer of 16 KiB: ten times it is emptied for the next line, which shows a failure,
+// and what waits in it at the end shows none.
+TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
+{
+    const std::string line = std::string(63, 'x') + '\n';
+    std::string document;
+    for (int i = 0; i < 10 * 256 + 100; ++i)
+        document += line;
+    given(document);
+    bool lastAlone = false;
+    bool oneByteMore = true;
+    {
+        const FileSizeLimit limit(10 * 16'384);
+        lastAlone = store.Write(toPath(dir / "out.ini"));
+    }
+    {
+        const FileSizeLimit limit(10 * 16'384 - 1);
+        oneByteMore = store.Write(toPath(dir / "out.ini"));
+    }
+    EXPECT_TRUE(lastAlone);
+    EXPECT_FALSE(oneByteMore);
+}
+
 // Lines short and long, some longer than QFile's buffer and some that fill it exactly.
 std::string randomDocument(std::mt19937& random)
 {

@@ -282,13 +282,14 @@ class MatchPosition : public testing::TestWithParam<Position>
 protected:
     static QByteArray wide(const QByteArray& middle)
     {
-        return "<r>" + QByteArray("<f/>").repeated(GetParam().before) + middle +
-               QByteArray("<f/>").repeated(GetParam().after) + "</r>";
+        return "<r>" + QByteArray("<f/>\n").repeated(GetParam().before) + middle +
+               QByteArray("<f/>\n").repeated(GetParam().after) + "</r>";
     }
     static QByteArray deep(const QByteArray& middle)
     {
         return "<r>" + QByteArray("<f>").repeated(GetParam().before) + middle +
-               QByteArray("</f>").repeated(GetParam().before) + QByteArray("<f/>").repeated(GetParam().after) + "</r>";
+               QByteArray("</f>").repeated(GetParam().before) + QByteArray("<f/>\n").repeated(GetParam().after) +
+               "</r>";
     }
 };
 
@@ -319,8 +320,9 @@ TEST_P(MatchPosition, absent_is_null)
 
 INSTANTIATE_TEST_SUITE_P(Position, MatchPosition,
     testing::Values(Position{"only", 0, 0}, Position{"first", 0, 1000}, Position{"last", 200, 0},
-        Position{"after_126", 126, 10}, Position{"after_127", 127, 10}, Position{"after_128", 128, 10},
-        Position{"after_129", 129, 10}, Position{"after_127_and_last", 127, 0}, Position{"after_128_and_last", 128, 0}),
+        Position{"after_1", 1, 10}, Position{"after_2", 2, 10}, Position{"after_3", 3, 10},
+        Position{"after_1_and_last", 1, 0}, Position{"after_2_and_last", 2, 0}, Position{"after_9_of_many", 9, 1000},
+        Position{"after_10_of_many", 10, 1000}, Position{"after_11_of_many", 11, 1000}),
     rowName);
 
 TEST_F(Lookup, long_walk_stays_below_the_element)
@@ -343,12 +345,33 @@ std::chrono::nanoseconds fastestOf(int runs, Action action)
     return *std::min_element(times.begin(), times.end());
 }
 
-TEST_F(Lookup, match_near_the_front_does_not_wait_for_the_rest)
+TEST_F(Lookup, works_on_a_document_that_was_made_by_calls)
 {
-    given("<r>" + QByteArray("<f/>").repeated(10) + "<k/>" + QByteArray("<f>text</f>").repeated(100'000) + "</r>");
+    given("<r/>");
+    for (int i = 0; i < 300; ++i)
+        root.appendChild(document.createElement(i == 250 ? u("k") : u("f")))
+            .appendChild(document.createTextNode(u("1")));
+    thenFound("k", {"1"});
+    thenNothingIsFound("j");
+}
+
+class FrontOfTwoMegabytes : public Lookup, public testing::WithParamInterface<QByteArray>
+{
+};
+
+// On one line, on many, and below a last child that holds nearly everything.
+TEST_P(FrontOfTwoMegabytes, match_does_not_wait_for_the_rest)
+{
+    const QByteArray end = GetParam();
+    given("<r>" + end + QByteArray("<f/>" + end).repeated(10) + "<k/>" + end + "<body>" + end +
+          QByteArray("<f>text</f>" + end).repeated(150'000) + "</body></r>");
     const auto everything = fastestOf(3, [&] { root.elementsByTagName(u("k")).item(0); });
     const auto ours = fastestOf(20, [&] { element("k"); });
     EXPECT_LT(ours.count() * 1000, everything.count());
 }
+
+INSTANTIATE_TEST_SUITE_P(Lines, FrontOfTwoMegabytes, testing::Values("", "\n", "\r\n"), [](const auto& row) {
+    return std::string(row.param.isEmpty() ? "one" : row.param == "\n" ? "lf" : "cr_lf");
+});
 
 } // namespace

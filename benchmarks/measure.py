@@ -19,9 +19,9 @@ import tempfile
 
 import callgrind
 
-ROUNDS = 15
+ROUNDS = 9
 SECONDS = 0.01  # the least time for each figure of a round
-COMMAND_ROUNDS = 7
+COMMAND_ROUNDS = 5
 CHECKS = 40  # in one process, so that its start does not count
 SHAPES = ["ordinary", "one section", "sections of one key", "equal keys", "one long line"]
 PACKAGES = ["libglib2.0-dev", "libsimpleini-dev", "libinih-dev", "libiniparser-dev", "libpoco-dev", "libwxgtk3.2-dev",
@@ -136,7 +136,7 @@ def check(build, distrib):
         shell_each.write_text("".join(f"sh -c {shlex.quote(query % package)}\n" for package in packages) * CHECKS)
         result = hyperfine({"library": f"{program} {CHECKS} --distrib {distrib}",
                             "a shell for each": f"/bin/sh {shell_each}", "one shell": f"/bin/sh {one_shell}"},
-                           {"PATH": f"{tools}:{os.environ['PATH']}"}, runs=3)
+                           {"PATH": f"{tools}:{os.environ['PATH']}"}, runs=2)
         return {"packages": len(packages), **{name: seconds / CHECKS for name, seconds in result.items()}}
 
 

@@ -150,7 +150,7 @@ def write(figures, docs):
     text = f"""# How fast it is
 
 `scripts/bench` measures all of this anew and writes this page. Every candidate runs in processes of its own, in turns,
-on one core; a time is the processor's (for writing, the clock's), the lower quartile over 15 rounds, since neighbours on
+on one core; a time is the processor's (for writing, the clock's), the lower quartile over nine rounds, since neighbours on
 the machine only ever add. A ratio is the other's figure over ours: above 1, ours is smaller.
 Compare ratios, not times.
 

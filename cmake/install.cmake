@@ -7,7 +7,7 @@ install(TARGETS kqsupport EXPORT kqsupport
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/include/kqsupport_export.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
-foreach(header osrelease/osrelease.h inistore/inistore.h xml/kqxml.h console/console.h)
+foreach(header ${KQSUPPORT_HEADERS})
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${PROJECT_SOURCE_DIR}/${header}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport/${folder} COMPONENT development)

@@ -1,5 +1,4 @@
-# `cpack` makes two packages in each of the formats that this machine has the tools for: the library alone, and what it
-# takes to build against it.
+# The packages that scripts/package makes, two of a kind: the library alone, and what it takes to build against it.
 set(CPACK_PACKAGE_NAME kqsupport)
 set(CPACK_PACKAGE_VENDOR "Zentrak developers")
 set(CPACK_PACKAGE_CONTACT "Zentrak developers <developers@zentrak.invalid>")
@@ -10,23 +9,13 @@ set(CPACK_COMPONENTS_ALL runtime development)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, and the files by which CMake and pkg-config find the library.")
 
-set(CPACK_GENERATOR)
-find_program(dpkg_shlibdeps dpkg-shlibdeps)
-if(dpkg_shlibdeps)
-  list(APPEND CPACK_GENERATOR DEB)
-endif()
-find_program(rpmbuild rpmbuild)
-if(rpmbuild)
-  list(APPEND CPACK_GENERATOR RPM)
-endif()
-
 # Debian: the library package carries its SOVERSION, as two of them may stand side by side.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# What the dependencies of a client's package are made of.
+# For the packages of programs that link it: CPack reads these two for all components at once.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkqsupport-dev)
@@ -40,8 +29,12 @@ set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_NAME libkqsupport-devel)
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES
-  "libkqsupport${KQSUPPORT_SOVERSION}%{?_isa} = ${PROJECT_VERSION}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
+  "libkqsupport${KQSUPPORT_SOVERSION}%{?_isa} = %{version}-%{release}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/${CMAKE_INSTALL_LIBDIR}/cmake /usr/${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# Where the C library has no trigger of its own for it. The .deb gets its call of ldconfig from CPack.
+file(WRITE ${PROJECT_BINARY_DIR}/ldconfig "/sbin/ldconfig\n")
+set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
+set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
 
 include(CPack)

@@ -12,14 +12,17 @@ cp "$source/tests/package/client.cpp" "$scratch/sources/"
 sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$source/README.md" >"$scratch/sources/readme.cpp"
 [ "$(grep -c '^```cpp$' "$source/README.md")" -eq 1 ] || { echo "the README has not exactly one program"; exit 1; }
 
+# No program gets an rpath: CMake's would be split at a comma in the path.
 case $how in
 find_package)
-    cmake -S "$source/tests/package/find_package" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" \
+    library=$(dirname "$(find "$prefix" -name libkqsupport.so)")
+    cmake -S "$source/tests/package/find_package" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SKIP_RPATH=ON \
         -DSOURCES="$scratch/sources" -DCMAKE_PREFIX_PATH="$prefix"
     cmake --build "$scratch/build"
     ;;
 subdirectory)
-    cmake -S "$source/tests/package/subdirectory" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" \
+    library=$scratch/build/kqsupport
+    cmake -S "$source/tests/package/subdirectory" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SKIP_RPATH=ON \
         -DSOURCES="$scratch/sources" -DKQSUPPORT="$source"
     cmake --build "$scratch/build"
     ;;
@@ -27,16 +30,17 @@ pkg_config)
     mkdir "$scratch/build"
     PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name kqsupport.pc)")
     export PKG_CONFIG_PATH
-    library=$(pkg-config --variable=libdir kqsupport)
+    library=$(dirname "$(find "$prefix" -name libkqsupport.so)")
+    # pkg-config quotes its words for a shell.
+    eval "set -- $(pkg-config --cflags --libs kqsupport)"
     for program in client readme; do
-        # The flags are words of their own.
-        # shellcheck disable=SC2046
-        "$compiler" -std=c++17 -fPIC "$scratch/sources/$program.cpp" -o "$scratch/build/$program" \
-            $(pkg-config --cflags --libs kqsupport) -Wl,-rpath,"$library"
+        "$compiler" -std=c++17 -fPIC "$scratch/sources/$program.cpp" -o "$scratch/build/$program" "$@"
     done
     ;;
 *) exit 2 ;;
 esac
+
+export LD_LIBRARY_PATH="$library"
 
 expect() {
     expected=$1

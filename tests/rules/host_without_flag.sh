@@ -13,7 +13,7 @@ fi
 echo "$said" | grep -Eq 'undefined (reference to `|symbol: )g_kq_verbose' || { echo "$said"; exit 1; }
 
 "$compiler" "$host.cpp" -Wl,--no-as-needed,--allow-shlib-undefined "$library" -o "$host" \
-    -Wl,-rpath,"$(dirname "$library")"
+    -Xlinker -rpath -Xlinker "$(dirname "$library")"
 if said=$("$host" 2>&1); then
     echo "it starts"
     exit 1

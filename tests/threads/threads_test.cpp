@@ -8,9 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
+#include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 

@@ -1,0 +1,80 @@
+#!/bin/sh
+# Makes the packages of one kind, installs them into a scratch root with the real tool, and builds and runs a client
+# there: package.sh deb|rpm SOURCE_DIR SCRATCH_DIR COMPILER VERSION SOVERSION
+set -eu
+kind=$1 source=$2 scratch=$3 compiler=$4 version=$5 soversion=$6
+
+skip() {
+    echo "$1"
+    [ -z "${CI-}" ] || exit 1
+    exit 77
+}
+if [ "$(id -u)" -ne 0 ]; then
+    unshare -r true || skip "only root may install packages, into whatever root"
+    exec unshare -r sh "$0" "$@"
+fi
+
+rm -rf "$scratch"
+mkdir -p "$scratch/root"
+root=$scratch/root list=$scratch/list
+umask 077 # as a packager may have set it
+CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || { [ $? -eq 77 ] && skip "no .$kind here"; exit 1; }
+cd "$scratch/build"
+
+need() { grep -Eqx "$1" "$list" || { echo "missing: $1"; cat "$list"; exit 1; }; }
+case $kind in
+deb)
+    runtime=$(echo libkqsupport"$soversion"_*.deb)
+    dpkg-deb --field libkqsupport-dev_*.deb Depends >"$list"
+    need "libkqsupport$soversion \(= $version\), qt6-base-dev \(>= 6\.2\)"
+    dpkg-deb --field "$runtime" Depends | sed 's/, /\n/g' >"$list"
+    for dependency in libc6 libstdc\\+\\+6 'libqt6core6(t64)?' 'libqt6xml6(t64)?'; do
+        need "$dependency \(>= [0-9.]+\)"
+    done
+    dpkg-deb --info "$runtime" shlibs >"$list"
+    need "libkqsupport $soversion libkqsupport$soversion \(>= $version\)"
+    dpkg-deb --info "$runtime" postinst >"$list"
+    need '[[:space:]]*ldconfig'
+
+    libdir=lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+    mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
+    touch "$root/var/lib/dpkg/status" "$root/var/lib/dpkg/available"
+    # Not configured: what the packages need, ldconfig among it, is outside the scratch root.
+    PATH=$PATH:/usr/sbin:/sbin dpkg --root="$root" --unpack ./*.deb
+    ;;
+rpm)
+    runtime=$(echo libkqsupport"$soversion"-*.rpm) devel=$(echo libkqsupport-devel-*.rpm)
+    rpm -qp --requires "$devel" >"$list"
+    need 'cmake\(Qt6Core\) >= 6\.2'
+    need 'cmake\(Qt6Xml\) >= 6\.2'
+    required=$(grep "^libkqsupport$soversion(.*) = $version-" "$list")
+    rpm -qp --provides "$runtime" >"$list"
+    grep -Fqx "$required" "$list" || { echo "nobody provides $required"; exit 1; }
+    need "libkqsupport\.so\.$soversion\(\)\(64bit\)"
+    rpm -qp --requires "$runtime" >"$list"
+    for dependency in libc libstdc\\+\\+ libQt6Core libQt6Xml; do
+        need "$dependency\.so\.6\(\)\(64bit\)"
+    done
+    rpm -qp --scripts "$runtime" >"$list"
+    [ "$(grep -cx /sbin/ldconfig "$list")" -eq 2 ] || { cat "$list"; exit 1; }
+    both=$({ rpm -qpl "$runtime"; rpm -qpl "$devel"; } | sort | uniq -d)
+    [ -z "$both" ] || { echo "in both packages: $both"; exit 1; }
+
+    libdir=lib64
+    export kqsupport_DIR="$root/usr/$libdir/cmake/kqsupport" # CMake on Debian does not look below lib64
+    rpm --root "$root" --nodeps --noscripts --install ./*.rpm
+    ;;
+*) exit 2 ;;
+esac
+
+find "$root/usr" -name 'libkqsupport.so*' | sort >"$list"
+for name in "" ".$version" ".$soversion"; do
+    echo "$root/usr/$libdir/libkqsupport.so$name"
+done | sort | diff - "$list"
+closed=$(find "$root/usr" -type d ! -perm 755 -o -type f ! -perm 644)
+[ -z "$closed" ] || { echo "not for all to read: $closed"; exit 1; }
+
+library=$root/usr/$libdir/libkqsupport.so
+sh "$source/tests/rules/symbols.sh" "$library" "$source/tests/rules/symbols.txt"
+sh "$source/tests/rules/hardening.sh" "$library"
+exec sh "$source/tests/package/stranger.sh" find_package "$source" "$root/usr" "$scratch/stranger" "$compiler"

@@ -5,6 +5,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QHashSeed>
 #include <QSaveFile>
 
@@ -80,15 +81,34 @@ int show(const QByteArray& bytes)
     return failed(QStringLiteral("cannot write standard output: %1").arg(out.errorString()));
 }
 
+int cannotWrite(const QFileDevice& file)
+{
+    return failed(QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
+}
+
 // Replaces the file only once everything is written, so that a full disk loses nothing.
+int replace(const QByteArray& bytes, const QString& name)
+{
+    QSaveFile file(name);
+    const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    return isWritten ? success : cannotWrite(file);
+}
+
+// A device or a pipe takes the bytes and stays what it is.
+int writeInto(const QByteArray& bytes, const QString& name)
+{
+    QFile file(name);
+    const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
+    return isWritten ? success : cannotWrite(file);
+}
+
 int save(const QByteArray& bytes, const QString& name)
 {
     if (name.isEmpty())
         return show(bytes.trimmed());
-    QSaveFile file(name);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-        return success;
-    return failed(QStringLiteral("cannot write %1: %2").arg(name, file.errorString()));
+    const QFileInfo target(name);
+    const bool isSpecial = target.exists() && !target.isFile();
+    return isSpecial ? writeInto(bytes, name) : replace(bytes, name);
 }
 
 bool parse(const QByteArray& xml, const QString& name, QDomDocument& document)

@@ -75,8 +75,9 @@ public:
     /// first child when `refChild` is null. An empty `text` still makes a text node.
     ///
     /// Nothing is inserted when `refChild` is no direct child of `parent`, and nothing at all happens when `parent` is
-    /// null. `document` must own `parent` and must not be null otherwise. QDomImplementation::invalidDataPolicy says
-    /// which names Qt accepts; with one that it refuses, such as an empty one, nothing is inserted.
+    /// null. `document` makes the nodes: it is the one that `parent` is in, and must not be null unless `parent` is.
+    /// QDomImplementation::invalidDataPolicy says which names and texts Qt accepts, and what becomes of others; with a
+    /// name that it refuses, such as an empty one, nothing is inserted and Qt warns on standard error.
     static void InsertBeforeElement(QDomDocument* document, QDomElement& parent, const QDomElement& refChild,
         const QString& tagName, const QString& text);
 
@@ -102,8 +103,9 @@ public:
     /// The encoding is what QXmlStreamReader makes of the declaration and the byte-order mark. `tagName` is compared
     /// with the local name, so a declared prefix does not matter; an undeclared one is an error of the input.
     ///
-    /// Reads up to the end of the element without building a tree, but decodes all of `xml` first: about a millisecond
-    /// for each megabyte at worst, twice its size in memory, and a wrongly encoded byte anywhere gives null.
+    /// Builds no tree and reads no further than the end of the element: tens of milliseconds for each megabyte of dense
+    /// markup. But all of `xml` is decoded first: one or two milliseconds for each megabyte, twice its size in memory,
+    /// and a wrongly encoded byte anywhere gives null.
     static QByteArray ExtractElement(const QByteArray& xml, const QString& tagName, bool contentOnly);
 };
 

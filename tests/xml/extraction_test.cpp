@@ -102,7 +102,12 @@ INSTANTIATE_TEST_SUITE_P(CutBesideTheTags, Extraction,
         Row{"nested_self_closing", "<r><k>a<k/>b</k></r>", "k", "b</k></r>", "k/>"},
         Row{"two_byte_characters_before", "<r>\xc3\xa9\xc3\xa9<k>1</k></r>", "k", "k", "\xc3\xa9<k>1</"},
         Row{"two_byte_character_inside", "<r><k>\xc3\xa9</k></r>", "k", "\xc3", "<k>\xc3\xa9</k"},
-        Row{"two_byte_name", "<r><\xc3\xa9>1</\xc3\xa9></r>", "\xc3\xa9", "", "><\xc3\xa9>1</\xc3"}),
+        Row{"two_byte_name", "<r><\xc3\xa9>1</\xc3\xa9></r>", "\xc3\xa9", "", "><\xc3\xa9>1</\xc3"},
+        // Position -1 and length 9: the first eight bytes.
+        Row{"two_byte_name_at_the_start", "<\xc3\xa9>1</\xc3\xa9>", "\xc3\xa9", "", "<\xc3\xa9>1</\xc3"},
+        // Length -2, which is all that follows; position -3 and length 15: the first twelve bytes.
+        Row{"six_byte_name_at_the_start", "<\xc3\xa9\xc3\xa9\xc3\xa9>1</\xc3\xa9\xc3\xa9\xc3\xa9>",
+            "\xc3\xa9\xc3\xa9\xc3\xa9", "\xc3\xa9>1</\xc3\xa9\xc3\xa9\xc3\xa9>", "<\xc3\xa9\xc3\xa9\xc3\xa9>1</\xc3"}),
     rowName);
 
 INSTANTIATE_TEST_SUITE_P(NotFound, Extraction,

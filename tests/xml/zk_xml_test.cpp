@@ -163,6 +163,25 @@ TEST_F(Program, writes_the_edited_document_over_its_own_file)
     EXPECT_EQ(readFile(file), edited("    <item>new</item>\n    <item>2</item>\n"));
 }
 
+TEST_F(Program, writes_through_a_link)
+{
+    const Finished finished = run({"sh", "-c",
+        "ln -s \"$1\" \"$1.link\" && \"$0\" \"$1\" item --set-text new --output \"$1.link\" && test -L \"$1.link\"",
+        ZK_XML, file});
+    EXPECT_EQ(finished.status, 0) << finished.err;
+    EXPECT_EQ(readFile(file), edited("    <item>new</item>\n    <item>2</item>\n"));
+}
+
+TEST_F(Program, writes_into_a_pipe_that_stays_one)
+{
+    const Finished finished = run({"sh", "-c",
+        "mkfifo \"$1.pipe\" && { cat \"$1.pipe\" & } && "
+        "\"$0\" \"$1\" item --set-text new --output \"$1.pipe\" && wait && test -p \"$1.pipe\"",
+        ZK_XML, file});
+    EXPECT_EQ(finished.status, 0) << finished.err;
+    EXPECT_EQ(finished.out, edited("    <item>new</item>\n    <item>2</item>\n"));
+}
+
 TEST_F(Program, refuses_a_name_that_would_break_the_document)
 {
     const Finished finished = start({file, "item", "--insert-after", "a<b=1", "--output", file});

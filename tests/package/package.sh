@@ -5,12 +5,11 @@ set -eu
 kind=$1 source=$2 scratch=$3 compiler=$4 version=$5 soversion=$6
 
 skip() {
-    echo "$1"
     [ -z "${CI-}" ] || exit 1
     exit 77
 }
 if [ "$(id -u)" -ne 0 ]; then
-    unshare -r true || skip "only root may install packages, into whatever root"
+    unshare -r true || { echo "only root may install packages, into whatever root"; skip; }
     exec unshare -r sh "$0" "$@"
 fi
 
@@ -18,7 +17,7 @@ rm -rf "$scratch"
 mkdir -p "$scratch/root"
 root=$scratch/root list=$scratch/list
 umask 077 # as a packager may have set it
-CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || { [ $? -eq 77 ] && skip "no .$kind here"; exit 1; }
+CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || { [ $? -eq 77 ] && skip; exit 1; }
 cd "$scratch/build"
 
 need() { grep -Eqx "$1" "$list" || { echo "missing: $1"; cat "$list"; exit 1; }; }
@@ -47,7 +46,8 @@ rpm)
     rpm -qp --requires "$devel" >"$list"
     need 'cmake\(Qt6Core\) >= 6\.2'
     need 'cmake\(Qt6Xml\) >= 6\.2'
-    required=$(grep "^libkqsupport$soversion(.*) = $version-" "$list")
+    need "libkqsupport$soversion\(.+\) = $version-.+"
+    required=$(grep "^libkqsupport$soversion(" "$list")
     rpm -qp --provides "$runtime" >"$list"
     grep -Fqx "$required" "$list" || { echo "nobody provides $required"; exit 1; }
     need "libkqsupport\.so\.$soversion\(\)\(64bit\)"

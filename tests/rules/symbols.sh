@@ -1,7 +1,7 @@
 #!/bin/sh
-# Compares the symbols that the library exports with the kept list, and those that it leaves to the host with the one
-# that a host defines: symbols.sh LIBRARY LIST. A line added to the list is a question for a review, a line that goes
-# one for the library's SOVERSION.
+# Compares the symbols that the library exports with the kept list, those that it leaves to the host with the one that a
+# host defines, and the libraries that it needs with those that it may: symbols.sh LIBRARY LIST. A line added to the list
+# is a question for a review, a line that goes one for the library's SOVERSION.
 set -eu
 LC_ALL=C
 export LC_ALL
@@ -16,3 +16,8 @@ nm -DC --defined-only "$1" | cut -d' ' -f3- |
 # All that comes from Qt and the system's runtime libraries has a version, and weak references need not be there.
 left=$(nm -D --undefined-only "$1" | awk '$1 == "U" && $2 !~ /@/ { print $2 }')
 [ "$left" = g_kq_verbose ] || { echo "left to the host: $left"; exit 1; }
+
+# Which of the system's runtime libraries are named is up to the compiler.
+needed=$(readelf -dW "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
+    grep -Ev '^(libstdc\+\+|libgcc_s|libm|libc|ld-linux.*)\.so\.[0-9]+$' | sort | tr '\n' ' ')
+[ "$needed" = 'libQt6Core.so.6 libQt6Xml.so.6 ' ] || { echo "needs $needed"; exit 1; }

@@ -111,12 +111,12 @@ int save(const QByteArray& bytes, const QString& name)
     return isSpecial ? writeInto(bytes, name) : replace(bytes, name);
 }
 
-bool parse(const QByteArray& xml, const QString& name, QDomDocument& document)
+bool parse(const QByteArray& xml, const QString& name, QDomDocument& document, bool withNamespaces = false)
 {
     QString error;
     int line = 0;
     int column = 0;
-    if (document.setContent(xml, &error, &line, &column))
+    if (document.setContent(xml, withNamespaces, &error, &line, &column))
         return true;
     complain(QStringLiteral("%1:%2:%3: %4").arg(name).arg(line).arg(column).arg(error));
     return false;
@@ -132,8 +132,8 @@ int extract(const Request& request, const QByteArray& xml, bool contentOnly)
     const QByteArray found = KQXml::ExtractElement(xml, request.tag, contentOnly);
     if (!found.isNull())
         return show(found);
-    QDomDocument document; // only to say what is wrong
-    return parse(xml, request.file, document) ? noElement(request) : failure;
+    QDomDocument document; // only to say what is wrong, an undeclared prefix too, since the extraction stops at one
+    return parse(xml, request.file, document, true) ? noElement(request) : failure;
 }
 
 int showTexts(const Request& request, const QDomElement& root)
@@ -223,7 +223,9 @@ void describe(QCommandLineParser& parser)
     parser.setApplicationDescription(
         QStringLiteral("Shows the first element TAG of an XML file, or edits the document there.\n\n"
                        "--element and --content cut bytes of the file by counting characters: they fit when all up\n"
-                       "to the end of the element is ASCII and its tags are plain. All else looks below the root.\n\n"
+                       "to the end of the element is ASCII and its tags are plain. They go by the name without its\n"
+                       "prefix, and take the element that ends first. All else looks below the root, and goes by the\n"
+                       "name as it is written.\n\n"
                        "Exits with 1 when the file is no XML or has no such element, with 2 on a usage error."));
     parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The XML file, or - for standard input."));

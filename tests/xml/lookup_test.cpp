@@ -179,6 +179,13 @@ TEST_F(Lookup, with_namespaces_only_the_local_name_counts)
     thenFound("k", {"1", "2"});
 }
 
+TEST_F(Lookup, with_namespaces_an_attribute_too_goes_by_its_local_name)
+{
+    given("<r xmlns:x=\"u\"><k x:v=\"1\"/></r>", Names::Namespaces);
+    EXPECT_EQ(attribute("k", "v"), u("1"));
+    EXPECT_TRUE(attribute("k", "x:v").isNull());
+}
+
 TEST_F(Lookup, name_outside_ascii)
 {
     given("<r><gr\xc3\xb6\xc3\x9f"

@@ -190,6 +190,14 @@ TEST_F(Program, refuses_a_name_that_would_break_the_document)
     EXPECT_EQ(readFile(file), settings);
 }
 
+TEST_F(Program, names_the_prefix_at_which_the_extraction_stops)
+{
+    const Finished finished = start({"-", "k"}, "<r><x:a/><k>1</k></r>");
+    EXPECT_EQ(finished.status, 1);
+    EXPECT_EQ(finished.out, "");
+    EXPECT_NE(finished.err.find("Namespace prefix 'x' not declared"), std::string::npos) << finished.err;
+}
+
 TEST_F(Program, reports_a_full_standard_output)
 {
     const Finished finished = run({"sh", "-c", "\"$0\" \"$1\" item >/dev/full", ZK_XML, file});

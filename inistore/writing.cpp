@@ -33,7 +33,7 @@ private:
 
     QFile& m_file;
     std::string m_block;
-    std::size_t m_tail = 0; // of the block: how much would wait in QFile's buffer
+    std::size_t m_tail = 0; // of the block: the lines that QFile would hold, or the long one that it passes on
 };
 
 // A NUL ends what is written, and the rest is then missing.
@@ -46,8 +46,6 @@ bool BlockWriter::writeRaw(const QByteArray& raw)
 
 bool BlockWriter::add(std::string_view bytes)
 {
-    if (bytes.size() > fileBufferSize)
-        return flush() && write(bytes);
     if (m_tail + bytes.size() > fileBufferSize) {
         m_tail = 0;
         if (m_block.size() >= blockSize && !flush())

@@ -429,6 +429,24 @@ TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
     EXPECT_FALSE(oneByteMore);
 }
 
+// Together one byte too long for the buffer: the first is flushed for the second, which waits.
+TEST_F(SizeLimit, counts_for_a_line_that_the_next_one_pushes_out)
+{
+    given(std::string(8'191, 'x') + '\n' + std::string(8'192, 'y') + '\n');
+    bool inTheSecond = false;
+    bool inTheFirst = true;
+    {
+        const FileSizeLimit limit(9'000);
+        inTheSecond = store.Write(toPath(dir / "out.ini"));
+    }
+    {
+        const FileSizeLimit limit(4'000);
+        inTheFirst = store.Write(toPath(dir / "out.ini"));
+    }
+    EXPECT_TRUE(inTheSecond);
+    EXPECT_FALSE(inTheFirst);
+}
+
 // Lines short and long, some longer than QFile's buffer and some that fill it exactly.
 std::string randomDocument(std::mt19937& random)
 {

@@ -2,7 +2,7 @@
 """Measures the library beside what a user would otherwise pick and keeps the figures: measure.py BUILD FIGURES.json
 
 Every candidate runs in processes of its own, in turns, so that neither a busy minute nor another's heap counts for one
-alone; what is kept is the median over the rounds.
+alone; what is kept is the lower quartile over the rounds.
 """
 import collections
 import json
@@ -21,8 +21,8 @@ import callgrind
 
 ROUNDS = 9
 SECONDS = 0.01  # the least time for each figure of a round
-COMMAND_ROUNDS = 5
-CHECKS = 40  # in one process, so that its start does not count
+COMMAND_ROUNDS = 75
+CHECKS = 10  # in one process
 SHAPES = ["ordinary", "one section", "sections of one key", "equal keys", "one long line"]
 PACKAGES = ["libglib2.0-dev", "libsimpleini-dev", "libinih-dev", "libiniparser-dev", "libpoco-dev", "libwxgtk3.2-dev",
             "libpugixml-dev", "libxml2-dev", "qt6-base-dev", "libbenchmark-dev", "valgrind", "hyperfine"]
@@ -31,6 +31,10 @@ PACKAGES = ["libglib2.0-dev", "libsimpleini-dev", "libinih-dev", "libiniparser-d
 def output(*command):
     return subprocess.run([str(c) for c in command], check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                           text=True).stdout
+
+
+def lower_quartile(values):
+    return statistics.quantiles(values, n=4)[0]
 
 
 def machine():
@@ -57,7 +61,7 @@ def times(program):
                                        f"--benchmark_min_time={SECONDS}", "--benchmark_format=json"))
             for row in result["benchmarks"]:
                 rounds[row["name"]].append(row["real_time" if row["name"].startswith("write/") else "cpu_time"])
-    return {name: statistics.quantiles(values, n=4)[0] for name, values in rounds.items()}
+    return {name: lower_quartile(values) for name, values in rounds.items()}
 
 
 def counts(program, kind, candidates, sizes):
@@ -90,18 +94,18 @@ def growth(program):
     return figures
 
 
-def hyperfine(commands, environment, runs):
-    """Seconds by name, the commands in turns."""
+def hyperfine(commands, environment):
+    """Seconds by name, for each round, in which the commands take turns."""
     rounds = collections.defaultdict(list)
     with tempfile.TemporaryDirectory() as folder:
         result = os.path.join(folder, "result.json")
-        for _ in range(COMMAND_ROUNDS):
-            for name, command in commands.items():
-                subprocess.run(["hyperfine", "--shell=none", "--warmup=1", f"--runs={runs}", "--style=none",
-                                "--ignore-failure", f"--export-json={result}", command], check=True,
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**os.environ, **environment})
-                rounds[name].append(json.loads(pathlib.Path(result).read_text())["results"][0]["median"])
-    return {name: statistics.quantiles(values, n=4)[0] for name, values in rounds.items()}
+        for turn in range(COMMAND_ROUNDS):
+            for name, command in list(commands.items())[::1 if turn % 2 else -1]:
+                subprocess.run(["hyperfine", "--shell=none", "--runs=1", "--style=none", "--ignore-failure",
+                                f"--export-json={result}", command], check=True, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, env={**os.environ, **environment})
+                rounds[name].append(json.loads(pathlib.Path(result).read_text())["results"][0]["mean"])
+    return rounds
 
 
 QUERIES = {
@@ -111,33 +115,46 @@ QUERIES = {
 }
 
 
+def asked_for(program, distrib, tools):
+    """The packages that a check asks for when all are installed; each tool is given the package last."""
+    asked = tools.parent / "asked"
+    tool = tools / QUERIES[distrib][0]
+    tool.write_text(f'#!/bin/sh\nfor package; do :; done\necho "$package" >>{asked}\necho install ok installed\n')
+    tool.chmod(0o755)
+    (tools / "grep").symlink_to(shutil.which("grep"))
+    subprocess.run([program, "1", "--distrib", distrib], check=True, env={"PATH": str(tools)})
+    return asked.read_text().split()
+
+
 def check(build, distrib):
-    """Seconds for the check with every tool an empty program, and for a shell that runs the same commands."""
-    tool, query = QUERIES[distrib]
+    """Seconds for one check with every tool an empty program, and how many times that others take which run the same
+    commands, compared within each round and without the start of each."""
+    program, system, empty = (str(build / f"benchmarks/benchmark_{name}") for name in ("check", "system", "empty"))
     with tempfile.TemporaryDirectory() as folder:
-        folder = pathlib.Path(folder)
-        tools = folder / "tools"
+        tools = pathlib.Path(folder, "tools")
         tools.mkdir()
-        asked = folder / "asked"
-        (tools / tool).write_text(f'#!/bin/sh\nfor package; do :; done\necho "$package" >>{asked}\n'
-                                  + "echo install ok installed\n")
-        (tools / "grep").symlink_to(shutil.which("grep"))
-        os.chmod(tools / tool, 0o755)
-        program = str(build / "benchmarks/benchmark_check")
-        # Every tool is given the package last.
-        subprocess.run([program, "1", "--distrib", distrib], check=True, env={"PATH": str(tools)})
-        packages = asked.read_text().split()
+        packages = asked_for(program, distrib, tools)
+        tool, query = QUERIES[distrib]
         for name in (tool, "grep"):
-            (tools / name).unlink(missing_ok=True)
-            shutil.copy(build / "benchmarks/benchmark_empty", tools / name)
-        one_shell = folder / "one.sh"
-        one_shell.write_text("".join(query % package + "\n" for package in packages) * CHECKS)
-        shell_each = folder / "each.sh"
-        shell_each.write_text("".join(f"sh -c {shlex.quote(query % package)}\n" for package in packages) * CHECKS)
-        result = hyperfine({"library": f"{program} {CHECKS} --distrib {distrib}",
-                            "a shell for each": f"/bin/sh {shell_each}", "one shell": f"/bin/sh {one_shell}"},
-                           {"PATH": f"{tools}:{os.environ['PATH']}"}, runs=2)
-        return {"packages": len(packages), **{name: seconds / CHECKS for name, seconds in result.items()}}
+            (tools / name).unlink()
+            shutil.copy(empty, tools / name)
+
+        own, each = pathlib.Path(folder, "own"), pathlib.Path(folder, "each")
+        queries = [query % package for package in packages] * CHECKS
+        own.write_text("".join(line + "\n" for line in queries))
+        each.write_text("".join(f"sh -c {shlex.quote(line)}\n" for line in queries))
+        commands = {"check": (f"{program} {CHECKS} --distrib {distrib}", f"{program} 0"),
+                    "a shell for each": (f"/bin/sh {each}", "/bin/sh /dev/null"),
+                    "one shell": (f"/bin/sh {own}", "/bin/sh /dev/null"),
+                    "a loop over system": (f"{system} {own}", f"{system} /dev/null")}
+        rounds = hyperfine({(name, part): command for name, parts in commands.items()
+                            for part, command in zip(("whole", "start"), parts)},
+                           {"PATH": f"{tools}:{os.environ['PATH']}"})
+        taken = {name: [whole - start for whole, start in zip(rounds[name, "whole"], rounds[name, "start"])]
+                 for name in commands}
+        ratios = {name: statistics.median(other / ours for other, ours in zip(taken[name], taken["check"]))
+                  for name in commands if name != "check"}
+        return {"packages": len(packages), "seconds": statistics.median(taken["check"]) / CHECKS, "ratios": ratios}
 
 
 def loading(build):
@@ -153,7 +170,7 @@ def loading(build):
             "symbolic": len(re.findall(r"R_X86_64_(?!RELATIVE)", relocations)),
             "initialisers": int(re.search(r"\.init_array\s+INIT_ARRAY\s+\w+ \w+ (\w+)",
                                           output("readelf", "-W", "-S", library)).group(1), 16) // 8 - 1,
-            "seconds": hyperfine(programs, {}, runs=30),
+            "seconds": {name: lower_quartile(seconds) for name, seconds in hyperfine(programs, {}).items()},
             "instructions": {name: callgrind.whole(program) for name, program in programs.items()}}
 
 

@@ -1,4 +1,4 @@
-// The prerequisite check, so many times that the program's own start does not count: check TIMES --distrib NAME
+// The prerequisite check, over and over: check TIMES --distrib NAME
 #include "osrelease/osrelease.h"
 
 #include <cstdlib>

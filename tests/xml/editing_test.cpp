@@ -123,6 +123,40 @@ TEST(UpdateElementText, markup_is_escaped_when_written)
     EXPECT_EQ(written(document), u("<a>&lt;b&amp;\xc3\xa9</a>"));
 }
 
+/// What Qt does with characters that XML forbids, until the end of the test.
+class DataPolicy
+{
+public:
+    explicit DataPolicy(QDomImplementation::InvalidDataPolicy policy)
+    {
+        QDomImplementation::setInvalidDataPolicy(policy);
+    }
+    ~DataPolicy() { QDomImplementation::setInvalidDataPolicy(m_before); }
+    DataPolicy(const DataPolicy&) = delete;
+    DataPolicy& operator=(const DataPolicy&) = delete;
+
+private:
+    const QDomImplementation::InvalidDataPolicy m_before = QDomImplementation::invalidDataPolicy();
+};
+
+TEST(UpdateElementText, new_text_node_loses_what_the_policy_drops)
+{
+    const DataPolicy drop(QDomImplementation::DropInvalidChars);
+    QDomDocument document = parsed("<a/>");
+    QDomElement root = document.documentElement();
+    KQXml::UpdateElementText(&document, &root, u("a\x01z"));
+    EXPECT_EQ(root.text(), u("az"));
+}
+
+TEST(UpdateElementText, new_text_that_the_policy_refuses_is_not_set)
+{
+    const DataPolicy refuse(QDomImplementation::ReturnNullNode);
+    QDomDocument document = parsed("<a/>");
+    QDomElement root = document.documentElement();
+    KQXml::UpdateElementText(&document, &root, u("a\x01z"));
+    EXPECT_FALSE(root.hasChildNodes());
+}
+
 class Insertion : public testing::Test
 {
 protected:

@@ -1,0 +1,17 @@
+#!/bin/sh
+# The compiler must warn of a trace whose values do not fit its format, and only of such a one:
+# format_checked.sh COMPILER SOURCES GENERATED SCRATCH.
+set -eu
+compiler=$1 sources=$2 generated=$3 client=$4/format_checked.cpp
+
+compiles() {
+    printf '#include "console/console.h"\nint main() { return KQCONSOLETRACE(%s); }\n' "$1" >"$client"
+    said=$("$compiler" -std=c++17 -Wformat -Werror -fsyntax-only -I "$sources" -I "$generated" "$client" 2>&1)
+}
+
+compiles '"%d %s\\n", 1, "one"' || { echo "$said"; exit 1; }
+if compiles '"%d %s\\n", "one", 1'; then
+    echo "nobody is warned"
+    exit 1
+fi
+echo "$said" | grep -q 'Werror.*format' || { echo "$said"; exit 1; }

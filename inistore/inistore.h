@@ -96,7 +96,7 @@ public:
     /// first header join the section at `m_currentSection`. Use a fresh store for a clean load.
     ///
     /// The file is read in large pieces, also when it is a pipe. Each line costs one allocation for its bytes and one
-    /// each for a key and a value; what is thrown away costs none, unless the line is not ASCII.
+    /// each for a key, a value or a name; what is thrown away costs none, unless the line is not ASCII.
     bool Open(QString const& path);
 
     /// Returns the index in `m_sections` of the first section called `section`, or -1.

@@ -40,13 +40,20 @@ const QDomElement& rootOf(void* loaded)
 
 Candidate helpers()
 {
-    Candidate c{"helpers", treeOf, nullptr, nullptr, nullptr, nullptr};
+    Candidate c{"helpers", treeOf, nullptr, nullptr, nullptr, nullptr, nullptr};
     c.first = [](void* d, const char* tag) { KQXml::GetChildElement(rootOf(d), QString::fromLatin1(tag)); };
     c.all = [](void* d, const char* tag) {
         return std::size_t(KQXml::GetChildElements(rootOf(d), QString::fromLatin1(tag)).size());
     };
     c.texts = [](void* d, const char* tag) {
         return std::size_t(KQXml::GetChildElementsTextList(rootOf(d), QString::fromLatin1(tag)).size());
+    };
+    c.edit = [](void* d) {
+        Tree& tree = *static_cast<Tree*>(d);
+        QDomElement last = tree.root.lastChildElement();
+        KQXml::UpdateElementText(&tree.document, &last, QStringLiteral("new"));
+        KQXml::InsertBeforeElement(&tree.document, tree.root, last, QStringLiteral("before"), QStringLiteral("new"));
+        KQXml::InsertAfterElement(&tree.document, tree.root, last, QStringLiteral("after"), QStringLiteral("new"));
     };
     c.extract = [](const QByteArray& xml, const char* tag) {
         return std::size_t(KQXml::ExtractElement(xml, QString::fromLatin1(tag), false).size());
@@ -58,7 +65,7 @@ Candidate helpers()
 // of the element.
 Candidate qt()
 {
-    Candidate c{"Qt", treeOf, nullptr, nullptr, nullptr, nullptr};
+    Candidate c{"Qt", treeOf, nullptr, nullptr, nullptr, nullptr, nullptr};
     c.first = [](void* d, const char* tag) {
         [[maybe_unused]] const QDomElement found =
             rootOf(d).elementsByTagName(QString::fromLatin1(tag)).item(0).toElement();
@@ -115,7 +122,7 @@ struct Walker : pugi::xml_tree_walker
 Candidate pugixml()
 {
     using pugi::xml_document;
-    Candidate c{"pugixml", nullptr, nullptr, nullptr, nullptr, nullptr};
+    Candidate c{"pugixml", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     c.load = [](const QByteArray& xml) {
         const auto loaded = std::make_shared<xml_document>();
         loaded->load_buffer(xml.constData(), std::size_t(xml.size()));
@@ -146,7 +153,7 @@ Candidate pugixml()
 #ifdef PEER_LIBXML2
 Candidate libxml2()
 {
-    Candidate c{"libxml2", nullptr, nullptr, nullptr, nullptr, nullptr};
+    Candidate c{"libxml2", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     c.extract = [](const QByteArray& xml, const char* tag) {
         xmlTextReader* const reader =
             xmlReaderForMemory(xml.constData(), int(xml.size()), nullptr, nullptr, XML_PARSE_HUGE);
@@ -198,7 +205,7 @@ std::vector<Candidate> candidates()
 
 Candidate plainModel()
 {
-    Candidate c{"plain model", nullptr, nullptr, nullptr, nullptr, nullptr};
+    Candidate c{"plain model", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     c.extract = [](const QByteArray& xml, const char* tag) {
         return std::size_t(modelExtractElement(xml, QString::fromLatin1(tag), false).size());
     };

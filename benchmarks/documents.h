@@ -31,6 +31,8 @@ struct Candidate
     std::function<void(void*, const char* tag)> first;
     std::function<std::size_t(void*, const char* tag)> all;
     std::function<std::size_t(void*, const char* tag)> texts;
+    /// Gives the root's last child a text, and new elements before and after it.
+    std::function<void(void*)> edit;
     /// The bytes of the first element of the name; how many there are.
     std::function<std::size_t(const QByteArray& xml, const char* tag)> extract;
 };

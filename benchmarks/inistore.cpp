@@ -1,5 +1,5 @@
 // How long does it take to load a settings file, to look a key up, to change it and to write the file, beside what a
-// user would otherwise pick? By size: benchmark_inistore --benchmark_filter=^load/.*/10000$
+// user would otherwise pick? By size: benchmark_inistore --benchmark_filter=^load/.*/4000$
 #include "benchmarks/settings.h"
 #include "osrelease/osrelease.h"
 

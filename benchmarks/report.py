@@ -11,7 +11,7 @@ matplotlib.use("svg")
 matplotlib.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "kqsupport", "font.size": 9})
 import matplotlib.pyplot  # noqa: E402
 
-PLURALS = {1_000: "1 KB", 4_000: "4 KB", 10_000: "10 KB", 30_000: "30 KB", 100_000: "100 KB", 200_000: "200 KB",
+SIZES = {1_000: "1 KB", 4_000: "4 KB", 10_000: "10 KB", 30_000: "30 KB", 100_000: "100 KB", 200_000: "200 KB",
            835_000: "835 KB", 2_000_000: "2 MB", 10_000_000: "10 MB"}
 
 
@@ -47,7 +47,7 @@ def ratios(times, question, ours):
     rows = []
     for size, own in sorted(times.of[question][ours].items()):
         cells = [f"{times.of[question][who][size] / own:.2f}" if size in times.of[question][who] else "" for who in others]
-        rows.append([PLURALS[size], duration(own), *cells])
+        rows.append([SIZES[size], duration(own), *cells])
     return table(["size", ours, *others], rows)
 
 
@@ -68,6 +68,21 @@ def picture(times, questions, ours, path):
     handles = {label: handle for frame in frames for handle, label in zip(*frame.get_legend_handles_labels())}
     figure.legend(handles.values(), handles.keys(), loc="lower center", ncol=6, frameon=False)
     figure.tight_layout(rect=(0, 0.13, 1, 1))
+    figure.savefig(path, metadata={"Date": None})
+
+
+def check_picture(checks, path):
+    """A bar for each way to run the commands, a group for each family."""
+    figure, frame = matplotlib.pyplot.subplots(figsize=(6.2, 2.8))
+    ways = {"check": 1, **next(iter(checks.values()))["ratios"]}
+    for place, way in enumerate(ways):
+        times = [check["seconds"] * 1e3 * check["ratios"].get(way, 1) for check in checks.values()]
+        frame.bar([group + place / (len(ways) + 1) for group in range(len(checks))], times, width=1 / (len(ways) + 1),
+                  label=way, align="edge")
+    frame.set_xticks([group + len(ways) / (len(ways) + 1) / 2 for group in range(len(checks))], list(checks))
+    frame.set_ylabel("milliseconds")
+    frame.legend(frameon=False)
+    figure.tight_layout()
     figure.savefig(path, metadata={"Date": None})
 
 
@@ -107,20 +122,23 @@ def goals(figures, settings, xml):
 
     for size in (4_000, 835_000):
         slowest = max(1 / settings.ratio("load", size, who, "store") for who in
-                      settings.of["load"] if who not in ("store", "inih", "iniparser"))
-        at_most(f"load {PLURALS[size]}: faster than every other that keeps what it reads", slowest, 0.999)
+                      settings.of["load"] if who not in ("store", "inih") and size in settings.of["load"][who])
+        at_most(f"load {SIZES[size]}: faster than every other that keeps what it reads", slowest, 0.999)
     at_most("load 835 KB: at most 1.25 times inih, which keeps nothing", 1 / settings.ratio("load", 835_000, "inih", "store"),
             1.25)
     for question in ("look-up", "edit"):
         at_most(f"{question} in 4 KB: no slower than SimpleIni", 1 / settings.ratio(question, 4_000, "SimpleIni", "store"), 1)
-    at_least("look-up in 835 KB: 5 times faster than the plain scan", settings.ratio("look-up", 835_000, "plain scan", "store"), 5)
+    for question in ("look-up", "edit"):
+        scan = settings.of["look-up"]["plain scan"][835_000]
+        at_least(f"{question} in 835 KB: 5 times faster than a plain scan for the key",
+                 scan / settings.of[question]["store"][835_000], 5)
     at_most("write 835 KB: at most 2 times one write of the same bytes", 1 / settings.ratio("write", 835_000, "one write", "store"), 2)
     at_least("first element of 2 MB, at the front: 1,000 times faster than Qt's list",
              xml.ratio("first element, first", 2_000_000, "Qt", "helpers"), 1000)
     for step in ("last", "absent"):
         for size in ("10000", "2000000"):
-            at_most(f"first element of {PLURALS[int(size)]}, {step}: Qt's instructions, to 5 percent",
-                    xml_counts[size][step] / qt_counts[size][step], 1.05)
+            at_most(f"first element of {SIZES[int(size)]}, {step}: no more instructions than Qt's list",
+                    xml_counts[size][step] / qt_counts[size][step], 1)
     for step in ("all elements", "all texts"):
         at_most(f"{step} of 2 MB: no more instructions than the loop over Qt's list",
                 xml_counts["2000000"][step] / qt_counts["2000000"][step], 1)
@@ -140,6 +158,7 @@ def write(figures, docs):
     picture(settings, ["load", "look-up", "edit", "write"], "store", docs / "benchmarks-settings.svg")
     picture(xml, ["first element, first", "first element, last", "all elements", "extraction, last"], "helpers",
             docs / "benchmarks-xml.svg")
+    check_picture(figures["check"], docs / "benchmarks-check.svg")
     growth = exponents(figures["growth"])
     steps = list(growth["settings, ordinary"])
     xml_steps = list(growth["XML, wide"])
@@ -150,8 +169,8 @@ def write(figures, docs):
     text = f"""# How fast it is
 
 `scripts/bench` measures all of this anew and writes this page. Every candidate runs in processes of its own, in turns,
-on one core; a time is the processor's (for writing, the clock's), the lower quartile over nine rounds, since neighbours on
-the machine only ever add. A ratio is the other's figure over ours: above 1, ours is smaller.
+on one core; a time is the processor's (for writing, the clock's), the lower quartile over {figures["rounds"]} rounds, since
+neighbours on the machine only ever add. The files lie in memory. A ratio is the other's figure over ours: above 1, ours is smaller.
 Compare ratios, not times, and measure on a machine that does nothing else.
 
 {machine["processor"]}, {machine["cores"]} cores; {machine["system"]}, Linux {machine["kernel"]}; {machine["compiler"]}.
@@ -160,6 +179,10 @@ Compare ratios, not times, and measure on a machine that does nothing else.
 ## What is meant to hold
 
 {table(["goal", "figure", ""], goals(figures, settings, xml))}
+Where the first element is late or absent, the walk that finds an early one comes on top of Qt's list: some nodes in a
+hundred. The check starts a shell for each query, because `system` does; one shell that runs all queries takes less, as
+the table of the check shows.
+
 ## Settings files by size
 
 Ordinary files: sections of 40 keys, a comment above every fifth. The key that is looked up and edited is the last one;
@@ -177,8 +200,8 @@ How long to get the values of the last key?
 How long to change them in memory?
 
 {ratios(settings, "edit", "store")}
-How long to write the file? GKeyFile writes a temporary file and renames it; "one write" is a single system call with the
-same bytes.
+How long to write the file? GKeyFile writes a temporary file, waits until that is on the disk, and renames it; "one
+write" is a single system call with the same bytes.
 
 {ratios(settings, "write", "store")}
 ## XML by size
@@ -215,8 +238,8 @@ XML of 2 MB:
 ## Allocations and memory
 
 For 835 KB: allocations of a load, of a look-up, an edit and a write, and the bytes held for each byte of the document
-after the load. The store makes three for a line with a key (bytes, key, value), one for any other line, one or two for a
-section; what is thrown away costs none.
+after the load. The store makes three for a line with a key (bytes, key, value), one for any other line, and three and
+more for a section (bytes, name, list of lines); what is thrown away costs none.
 
 {table(["", "load", "look-up", "edit", "write", "bytes held per byte"],
        [[who, *[f"{steps_[step][0]:,}" if step in steps_ else "" for step in ("load", "look-up", "edit", "write")],
@@ -234,8 +257,10 @@ is over 100,000 keys or sections; 2 MB and 100 KB for XML, which Qt's parser nes
 
 With an empty program in place of each package tool (and of `grep`), so that only starting them is left: one check beside
 a script that hands the same commands to a shell each, as the check does, one whose own shell runs them all, and a C++
-program that does nothing but hand them to `system`. Ratios are medians over 75 rounds, without the start of the program
+program that does nothing but hand them to `system`. Ratios are medians over {figures["command rounds"]} rounds, without the start of the program
 or the script itself.
+
+![one check beside the same commands run by shells](benchmarks-check.svg)
 
 {table(["family", "commands", "check", *next(iter(figures["check"].values()))["ratios"]],
        [[distrib, check["packages"], duration(check["seconds"] * 1e9),
@@ -247,7 +272,7 @@ or the script itself.
 |---|---|
 | size on disk, stripped | {loading["bytes"]:,} bytes |
 | relocations | {loading["relative"]} relative, {loading["symbolic"]} symbolic |
-| initialisers run at loading | {loading["initialisers"]} (`INIStore::s_newline`) |
+| initialisers run at loading | {loading["initialisers"]} |
 | start and end of a client, over an empty Qt Core program | {duration(start["client"] * 1e9)} / {duration(start["empty_qt"] * 1e9)} = {start["client"] / start["empty_qt"]:.2f} |
 | the same in instructions, the loader's among them | {begun["client"]:,} / {begun["empty_qt"]:,} = {begun["client"] / begun["empty_qt"]:.2f} |
 """

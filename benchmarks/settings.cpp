@@ -63,9 +63,9 @@ T& as(void* loaded)
     return *static_cast<T*>(loaded);
 }
 
-const char* valueFor(bool odd)
+std::string valueFor(bool odd, Shape shape, std::size_t size)
 {
-    return odd ? "an odd value" : "an even value";
+    return shape == Shape::LongLine ? std::string(size, odd ? 'o' : 'e') : odd ? "an odd value" : "an even value";
 }
 
 std::string writtenPath(const Document& document)
@@ -85,8 +85,7 @@ Candidate store()
         require(!as<INIStore>(s).GetValues(d.qtSection, d.qtKey).isEmpty(), "store");
     };
     c.edit = [](void* s, const Document& d, bool odd) {
-        as<INIStore>(s).UpdateKey(
-            d.qtSection, d.qtKey, odd ? QStringLiteral("an odd value") : QStringLiteral("an even value"));
+        as<INIStore>(s).UpdateKey(d.qtSection, d.qtKey, d.qtValues[odd]);
     };
     c.write = [](void* s, const Document& d) {
         require(as<INIStore>(s).Write(d.qtPath + QStringLiteral(".written")), "store");
@@ -111,7 +110,7 @@ Candidate qSettings()
         require(!as<QSettings>(s).value(d.qtSection + u'/' + d.qtKey).isNull(), "QSettings");
     };
     c.edit = [](void* s, const Document& d, bool odd) {
-        as<QSettings>(s).setValue(d.qtSection + u'/' + d.qtKey, QString::fromLatin1(valueFor(odd)));
+        as<QSettings>(s).setValue(d.qtSection + u'/' + d.qtKey, d.qtValues[odd]);
     };
     return c;
 }
@@ -134,7 +133,7 @@ Candidate keyFile()
         g_free(value);
     };
     c.edit = [](void* k, const Document& d, bool odd) {
-        g_key_file_set_string(&as<GKeyFile>(k), d.section.c_str(), d.key.c_str(), valueFor(odd));
+        g_key_file_set_string(&as<GKeyFile>(k), d.section.c_str(), d.key.c_str(), d.values[odd].c_str());
     };
     c.write = [](void* k, const Document& d) {
         require(g_key_file_save_to_file(&as<GKeyFile>(k), writtenPath(d).c_str(), nullptr), "GKeyFile");
@@ -159,7 +158,7 @@ Candidate simpleIni()
         require(as<CSimpleIniA>(s).GetAllValues(d.section.c_str(), d.key.c_str(), values), "SimpleIni");
     };
     c.edit = [](void* s, const Document& d, bool odd) {
-        as<CSimpleIniA>(s).SetValue(d.section.c_str(), d.key.c_str(), valueFor(odd));
+        as<CSimpleIniA>(s).SetValue(d.section.c_str(), d.key.c_str(), d.values[odd].c_str());
     };
     c.write = [](void* s, const Document& d) {
         require(as<CSimpleIniA>(s).SaveFile(writtenPath(d).c_str()) == SI_OK, "SimpleIni");
@@ -215,7 +214,7 @@ Candidate iniparser()
     };
     c.edit = [](void* p, const Document& d, bool odd) {
         const std::string name = d.section + ':' + d.key;
-        require(iniparser_set(&as<dictionary>(p), name.c_str(), valueFor(odd)) == 0, "iniparser");
+        require(iniparser_set(&as<dictionary>(p), name.c_str(), d.values[odd].c_str()) == 0, "iniparser");
     };
     c.write = [](void* p, const Document& d) {
         std::FILE* const file = std::fopen(writtenPath(d).c_str(), "w");
@@ -239,7 +238,7 @@ Candidate poco()
         require(!as<Configuration>(p).getString(d.section + '.' + d.key).empty(), "Poco");
     };
     c.edit = [](void* p, const Document& d, bool odd) {
-        as<Configuration>(p).setString(d.section + '.' + d.key, valueFor(odd));
+        as<Configuration>(p).setString(d.section + '.' + d.key, d.values[odd]);
     };
     return c;
 }
@@ -261,7 +260,7 @@ Candidate wx()
         require(!as<wxFileConfig>(w).Read('/' + d.section + '/' + d.key, wxString()).empty(), "wxFileConfig");
     };
     c.edit = [](void* w, const Document& d, bool odd) {
-        require(as<wxFileConfig>(w).Write('/' + d.section + '/' + d.key, wxString(valueFor(odd))), "wxFileConfig");
+        require(as<wxFileConfig>(w).Write('/' + d.section + '/' + d.key, wxString(d.values[odd])), "wxFileConfig");
     };
     c.write = [](void* w, const Document& d) {
         wxFileOutputStream file(writtenPath(d));
@@ -303,9 +302,11 @@ Document::Document(const std::string& folder, Shape shape, std::size_t wanted)
     , path(folder + "/settings" + std::to_string(static_cast<int>(shape)) + '-' + std::to_string(size) + ".ini")
     , hashPath(path + ".hash")
     , bytes(bytesOf(shape, size, section, key))
+    , values{valueFor(false, shape, size), valueFor(true, shape, size)}
     , qtPath(QString::fromStdString(path))
     , qtSection(QString::fromStdString(section))
     , qtKey(QString::fromStdString(key))
+    , qtValues{QString::fromStdString(values[0]), QString::fromStdString(values[1])}
 {
     writeFile(path, bytes);
     std::string withHashes = bytes;
@@ -356,7 +357,7 @@ Candidate plainModel()
         require(!as<Model>(m).getValues(d.qtSection, d.qtKey).isEmpty(), "plain model");
     };
     c.edit = [](void* m, const Document& d, bool odd) {
-        as<Model>(m).updateKey(d.qtSection, d.qtKey, QString::fromLatin1(valueFor(odd)));
+        as<Model>(m).updateKey(d.qtSection, d.qtKey, d.qtValues[odd]);
     };
     c.write = [](void* m, const Document& d) {
         require(as<Model>(m).write(d.qtPath + QStringLiteral(".written")), "plain model");

@@ -33,9 +33,11 @@ struct Document
     std::string section;
     std::string key;
     std::string bytes;
+    std::string values[2]; // an edit's, which take turns; as long as the line's own where that is what the shape is for
     QString qtPath;
     QString qtSection;
     QString qtKey;
+    QString qtValues[2];
 };
 
 /// Something that reads settings: the store, or what a user would otherwise pick. What it cannot do is null. Each step

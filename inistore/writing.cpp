@@ -33,7 +33,7 @@ private:
 
     QFile& m_file;
     std::string m_block;
-    std::size_t m_tail = 0; // of the block: the lines that QFile would hold, or the long one that it passes on
+    std::size_t m_tail = 0; // where in the block the lines begin that QFile would hold, or the long one it passes on
 };
 
 // A NUL ends what is written, and the rest is then missing.
@@ -46,21 +46,19 @@ bool BlockWriter::writeRaw(const QByteArray& raw)
 
 bool BlockWriter::add(std::string_view bytes)
 {
-    if (m_tail + bytes.size() > fileBufferSize) {
-        m_tail = 0;
-        if (m_block.size() >= blockSize && !flush())
+    if (m_block.size() - m_tail + bytes.size() > fileBufferSize) {
+        m_tail = m_block.size();
+        if (m_tail >= blockSize && !flush())
             return false;
     }
     m_block += bytes;
-    m_tail += bytes.size();
     return true;
 }
 
 bool BlockWriter::flush()
 {
     const std::string_view block = m_block;
-    const std::size_t front = block.size() - m_tail;
-    const bool isWritten = write(block.substr(0, front)) && write(block.substr(front));
+    const bool isWritten = write(block.substr(0, m_tail)) && write(block.substr(m_tail));
     m_block.clear();
     m_tail = 0;
     return isWritten;

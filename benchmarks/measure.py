@@ -2,8 +2,8 @@
 """Measures the library beside what a user would otherwise pick and keeps the figures: measure.py BUILD FIGURES.json
 
 Every candidate runs in processes of its own, in turns, so that neither a busy minute nor another's heap counts for one
-alone; what is kept is the lower quartile over the rounds, since they only ever add. The settings files lie in memory: a
-disk's own time to cut a file short would hide what is measured.
+alone; what is kept is the lower quartile over the rounds, since neighbours only ever add. The settings files lie in
+memory: a disk's own time to cut a file short would hide what is measured.
 """
 import collections
 import json

@@ -9,9 +9,9 @@
 
 namespace {
 
-// Gathers lines, so that QFile takes large blocks as they are and is not called for each line. In a file
-// whose buffer is empty, a failure counts when, and only when, it would count if each line were handed over alone: what
-// QFile would then still hold in its buffer goes last and by itself, to wait there.
+// Gathers lines, so that QFile takes large blocks as they are and is not called for each line. In a file whose
+// buffer is empty, a failure counts when, and only when, it would count if each line were handed over alone: what QFile
+// would then still hold in its buffer goes last and by itself, to wait there.
 class BlockWriter
 {
 public:

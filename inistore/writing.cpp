@@ -4,6 +4,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -21,14 +22,13 @@ public:
         m_block.reserve(blockSize + fileBufferSize);
     }
 
-    bool writeRaw(const QByteArray& raw);
+    bool add(const QByteArray& line);
     bool flush();
 
 private:
     static constexpr std::size_t fileBufferSize = 16 * 1024;
     static constexpr std::size_t blockSize = 64 * 1024;
 
-    bool add(std::string_view bytes);
     bool write(std::string_view bytes);
 
     QFile& m_file;
@@ -36,16 +36,9 @@ private:
     std::size_t m_tail = 0; // where in the block the lines begin that QFile would hold, or the long one it passes on
 };
 
-// A NUL ends what is written, and the rest is then missing.
-bool BlockWriter::writeRaw(const QByteArray& raw)
+bool BlockWriter::add(const QByteArray& line)
 {
-    const std::string_view bytes = inistore::viewOf(raw);
-    const std::string_view text = inistore::textOf(bytes);
-    return add(text) && text.size() == bytes.size();
-}
-
-bool BlockWriter::add(std::string_view bytes)
-{
+    const std::string_view bytes = inistore::viewOf(line);
     if (m_block.size() - m_tail + bytes.size() > fileBufferSize) {
         m_tail = m_block.size();
         if (m_tail >= blockSize && !flush())
@@ -55,13 +48,16 @@ bool BlockWriter::add(std::string_view bytes)
     return true;
 }
 
+// A NUL ends what is written, and the rest is then missing.
 bool BlockWriter::flush()
 {
     const std::string_view block = m_block;
-    const bool isWritten = write(block.substr(0, m_tail)) && write(block.substr(m_tail));
+    const std::string_view text = inistore::textOf(block);
+    const std::size_t tail = std::min(m_tail, text.size());
+    const bool isComplete = write(text.substr(0, tail)) && write(text.substr(tail)) && text.size() == block.size();
     m_block.clear();
     m_tail = 0;
-    return isWritten;
+    return isComplete;
 }
 
 bool BlockWriter::write(std::string_view bytes)
@@ -72,10 +68,10 @@ bool BlockWriter::write(std::string_view bytes)
 
 bool writeSection(BlockWriter& writer, const INISection& section)
 {
-    if (!writer.writeRaw(section.m_raw))
+    if (!writer.add(section.m_raw))
         return false;
     for (const INILine& line : section.m_lines) {
-        if (!writer.writeRaw(line.m_raw))
+        if (!writer.add(line.m_raw))
             return false;
     }
     return true;

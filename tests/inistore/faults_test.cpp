@@ -364,18 +364,19 @@ private:
 
 class SizeLimit : public Fault
 {
+protected:
+    bool writesWithin(rlim_t bytes)
+    {
+        const FileSizeLimit limit(bytes);
+        return store.Write(toPath(dir / "out.ini"));
+    }
 };
 
 TEST_F(SizeLimit, in_the_middle_leaves_the_bytes_before_it)
 {
     given(largeDocument);
     writeFile(dir / "out.ini", "old content");
-    bool result = true;
-    {
-        const FileSizeLimit limit(100'000);
-        result = store.Write(toPath(dir / "out.ini"));
-    }
-    EXPECT_FALSE(result);
+    EXPECT_FALSE(writesWithin(100'000));
     thenMessageIs("Error writing to " + dir / "out.ini" + ", file only partially written");
     EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument.substr(0, 100'000));
     thenDocumentIs(largeDocument);
@@ -384,12 +385,7 @@ TEST_F(SizeLimit, in_the_middle_leaves_the_bytes_before_it)
 TEST_F(SizeLimit, met_by_the_last_flush_alone_is_ignored)
 {
     given("[s]\nkey=value\n");
-    bool result = false;
-    {
-        const FileSizeLimit limit(6);
-        result = store.Write(toPath(dir / "out.ini"));
-    }
-    EXPECT_TRUE(result);
+    EXPECT_TRUE(writesWithin(6));
     thenThereIsNoMessage();
     EXPECT_EQ(readFile(dir / "out.ini"), "[s]\nke");
 }
@@ -397,12 +393,7 @@ TEST_F(SizeLimit, met_by_the_last_flush_alone_is_ignored)
 TEST_F(SizeLimit, as_large_as_the_document_is_no_fault)
 {
     given(largeDocument);
-    bool result = false;
-    {
-        const FileSizeLimit limit(largeDocument.size());
-        result = store.Write(toPath(dir / "out.ini"));
-    }
-    EXPECT_TRUE(result);
+    EXPECT_TRUE(writesWithin(largeDocument.size()));
     EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument);
 }
 
@@ -415,37 +406,34 @@ TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
     for (int i = 0; i < 10 * 256 + 100; ++i)
         document += line;
     given(document);
-    bool lastAlone = false;
-    bool oneByteMore = true;
-    {
-        const FileSizeLimit limit(10 * 16'384);
-        lastAlone = store.Write(toPath(dir / "out.ini"));
-    }
-    {
-        const FileSizeLimit limit(10 * 16'384 - 1);
-        oneByteMore = store.Write(toPath(dir / "out.ini"));
-    }
-    EXPECT_TRUE(lastAlone);
-    EXPECT_FALSE(oneByteMore);
+    EXPECT_TRUE(writesWithin(10 * 16'384));
+    EXPECT_FALSE(writesWithin(10 * 16'384 - 1));
 }
 
 // Together one byte too long for the buffer: the first is flushed for the second, which waits.
+const std::string firstLine = std::string(8'191, 'x') + '\n';
+const std::string secondLine = std::string(8'192, 'y') + '\n';
+
 TEST_F(SizeLimit, counts_for_a_line_that_the_next_one_pushes_out)
 {
-    given(std::string(8'192, 'y') + '\n');
-    store.m_sections.first().m_raw = QByteArray(8'191, 'x') + '\n';
-    bool inTheSecond = false;
-    bool inTheFirst = true;
-    {
-        const FileSizeLimit limit(9'000);
-        inTheSecond = store.Write(toPath(dir / "out.ini"));
-    }
-    {
-        const FileSizeLimit limit(4'000);
-        inTheFirst = store.Write(toPath(dir / "out.ini"));
-    }
-    EXPECT_TRUE(inTheSecond);
-    EXPECT_FALSE(inTheFirst);
+    given(firstLine + secondLine);
+    EXPECT_TRUE(writesWithin(9'000));
+    EXPECT_FALSE(writesWithin(4'000));
+}
+
+TEST_F(SizeLimit, counts_for_a_line_pushed_out_behind_one_that_no_buffer_takes)
+{
+    given(std::string(69'999, 'w') + '\n' + firstLine + secondLine);
+    EXPECT_TRUE(writesWithin(70'000 + 9'000));
+    EXPECT_FALSE(writesWithin(70'000 + 4'000));
+}
+
+TEST_F(SizeLimit, counts_for_a_header_that_its_line_pushes_out)
+{
+    given(secondLine);
+    store.m_sections.first().m_raw = QByteArray::fromStdString(firstLine);
+    EXPECT_TRUE(writesWithin(9'000));
+    EXPECT_FALSE(writesWithin(4'000));
 }
 
 // Lines short and long, some longer than QFile's buffer and some that fill it exactly.

@@ -92,6 +92,10 @@ def exponent(by_size):
     return numpy.polyfit(numpy.log([int(size) for size in sizes]), numpy.log([by_size[size] for size in sizes]), 1)[0]
 
 
+def shown(value):
+    return f"{round(value, 2) + 0.0:.2f}"  # the sum has no -0.00
+
+
 def exponents(growth):
     """By shape and step."""
     return {shape: {step: exponent({size: steps[step] for size, steps in by_size.items()})
@@ -169,9 +173,9 @@ def write(figures, docs):
     text = f"""# How fast it is
 
 `scripts/bench` measures all of this anew and writes this page. Every candidate runs in processes of its own, in turns,
-on one core; a time is the processor's (for writing, the clock's), the lower quartile over {figures["rounds"]} rounds, since
-neighbours on the machine only ever add. The files lie in memory. A ratio is the other's figure over ours: above 1, ours is smaller.
-Compare ratios, not times, and measure on a machine that does nothing else.
+on one core; a time is the processor's (for writing, the clock's), the lower quartile over {figures["rounds"]} rounds,
+since neighbours on the machine only ever add. The files lie in memory. A ratio is the other's figure over ours: above
+1, ours is smaller. Compare ratios, not times, and measure on a machine that does nothing else.
 
 {machine["processor"]}, {machine["cores"]} cores; {machine["system"]}, Linux {machine["kernel"]}; {machine["compiler"]}.
 {", ".join(f"{package} {version}" for package, version in machine["packages"].items())}.
@@ -247,18 +251,19 @@ more for a section (bytes, name, list of lines); what is thrown away costs none.
 ## Growth
 
 The exponent of the instructions over the size, fitted over four sizes, each twice the one before, up to 10 MB (which
-is over 100,000 keys or sections; 2 MB and 100 KB for XML, which Qt's parser nests no deeper in a minute): 1 is linear, 0 does not depend on the size.
+is over 100,000 keys or sections; for XML up to 2 MB wide and 100 KB deep, since Qt's parser is slow on deep ones): 1 is
+linear, 0 does not depend on the size.
 
-{table(["settings", *steps], [[shape.split(", ", 1)[1], *[f"{value[step]:.2f}" for step in steps]]
+{table(["settings", *steps], [[shape.split(", ", 1)[1], *[shown(value[step]) for step in steps]]
                               for shape, value in growth.items() if shape.startswith("settings")])}
-{table(["XML", *xml_steps], [[shape.split(", ", 1)[1], *[f"{value[step]:.2f}" for step in xml_steps]]
+{table(["XML", *xml_steps], [[shape.split(", ", 1)[1], *[shown(value[step]) for step in xml_steps]]
                              for shape, value in growth.items() if shape.startswith("XML")])}
 ## The prerequisite check
 
 With an empty program in place of each package tool (and of `grep`), so that only starting them is left: one check beside
 a script that hands the same commands to a shell each, as the check does, one whose own shell runs them all, and a C++
-program that does nothing but hand them to `system`. Ratios are medians over {figures["command rounds"]} rounds, without the start of the program
-or the script itself.
+program that does nothing but hand them to `system`. Ratios are medians over {figures["command rounds"]} rounds, without
+the start of the program or the script itself.
 
 ![one check beside the same commands run by shells](benchmarks-check.svg)
 

@@ -9,7 +9,7 @@
 ///     g_kq_consoleSetupFlag = true;
 ///     KQCONSOLETRACE("x=%d\n", 5);
 ///
-/// None of the functions checks its pointers, keeps state or takes a lock.
+/// None of the functions checks its pointers, keeps state or takes a lock of its own.
 
 /// Switches `KQCONSOLETRACE` on. Off when the library is loaded; only clients set it, at any time, and any non-zero
 /// byte counts as on. It is read afresh by every trace, without synchronisation.

@@ -74,8 +74,8 @@ Q_DECLARE_TYPEINFO(INISection, Q_RELOCATABLE_TYPE);
 /// and edited (`RemoveKeyValue` alone searches them all).
 ///
 /// Lookups and edits are linear scans without an index. An edit copies no other line's bytes, but moves records: take
-/// references into `m_sections` anew after it. No operation throws. A store is for one thread at a time, as any
-/// QObject; it is not copyable, but its records are.
+/// references into `m_sections` anew after it. Nothing throws but std::bad_alloc. A store is for one thread at a time,
+/// as any QObject; it is not copyable, but its records are.
 class KQSUPPORT_EXPORT INIStore : public QObject
 {
     Q_OBJECT

@@ -29,13 +29,6 @@ Text<Char> trimmed(Text<Char> text)
     return text;
 }
 
-// The character before the semicolon goes with the comment. One UTF-16 unit, so an emoji there is cut in half.
-template <typename Char>
-Text<Char> withoutLast(Text<Char> text)
-{
-    return text.substr(0, text.empty() ? 0 : text.size() - 1);
-}
-
 // Empty when the text is no header; a header names something, so "[]" is none.
 template <typename Char>
 Text<Char> headerName(Text<Char> text)
@@ -58,7 +51,10 @@ ParsedLine parseKeyValue(Text<Char> text)
 template <typename Char>
 ParsedLine parseText(Text<Char> text, bool hasComment)
 {
-    text = trimmed(hasComment ? withoutLast(text) : text);
+    // The character before the semicolon goes with the comment. One UTF-16 unit, so an emoji there is cut in half.
+    if (hasComment && !text.empty())
+        text.remove_suffix(1);
+    text = trimmed(text);
     const Text<Char> name = headerName(text);
     return name.empty() ? parseKeyValue(text) : ParsedLine{owned(name), QString(), QString()};
 }

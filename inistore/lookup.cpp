@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr bool isAscii(char16_t c)
+constexpr bool isAsciiUnit(char16_t c)
 {
     return c < 0x80;
 }
@@ -23,7 +23,7 @@ bool inistore::sameButForCase(QStringView a, QStringView b)
     for (qsizetype i = a.size() - 1; i >= 0; --i) {
         const char16_t x = a.utf16()[i];
         const char16_t y = b.utf16()[i];
-        if (!isAscii(x) || !isAscii(y))
+        if (!isAsciiUnit(x) || !isAsciiUnit(y))
             return a.compare(b, Qt::CaseInsensitive) == 0;
         if (asciiLower(x) != asciiLower(y))
             return false;

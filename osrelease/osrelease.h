@@ -28,8 +28,8 @@ extern KQSUPPORT_EXPORT bool g_kq_verbose;
 ///     COSRelease::CheckPrerequisites(argc, argv);
 ///
 /// The object is complete when the constructor returns. A non-empty `m_error` says that the distribution is unknown.
-/// All matching of names and identifiers is by case. One thread at a time may use an object; several threads may each
-/// use their own.
+/// All matching of names and identifiers is case-sensitive. One thread at a time may use an object; several threads may
+/// each use their own.
 class KQSUPPORT_EXPORT COSRelease
 {
 public:

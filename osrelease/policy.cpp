@@ -1,6 +1,5 @@
 #include "osrelease/osrelease.h"
 
-#include <cstdint>
 #include <limits>
 
 namespace {

@@ -20,14 +20,16 @@
 ///     if (name.isNull())
 ///         KQXml::InsertAfterElement(&document, root, QDomElement(), QStringLiteral("name"), QStringLiteral("none"));
 ///
-/// Nothing reports an error or throws: what is absent gives the null or empty result named below, and a null element
-/// is left alone. Nothing is kept between calls. One thread at a time may use a document and the elements in it.
+/// Nothing reports an error, or throws but std::bad_alloc: what is absent gives the null or empty result named below,
+/// and a null element is left alone. Nothing is kept between calls. One thread at a time may use a document and the
+/// elements in it.
 ///
 /// The lookups take their matches from the whole subtree below `element`, as QDomElement::elementsByTagName does: at
-/// any depth, never `element` itself, in document order, by case. In `<a><b><c>1</c></b><c>2</c></a>` the first `c`
-/// below `a` is the nested one, although they are named for children. The name compared is QDomElement::tagName: in a
-/// document parsed with namespaces the local name, so `k` matches `<x:k>`, and without namespaces the name as written.
-/// A null `tagName` stands for the direct children, as it does in Qt; an empty one matches nothing that was parsed.
+/// any depth, never `element` itself, in document order, case-sensitively. In `<a><b><c>1</c></b><c>2</c></a>` the
+/// first `c` below `a` is the nested one, although they are named for children. The name compared is
+/// QDomElement::tagName: in a document parsed with namespaces the local name, so `k` matches `<x:k>`, and without
+/// namespaces the name as written. A null `tagName` stands for the direct children, as it does in Qt; an empty one
+/// matches nothing that was parsed.
 class KQSUPPORT_EXPORT KQXml
 {
 public:

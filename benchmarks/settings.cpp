@@ -274,9 +274,9 @@ std::string bytesOf(Shape shape, std::size_t size, std::string& section, std::st
 {
     const auto line = [&] { return key + " = value of " + section + ' ' + key + '\n'; };
     // Names of one length, so that comparing them costs the same all through a file.
-    const auto numbered = [&](const char* name, int number) {
+    const auto numbered = [](const char* name, std::size_t length, int number) {
         const std::string digits = std::to_string(number);
-        return name + (shape == Shape::Ordinary ? digits : std::string(7 - digits.size(), '0') + digits);
+        return name + std::string(length - digits.size(), '0') + digits;
     };
     const bool hasOneSection = shape != Shape::Ordinary && shape != Shape::ManySections;
     const int keys = shape == Shape::Ordinary ? 40 : 1;
@@ -284,12 +284,12 @@ std::string bytesOf(Shape shape, std::size_t size, std::string& section, std::st
     for (int s = 0, k = 0; bytes.size() < size; ++k) {
         if (k == 0 || (!hasOneSection && k == keys)) {
             k = 0;
-            section = numbered("section", s++);
+            section = numbered("section", shape == Shape::Ordinary ? 4 : 7, s++);
             bytes += '[' + section + "]\n";
         }
         if (shape == Shape::Ordinary && k % 5 == 0)
             bytes += "; on the next option\n";
-        key = shape == Shape::EqualKeys ? "option" : numbered("option", k);
+        key = shape == Shape::EqualKeys ? "option" : numbered("option", shape == Shape::Ordinary ? 2 : 7, k);
         bytes += shape == Shape::LongLine ? key + " = " + std::string(size, 'v') + '\n' : line();
     }
     return bytes;

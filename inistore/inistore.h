@@ -90,7 +90,8 @@ public:
     /// error, and a read error in mid-file leaves the lines read so far.
     ///
     /// False leaves the document as it was. A file that exists has then its message in `m_lastError`; after an absent
-    /// one `m_lastError` is null, so that a client can start a new file.
+    /// one `m_lastError` is null, so that a client can start a new file. One in a directory that may not be searched
+    /// counts as absent.
     ///
     /// Opening a second file does not replace the first: its sections follow the existing ones, and its lines above the
     /// first header join the section at `m_currentSection`. Use a fresh store for a clean load.
@@ -152,8 +153,9 @@ public:
     /// stands for the path in messages. Otherwise as by path.
     bool Write(int descriptor, QString const& name);
 
-    /// Writes the document to an open file; `name` stands for the path in the message. The two `Write` end here; unlike
-    /// them it does not clear `m_lastError` first, and what `file` still buffers is for its owner to flush.
+    /// Writes the document to an open file; `name` stands for the path in the message. Unlike `Write` it does not clear
+    /// `m_lastError` first, hands over each line alone, behind what `file` may have buffered before, and leaves what
+    /// `file` still buffers then for its owner to flush.
     bool WriteSections(QFile& file, QString const& name);
 
     /// Returns the message of the last failure; null after an `Open` or `Write` that succeeded, and after an `Open` of
@@ -162,7 +164,8 @@ public:
 
     /// The document. Never empty: the leading section is always the first.
     QList<INISection> m_sections;
-    /// Index of the section that takes the next line that `Open` reads; lookups and edits have no part in it.
+    /// Index of the section that takes the next line that `Open` reads; lookups and edits have no part in it. A client
+    /// that takes sections out sees to it that the section is there.
     qint32 m_currentSection;
     /// What `GetLastError` returns.
     QString m_lastError;

@@ -53,6 +53,8 @@ void Loader::takeLines(const QByteArray& bytes)
 
 void Loader::finishSection()
 {
+    if (m_lines.isEmpty()) // then the section need not be there: a client may have taken it out
+        return;
     QList<INILine>& lines = m_store.m_sections[m_store.m_currentSection].m_lines;
     lines.reserve(lines.size() + m_lines.size());
     lines.append(std::move(m_lines));

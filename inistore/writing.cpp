@@ -10,28 +10,33 @@
 
 namespace {
 
-// Gathers lines, so that QFile takes large blocks as they are and is not called for each line. In a file whose
-// buffer is empty, a failure counts when, and only when, it would count if each line were handed over alone: what QFile
-// would then still hold in its buffer goes last and by itself, to wait there.
+constexpr std::size_t emptyBuffer = 16 * 1024; // what QFile gathers before it calls the system
+constexpr std::size_t unknownBuffer = 0;
+
+// Gathers lines, so that QFile takes large blocks as they are and is not called for each line. A failure counts when,
+// and only when, it would count if each line were handed over alone: what QFile would then still hold in its buffer
+// goes last and by itself, to wait there. Where others may have left bytes in that buffer, each line is handed over
+// alone.
 class BlockWriter
 {
 public:
-    explicit BlockWriter(QFile& file)
+    BlockWriter(QFile& file, std::size_t fileBuffer)
         : m_file(file)
+        , m_fileBuffer(fileBuffer)
+        , m_blockSize(4 * fileBuffer)
     {
-        m_block.reserve(blockSize + fileBufferSize);
+        m_block.reserve(m_blockSize + m_fileBuffer);
     }
 
     bool add(const QByteArray& line);
     bool flush();
 
 private:
-    static constexpr std::size_t fileBufferSize = 16 * 1024;
-    static constexpr std::size_t blockSize = 64 * 1024;
-
     bool write(std::string_view bytes);
 
     QFile& m_file;
+    std::size_t m_fileBuffer;
+    std::size_t m_blockSize;
     std::string m_block;
     std::size_t m_tail = 0; // where in the block the lines begin that QFile would hold, or the long one it passes on
 };
@@ -39,9 +44,9 @@ private:
 bool BlockWriter::add(const QByteArray& line)
 {
     const std::string_view bytes = inistore::viewOf(line);
-    if (m_block.size() - m_tail + bytes.size() > fileBufferSize) {
+    if (m_block.size() - m_tail + bytes.size() > m_fileBuffer) {
         m_tail = m_block.size();
-        if (m_tail >= blockSize && !flush())
+        if (m_tail >= m_blockSize && !flush())
             return false;
     }
     m_block += bytes;
@@ -83,7 +88,15 @@ bool writeSections(BlockWriter& writer, const QList<INISection>& sections)
         if (!writeSection(writer, section))
             return false;
     }
-    return true;
+    return writer.flush();
+}
+
+bool writeDocument(INIStore& store, BlockWriter writer, const QString& name)
+{
+    if (writeSections(writer, store.m_sections))
+        return true;
+    store.m_lastError = QStringLiteral("Error writing to %1, file only partially written").arg(name);
+    return false;
 }
 
 } // namespace
@@ -96,7 +109,7 @@ bool INIStore::Write(QString const& path)
         m_lastError = QStringLiteral("Unable to open %1, with write permission").arg(path);
         return false;
     }
-    return WriteSections(file, path);
+    return writeDocument(*this, BlockWriter(file, emptyBuffer), path);
 }
 
 bool INIStore::Write(int descriptor, QString const& name)
@@ -107,15 +120,10 @@ bool INIStore::Write(int descriptor, QString const& name)
         m_lastError = QStringLiteral("Unable to open %1, with write permission").arg(name);
         return false;
     }
-    return WriteSections(file, name);
+    return writeDocument(*this, BlockWriter(file, emptyBuffer), name);
 }
 
 bool INIStore::WriteSections(QFile& file, QString const& name)
 {
-    BlockWriter writer(file);
-    const bool isComplete = writeSections(writer, m_sections);
-    if (writer.flush() && isComplete)
-        return true;
-    m_lastError = QStringLiteral("Error writing to %1, file only partially written").arg(name);
-    return false;
+    return writeDocument(*this, BlockWriter(file, unknownBuffer), name);
 }

@@ -38,9 +38,9 @@ public:
     ///
     /// A file that is absent, unreadable or without an `ID` leaves its message in `m_error`. The file is read in pieces
     /// of at most 255 characters. A line that `SplitLine` does not cut at `=` into exactly two pieces is ignored: a
-    /// `PRETTY_NAME` with an `=` inside its value stays unknown, and an empty `ID=` says nothing. Only the newline is
-    /// taken off: a file with CR LF ends keeps the CR in its values, and then their quotes too. Of a repeated key the
-    /// last one holds.
+    /// `PRETTY_NAME` with an `=` inside its value stays unknown, and an empty `ID=` says nothing. Only the newline and
+    /// then enclosing double quotes are taken off: a file with CR LF ends keeps the CR in its values, and then their
+    /// quotes too. Of a repeated key the last one holds.
     ///
     /// A `VERSION_ID` with a first, second or third piece that does not begin with a number throws
     /// std::invalid_argument, and one outside 32 bits std::out_of_range, as `ParseVersion` does. Nothing else throws
@@ -51,8 +51,8 @@ public:
     /// whatever that looks like. `--distrib=NAME` is not recognised. The constructor calls this; no other caller needs
     /// to.
     ///
-    /// Returns true when the command line decided: a known name has set `m_id`, `m_versionId` and the numbers, a
-    /// missing or unknown one has replaced `m_error`. Returns false, with nothing changed, when there is no
+    /// Returns true when the command line decided: a known name has set `m_id`, `m_versionId` and the numbers that this
+    /// has, a missing or unknown one has replaced `m_error`. Returns false, with nothing changed, when there is no
     /// `--distrib`.
     bool ForceOS(int argc, char** argv);
 

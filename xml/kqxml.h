@@ -39,8 +39,8 @@ public:
 
     /// Returns the text of the first match, nested elements' text included: empty when it has none, null when there is
     /// no match. One near the front (in two megabytes among the first few hundred nodes) is found in microseconds
-    /// however large the document is; behind them, a match or none costs a walk over the whole subtree. In a document
-    /// that was not parsed but made by calls, only the first two nodes are near the front.
+    /// however large the document is; behind them, a match or none costs a walk over the whole subtree. Where the
+    /// last nodes of the subtree were not parsed but made by calls, only its first two nodes are near the front.
     ///
     /// With a null `tagName` this and the next two operations look at the first child alone and find nothing when that
     /// is no element.
@@ -69,8 +69,8 @@ public:
     ///     <a><b/>tail</a>           <a><b/>new</a>
     ///     <a><b/></a>               <a><b/></a>
     ///
-    /// A null pointer and a null element are ignored. `document` makes the new text node and must not be null when
-    /// `element` has no child; it is not used otherwise.
+    /// A null pointer and a null element are ignored. `document` makes the new text node, as for the insertions below,
+    /// and must not be null when `element` has no child; it is not used otherwise.
     static void UpdateElementText(QDomDocument* document, QDomElement* element, const QString& text);
 
     /// Inserts a new element `tagName`, with one text node holding `text`, into `parent` before `refChild`, or as the

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <cwchar>
 #include <fcntl.h>
@@ -157,7 +158,9 @@ TEST(Pause, returns_without_a_console)
 {
     const int savedInput = dup(STDIN_FILENO);
     close(STDIN_FILENO);
+    errno = 0;
     KQCONSOLEPAUSE();
+    EXPECT_EQ(errno, 0); // a read from there would have set it
     dup2(savedInput, STDIN_FILENO);
     close(savedInput);
 }

@@ -232,6 +232,13 @@ TEST_F(NoPermission, to_read_is_told_with_the_path)
     EXPECT_EQ(openedByOrdinaryUser(dir / "a.ini"), "false: Unable to open " + dir / "a.ini" + ", with read permission");
 }
 
+TEST_F(NoPermission, to_search_the_directory_hides_the_file)
+{
+    ASSERT_EQ(mkdir((dir / "locked").c_str(), 0700), 0);
+    givenFile(dir / "locked/a.ini", "k=1\n", 0644);
+    EXPECT_EQ(openedByOrdinaryUser(dir / "locked/a.ini"), "false: null");
+}
+
 TEST_F(NoPermission, is_not_needed_to_write_for_reading)
 {
     givenFile(dir / "a.ini", "k=1\n", 0444);
@@ -434,6 +441,40 @@ TEST_F(SizeLimit, counts_for_a_header_that_its_line_pushes_out)
     store.m_sections.first().m_raw = QByteArray::fromStdString(firstLine);
     EXPECT_TRUE(writesWithin(9'000));
     EXPECT_FALSE(writesWithin(4'000));
+}
+
+// In a file that its owner has written to before, QFile's buffer fills at another line.
+class OwnersFile : public SizeLimit
+{
+protected:
+    // Behind so many bytes in the buffer.
+    bool writesLinesBehind(qint64 before, const std::string& line, rlim_t limit)
+    {
+        std::string document;
+        for (int i = 0; i < 17; ++i)
+            document += line;
+        given(document);
+        QFile file(toPath(dir / "out.ini"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(before, '#'));
+        const FileSizeLimit limited(limit);
+        const bool result = store.WriteSections(file, Text("name"));
+        file.close();
+        return result;
+    }
+};
+
+TEST_F(OwnersFile, fails_with_the_line_that_finds_its_buffer_full)
+{
+    EXPECT_FALSE(writesLinesBehind(100, std::string(959, 'x') + '\n', 100));
+    thenMessageIs("Error writing to name, file only partially written");
+    EXPECT_EQ(readFile(dir / "out.ini"), std::string(100, '#'));
+}
+
+TEST_F(OwnersFile, ignores_what_waits_in_its_buffer_at_the_end)
+{
+    EXPECT_TRUE(writesLinesBehind(8'000, std::string(999, 'x') + '\n', 20'000));
+    EXPECT_EQ(readFile(dir / "out.ini").size(), 20'000U);
 }
 
 // Lines short and long, some longer than QFile's buffer and some that fill it exactly.

@@ -173,6 +173,35 @@ TEST_F(Writing, stops_at_a_nul_byte_that_starts_the_file)
     EXPECT_EQ(readFile(dir / "out.ini"), "");
 }
 
+// Several blocks of what the library hands over at once stand before the NUL and behind it.
+const std::string manyLines = [] {
+    std::string lines;
+    for (int i = 0; i < 20'000; ++i)
+        lines += "key=value\n";
+    return lines;
+}();
+
+TEST_F(Writing, stops_at_a_nul_byte_in_a_line_of_a_large_document)
+{
+    given(manyLines + "k=v\0rest\n"s + manyLines);
+    EXPECT_FALSE(written(dir / "out.ini"));
+    EXPECT_TRUE(readFile(dir / "out.ini") == manyLines + "k=v");
+}
+
+TEST_F(Writing, stops_at_a_nul_byte_in_a_header_of_a_large_document)
+{
+    given(manyLines + "[s]\0rest\n"s + manyLines);
+    EXPECT_FALSE(written(dir / "out.ini"));
+    EXPECT_TRUE(readFile(dir / "out.ini") == manyLines + "[s]");
+}
+
+TEST_F(Writing, stops_at_a_nul_byte_near_the_front_of_a_large_document)
+{
+    given("a=1\nk=v\0rest\n"s + manyLines);
+    EXPECT_FALSE(written(dir / "out.ini"));
+    EXPECT_EQ(readFile(dir / "out.ini"), "a=1\nk=v");
+}
+
 TEST_F(Writing, goes_on_again_once_the_line_with_the_nul_is_gone)
 {
     given("a=1\nk=v\0rest\nb=2\n"s);

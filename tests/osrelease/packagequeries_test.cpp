@@ -1,6 +1,7 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
+#include "fields.h"
 #include "standins.h"
 #include "support/capture.h"
 #include "support/files.h"
@@ -81,11 +82,20 @@ TEST_P(PackageQuery, puts_the_name_in_unquoted)
 
 TEST_P(PackageQuery, reads_and_changes_no_field)
 {
-    os.m_id = "id";
-    answerTo(0);
-    EXPECT_EQ(os.m_id, "id");
-    EXPECT_EQ(os.m_error, "");
-    EXPECT_EQ(os.m_versionId, "0.0");
+    os.m_verifiedReleases = "releases";
+    os.m_error = "error";
+    os.m_id = "suse";
+    os.m_idLike = "debian";
+    os.m_versionId = "1.2.3";
+    os.m_prettyName = "name";
+    os.m_major = 4;
+    os.m_minor = 5;
+    os.m_patch = 6;
+    const auto before = fieldsOf(os);
+    EXPECT_TRUE(answerTo(0));
+    EXPECT_EQ(standin::commands(), std::vector<std::string>{GetParam().commandForBinutils});
+    EXPECT_FALSE(answerTo(256));
+    EXPECT_EQ(fieldsOf(os), before);
 }
 
 TEST_P(PackageQuery, every_exit_status_but_zero_is_absent)

@@ -1,6 +1,7 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
+#include "fields.h"
 #include "standins.h"
 #include "support/rows.h"
 #include "texts.h"
@@ -45,9 +46,11 @@ class SupportedRelease : public testing::TestWithParam<Supported>
 TEST_P(SupportedRelease, leaves_the_message_alone)
 {
     COSRelease os = detected(GetParam().id, GetParam().major);
+    const auto before = fieldsOf(os);
     std::string message = "untouched";
     EXPECT_TRUE(os.OSSupported(message));
     EXPECT_EQ(message, "untouched");
+    EXPECT_EQ(fieldsOf(os), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Policy, SupportedRelease,
@@ -84,9 +87,11 @@ class RefusedRelease : public testing::TestWithParam<Refused>
 TEST_P(RefusedRelease, replaces_the_message)
 {
     COSRelease os = detected(GetParam().id, GetParam().major);
+    const auto before = fieldsOf(os);
     std::string message = "previous";
     EXPECT_FALSE(os.OSSupported(message));
     EXPECT_EQ(message, GetParam().text + verifiedReleases);
+    EXPECT_EQ(fieldsOf(os), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Policy, RefusedRelease,
@@ -154,9 +159,11 @@ TEST_P(NotVerifiedRelease, is_named_in_the_message)
     os.m_idLike = GetParam().idLike;
     os.m_prettyName = GetParam().prettyName;
     os.m_versionId = GetParam().versionId;
+    const auto before = fieldsOf(os);
     std::string message = "previous";
     EXPECT_FALSE(os.OSSupported(message));
     EXPECT_EQ(message, GetParam().text + verifiedReleases);
+    EXPECT_EQ(fieldsOf(os), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Policy, NotVerifiedRelease,

@@ -8,10 +8,41 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <new>
 #include <sstream>
 #include <type_traits>
 #include <unistd.h>
+
+namespace {
+
+const void* releaseOnTheHeap = nullptr; // the newest block of the size of one, while it lives
+
+} // namespace
+
+// The program's own definitions come before those of the C++ library.
+void* operator new(std::size_t size)
+{
+    void* const memory = std::malloc(size);
+    if (!memory)
+        throw std::bad_alloc();
+    if (size == sizeof(COSRelease))
+        releaseOnTheHeap = memory;
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    if (memory == releaseOnTheHeap)
+        releaseOnTheHeap = nullptr;
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
 
 namespace {
 
@@ -204,6 +235,20 @@ TEST_F(Prerequisites, second_check_repeats_everything)
     check(debian, {});
     EXPECT_EQ(standin::commands(), first);
     thenOutputIs(request(debian, "binutils"));
+}
+
+TEST_F(Prerequisites, second_check_detects_anew)
+{
+    checkDetected("ID=fedora\nVERSION_ID=43\n");
+    thenOutputIs(request(rpm, "binutils"));
+    checkDetected("ID=ubuntu\nVERSION_ID=24.04\n");
+    thenOutputIs(request(debian, "binutils"));
+}
+
+TEST_F(Prerequisites, leave_their_release_on_the_heap)
+{
+    check(debian, {});
+    EXPECT_NE(releaseOnTheHeap, nullptr);
 }
 
 TEST_F(Prerequisites, are_not_asked_again_after_the_wait)

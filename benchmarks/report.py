@@ -38,9 +38,12 @@ def duration(nanoseconds):
     return f"{nanoseconds:.3g} ns"
 
 
-def decimal(value):
-    """To two places, more for what would be nothing then; the sum has no -0.00."""
-    return f"{value:.1g}" if 0 < value < 0.005 else f"{round(value, 2) + 0.0:.2f}"
+def multiple(value):
+    return f"{value:.2f}" if value >= 0.005 else "< 0.005"
+
+
+def slope(value):
+    return f"{round(value, 2) + 0.0:.2f}"  # the sum has no -0.00
 
 
 def table(heads, rows):
@@ -53,7 +56,7 @@ def ratios(times, question, ours):
     others = [who for who in times.of[question] if who != ours]
     rows = []
     for size, own in sorted(times.of[question][ours].items()):
-        cells = [decimal(times.ratio(question, size, who, ours)) if size in times.of[question][who] else ""
+        cells = [multiple(times.ratio(question, size, who, ours)) if size in times.of[question][who] else ""
                  for who in others]
         rows.append([SIZES[size], duration(own), *cells])
     return table(["size", ours, *others], rows)
@@ -89,7 +92,7 @@ def check_picture(checks, path):
                   label=way, align="edge")
     frame.set_xticks([group + len(ways) / (len(ways) + 1) / 2 for group in range(len(checks))], list(checks))
     frame.set_ylabel("milliseconds")
-    frame.legend(frameon=False)
+    frame.legend(frameon=False, ncol=len(ways), loc="lower center", bbox_to_anchor=(0.5, 1))
     figure.tight_layout()
     figure.savefig(path, metadata={"Date": None})
 
@@ -109,7 +112,7 @@ def exponents(growth):
 def instruction_table(counts, size, ours, steps):
     def cell(who, step):
         count = counts[who][size].get(step)
-        return "" if count is None else f"{count:,} ({decimal(count / counts[ours][size][step])})"
+        return "" if count is None else f"{count:,} ({multiple(count / counts[ours][size][step])})"
     return table(["", *steps], [[who, *[cell(who, step) for step in steps]] for who in counts])
 
 
@@ -272,9 +275,9 @@ The exponent of the instructions over the size, fitted over four sizes, each twi
 is over 100,000 keys or sections; for XML up to 2 MB wide and 100 KB deep, since Qt's parser is slow on deep ones): 1 is
 linear, 0 does not depend on the size.
 
-{table(["settings", *steps], [[shape.split(", ", 1)[1], *[decimal(value[step]) for step in steps]]
+{table(["settings", *steps], [[shape.split(", ", 1)[1], *[slope(value[step]) for step in steps]]
                               for shape, value in growth.items() if shape.startswith("settings")])}
-{table(["XML", *xml_steps], [[shape.split(", ", 1)[1], *[decimal(value[step]) for step in xml_steps]]
+{table(["XML", *xml_steps], [[shape.split(", ", 1)[1], *[slope(value[step]) for step in xml_steps]]
                              for shape, value in growth.items() if shape.startswith("XML")])}
 ## The prerequisite check
 
@@ -299,11 +302,11 @@ a C++ program that does nothing but hand them to `system`. Times are by the cloc
 
 From the start to the end of a small client and of empty programs, by the clock (the lower quartile over
 {figures["command rounds"]} rounds) and in instructions, the loader's among them, with how many times theirs the client
-takes. It loads Qt Xml as well, because the library does.
+takes. The library, and so the client, loads Qt Xml as well.
 
 {table(["", "time", "client", "instructions", "client"],
-       [[what, duration(start[name] * 1e9), decimal(start["client"] / start[name]), f"{begun[name]:,}",
-         decimal(begun["client"] / begun[name])] for name, what in STARTS.items()])}"""
+       [[what, duration(start[name] * 1e9), multiple(start["client"] / start[name]), f"{begun[name]:,}",
+         multiple(begun["client"] / begun[name])] for name, what in STARTS.items()])}"""
     (docs / "benchmarks.md").write_text(text)
 
 

@@ -471,6 +471,11 @@ TEST_F(OwnersFile, fails_with_the_line_that_finds_its_buffer_full)
     EXPECT_EQ(readFile(dir / "out.ini"), std::string(100, '#'));
 }
 
+TEST_F(OwnersFile, fails_with_an_empty_line_that_finds_its_buffer_full)
+{
+    EXPECT_FALSE(writesLinesBehind(16'381, "\n", 16'382));
+}
+
 TEST_F(OwnersFile, ignores_what_waits_in_its_buffer_at_the_end)
 {
     EXPECT_TRUE(writesLinesBehind(8'000, std::string(999, 'x') + '\n', 20'000));

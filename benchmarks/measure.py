@@ -36,9 +36,7 @@ def lower_quartile(values):
 
 def machine():
     cpu = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
-    versions = {}
-    for package in PACKAGES:
-        versions[package] = output("dpkg-query", "-W", "-f=${Version}", package)
+    versions = {package: output("dpkg-query", "-W", "-f=${Version}", package) for package in PACKAGES}
     return {"processor": cpu.group(1) if cpu else platform.machine(), "cores": os.cpu_count(),
             "system": platform.freedesktop_os_release()["PRETTY_NAME"], "kernel": platform.release(),
             "compiler": output("c++", "--version").splitlines()[0], "packages": versions}

@@ -7,8 +7,8 @@
 
 namespace {
 
+using inistore::equalsIgnoreCase;
 using inistore::hasKey;
-using inistore::matches;
 
 // Both texts are filled by one arg() after another: a marker inside an argument is filled by the next, and stays so.
 INILine composedLine(const QString& key, const QString& value)
@@ -30,33 +30,11 @@ void addSection(INIStore& store, const QString& name, const QString& key, const 
     store.m_sections.append(std::move(section));
 }
 
-QByteArray replaced(std::string_view text, qsizetype position, qsizetype length, const QByteArray& value)
-{
-    const auto end = static_cast<qsizetype>(text.size());
-    QByteArray result;
-    result.reserve(end - length + value.size());
-    result.append(text.data(), position).append(value);
-    return result.append(text.data() + position + length, end - position - length);
-}
-
-// Updates a line of ASCII as bytes, which count as its characters do: decoding it would cost as much as all the rest.
-std::optional<QByteArray> updatedAscii(std::string_view text, const QString& oldValue, const QString& value)
-{
-    const auto isSame = [](char byte, QChar unit) { return QLatin1Char(byte) == unit; };
-    const auto found = std::search(text.begin(), text.end(), oldValue.begin(), oldValue.end(), isSame);
-    if (text.find('=') == text.npos || found == text.end())
-        return std::nullopt;
-    return replaced(text, found - text.begin(), oldValue.size(), value.toUtf8());
-}
-
 // The line's bytes with `value` in place of the old value, if they have such a place. The old value is looked for from
 // the start of the line and may be found inside the key; callers count on the first occurrence.
 std::optional<QByteArray> updatedRaw(const INILine& line, const QString& value)
 {
-    const std::string_view bytes = inistore::textOf(inistore::viewOf(line.m_raw));
-    if (inistore::isAscii(bytes))
-        return updatedAscii(bytes, line.m_value, value);
-
+    const std::string_view bytes = inistore::upToNul(inistore::viewOf(line.m_raw));
     QString text = QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
     const qsizetype position = text.contains(u'=') ? text.indexOf(line.m_value) : -1;
     if (position < 0)
@@ -115,11 +93,12 @@ void INIStore::UpdateKey(QString const& section, QString const& key, QString con
 bool INIStore::RemoveKeyValue(QString const& section, QString const& key, QString const& value)
 {
     for (qsizetype i = 0; i < m_sections.size(); ++i) {
-        if (!matches(m_sections.at(i).m_name, section))
+        if (!equalsIgnoreCase(m_sections.at(i).m_name, section))
             continue;
         const QList<INILine>& lines = m_sections.at(i).m_lines;
-        const auto found = std::find_if(lines.begin(), lines.end(),
-            [&](const INILine& line) { return matches(line.m_key, key) && matches(line.m_value, value); });
+        const auto found = std::find_if(lines.begin(), lines.end(), [&](const INILine& line) {
+            return equalsIgnoreCase(line.m_key, key) && equalsIgnoreCase(line.m_value, value);
+        });
         if (found == lines.end())
             continue;
         m_sections[i].m_lines.removeAt(found - lines.begin());

@@ -71,7 +71,7 @@ bool inistore::isAscii(std::string_view bytes)
 
 ParsedLine inistore::parseLine(std::string_view raw)
 {
-    const std::string_view line = textOf(raw);
+    const std::string_view line = upToNul(raw);
     const std::string_view text = line.substr(0, line.find(';'));
     const bool hasComment = text.size() < line.size();
     if (isAscii(text))

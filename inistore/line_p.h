@@ -22,7 +22,7 @@ inline std::string_view viewOf(const QByteArray& bytes)
 }
 
 /// The bytes of a line that count as text: a NUL ends them.
-inline std::string_view textOf(std::string_view raw)
+inline std::string_view upToNul(std::string_view raw)
 {
     return raw.substr(0, raw.find('\0'));
 }

@@ -16,9 +16,9 @@ constexpr char16_t asciiLower(char16_t c)
 
 } // namespace
 
-// Two ASCII characters decide without Qt's tables; others need them, since the Kelvin sign is a "k". From the end,
-// because names differ there first: key1, key2, key3.
-bool inistore::sameButForCase(QStringView a, QStringView b)
+// ASCII is compared without Qt's tables. Other characters need them: the Kelvin sign folds to "k". The comparison
+// starts at the end, where names differ first: key1, key2, key3.
+bool inistore::sameLengthEqualsIgnoreCase(QStringView a, QStringView b)
 {
     for (qsizetype i = a.size() - 1; i >= 0; --i) {
         const char16_t x = a.utf16()[i];
@@ -35,7 +35,7 @@ int INIStore::GetSection(QString const& section)
 {
     const QList<INISection>& sections = m_sections;
     const auto found = std::find_if(sections.begin(), sections.end(),
-        [&section](const INISection& candidate) { return inistore::matches(candidate.m_name, section); });
+        [&section](const INISection& candidate) { return inistore::equalsIgnoreCase(candidate.m_name, section); });
     return found == sections.end() ? -1 : static_cast<int>(found - sections.begin());
 }
 
@@ -47,7 +47,7 @@ QStringList INIStore::GetValues(QString const& section, QString const& key)
 
     QStringList values;
     for (const INILine& line : m_sections.at(index).m_lines) {
-        if (inistore::matches(line.m_key, key))
+        if (inistore::equalsIgnoreCase(line.m_key, key))
             values.append(line.m_value);
     }
     return values;

@@ -5,20 +5,20 @@
 
 namespace inistore {
 
-/// The slower half of `matches`, for texts of one length.
-bool sameButForCase(QStringView a, QStringView b);
+/// The slow half of `equalsIgnoreCase`, for texts of the same length.
+bool sameLengthEqualsIgnoreCase(QStringView a, QStringView b);
 
-/// Whether section names, keys or values are the same but for case: what `QString::compare(a, b, Qt::CaseInsensitive)`
-/// calls equal, found out sooner. Folding maps unit to unit, so a length that differs decides.
-inline bool matches(QStringView a, QStringView b)
+/// Returns `QString::compare(a, b, Qt::CaseInsensitive) == 0`, sooner. Qt folds each UTF-16 unit to one unit, so texts
+/// of different lengths differ.
+inline bool equalsIgnoreCase(QStringView a, QStringView b)
 {
-    return a.size() == b.size() && sameButForCase(a, b);
+    return a.size() == b.size() && sameLengthEqualsIgnoreCase(a, b);
 }
 
 /// The predicate for a search of lines by key.
 inline auto hasKey(QStringView key)
 {
-    return [key](const INILine& line) { return matches(line.m_key, key); };
+    return [key](const INILine& line) { return equalsIgnoreCase(line.m_key, key); };
 }
 
 } // namespace inistore

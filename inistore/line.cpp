@@ -1,83 +1,54 @@
 #include "inistore/line_p.h"
 
+#include <algorithm>
+
 namespace {
 
 using inistore::ParsedLine;
 
-// Settings are nearly always ASCII, and then bytes and UTF-16 units count alike. So the rules of the dialect are
-// written once for both, and only other lines are decoded before they apply.
-template <typename Char>
-using Text = std::basic_string_view<Char>;
-
-QString owned(std::string_view ascii)
+// Null when the text is no header; a header names something, so "[]" is none.
+QStringView headerName(QStringView text)
 {
-    return QString::fromLatin1(ascii.data(), static_cast<qsizetype>(ascii.size()));
-}
-
-QString owned(std::u16string_view text)
-{
-    return QStringView(text.data(), static_cast<qsizetype>(text.size())).toString();
-}
-
-template <typename Char>
-Text<Char> trimmed(Text<Char> text)
-{
-    while (!text.empty() && QChar::isSpace(static_cast<char32_t>(text.back())))
-        text.remove_suffix(1);
-    while (!text.empty() && QChar::isSpace(static_cast<char32_t>(text.front())))
-        text.remove_prefix(1);
-    return text;
-}
-
-// Empty when the text is no header; a header names something, so "[]" is none.
-template <typename Char>
-Text<Char> headerName(Text<Char> text)
-{
-    if (text.empty() || text.front() != '[')
+    if (!text.startsWith(u'['))
         return {};
-    const std::size_t bracket = text.find(']');
-    return bracket == text.npos ? Text<Char>() : text.substr(1, bracket - 1);
+    const qsizetype bracket = text.indexOf(u']');
+    return bracket < 2 ? QStringView() : text.sliced(1, bracket - 1);
 }
 
-template <typename Char>
-ParsedLine parseKeyValue(Text<Char> text)
+ParsedLine parseKeyValue(QStringView text)
 {
-    const std::size_t equals = text.find('=');
-    if (equals == text.npos)
+    const auto equals = std::find(text.begin(), text.end(), u'=');
+    if (equals == text.end())
         return {};
-    return {QString(), owned(trimmed(text.substr(0, equals))), owned(trimmed(text.substr(equals + 1)))};
-}
-
-template <typename Char>
-ParsedLine parseText(Text<Char> text, bool hasComment)
-{
-    // The character before the semicolon goes with the comment. One UTF-16 unit, so an emoji there is cut in half.
-    if (hasComment && !text.empty())
-        text.remove_suffix(1);
-    text = trimmed(text);
-    const Text<Char> name = headerName(text);
-    return name.empty() ? parseKeyValue(text) : ParsedLine{owned(name), QString(), QString()};
+    const qsizetype position = equals - text.begin();
+    return {{}, text.first(position).trimmed(), text.sliced(position + 1).trimmed()};
 }
 
 } // namespace
 
-bool inistore::isAscii(std::string_view bytes)
-{
-    unsigned seen = 0;
-    for (const char byte : bytes)
-        seen |= static_cast<unsigned char>(byte);
-    return seen < 0x80;
-}
-
-ParsedLine inistore::parseLine(std::string_view raw)
+ParsedLine inistore::LineParser::parse(std::string_view raw)
 {
     const std::string_view line = upToNul(raw);
-    const std::string_view text = line.substr(0, line.find(';'));
-    const bool hasComment = text.size() < line.size();
-    if (isAscii(text))
-        return parseText(text, hasComment);
+    const std::size_t semicolon = line.find(';');
+    QStringView text = decode(line.substr(0, semicolon));
+    // The character before the semicolon goes with the comment. One UTF-16 unit, so an emoji there is cut in half.
+    if (semicolon != line.npos && !text.isEmpty())
+        text.chop(1);
+    const auto isSpace = [](QChar c) { return c.isSpace(); };
+    const QStringView name = headerName({std::find_if_not(text.begin(), text.end(), isSpace), text.end()});
+    return name.isNull() ? parseKeyValue(text) : ParsedLine{name, {}, {}};
+}
 
-    const QString decoded = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-    const QStringView units(decoded);
-    return parseText(std::u16string_view(units.utf16(), static_cast<std::size_t>(units.size())), hasComment);
+// As QString::fromUtf8 does, but without an allocation for ASCII, which nearly all lines are.
+QStringView inistore::LineParser::decode(std::string_view bytes)
+{
+    const auto size = static_cast<qsizetype>(bytes.size());
+    m_ascii.resize(size);
+    char16_t* end = m_ascii.data();
+    char16_t seen = 0;
+    for (const char byte : bytes)
+        seen |= * end++ = static_cast<unsigned char>(byte);
+    if (seen < 0x80)
+        return m_ascii;
+    return m_decoded = QString::fromUtf8(bytes.data(), size);
 }

@@ -3,17 +3,18 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QVarLengthArray>
 
 #include <string_view>
 
 namespace inistore {
 
-/// What one line says. Only a header has a name, and only a line with a `=` a key and a value; the others are null.
+/// What one line says. Only a header has a name, and only a line with a `=` has a key and a value; the others are null.
 struct ParsedLine
 {
-    QString name;
-    QString key;
-    QString value;
+    QStringView name;
+    QStringView key;
+    QStringView value;
 };
 
 inline std::string_view viewOf(const QByteArray& bytes)
@@ -27,9 +28,18 @@ inline std::string_view upToNul(std::string_view raw)
     return raw.substr(0, raw.find('\0'));
 }
 
-bool isAscii(std::string_view bytes);
+/// Parses lines one after another. The views of a line are valid until the next one is parsed.
+class LineParser
+{
+public:
+    ParsedLine parse(std::string_view raw);
 
-ParsedLine parseLine(std::string_view raw);
+private:
+    QStringView decode(std::string_view bytes);
+
+    QVarLengthArray<char16_t, 256> m_ascii;
+    QString m_decoded;
+};
 
 } // namespace inistore
 

@@ -1,6 +1,7 @@
 #include "inistore/inistore.h"
 
 #include "inistore/line_p.h"
+#include "inistore/textpool_p.h"
 
 #include <QFile>
 
@@ -8,14 +9,6 @@
 #include <utility>
 
 namespace {
-
-// Takes the first line off `rest`, line end included; the last one may have none.
-std::string_view takeLine(std::string_view& rest)
-{
-    const std::string_view line = rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
-    rest.remove_prefix(line.size());
-    return line;
-}
 
 class Loader
 {
@@ -25,29 +18,32 @@ public:
     {
     }
 
-    void takeLines(const QByteArray& bytes);
+    void addLines(std::string_view bytes);
     void finishSection();
 
 private:
-    void beginSection(QString&& name, QByteArray&& raw);
-    void addLine(QString&& key, QString&& value, QByteArray&& raw);
+    void beginSection(QStringView name, std::string_view raw);
+    void addLine(const inistore::ParsedLine& parsed, std::string_view raw);
 
     INIStore& m_store;
-    // Lines gather here until their section is complete, so that its list is allocated once and in its size.
+    inistore::LineParser m_parser;
+    // A client that keeps one text keeps its whole block, and it is keys and values that clients keep.
+    inistore::TextPool<QString, QStringView, 112> m_texts;
+    inistore::TextPool<QByteArray, std::string_view, 512> m_bytes;
+    // The lines of the section until it is complete, so that its list is allocated once and in its size.
     QList<INILine> m_lines;
 };
 
-void Loader::takeLines(const QByteArray& bytes)
+void Loader::addLines(std::string_view bytes)
 {
-    std::string_view rest = inistore::viewOf(bytes);
-    while (!rest.empty()) {
-        const std::string_view line = takeLine(rest);
-        inistore::ParsedLine parsed = inistore::parseLine(line);
-        QByteArray raw(line.data(), static_cast<qsizetype>(line.size()));
+    while (!bytes.empty()) {
+        const std::string_view raw = bytes.substr(0, std::min(bytes.find('\n'), bytes.size() - 1) + 1);
+        const inistore::ParsedLine parsed = m_parser.parse(raw);
         if (parsed.name.isNull())
-            addLine(std::move(parsed.key), std::move(parsed.value), std::move(raw));
+            addLine(parsed, raw);
         else
-            beginSection(std::move(parsed.name), std::move(raw));
+            beginSection(parsed.name, raw);
+        bytes.remove_prefix(raw.size());
     }
 }
 
@@ -61,26 +57,23 @@ void Loader::finishSection()
     m_lines.clear();
 }
 
-// The constructors of the records copy; fields that are moved in need no counting of references.
-void Loader::beginSection(QString&& name, QByteArray&& raw)
+void Loader::beginSection(QStringView name, std::string_view raw)
 {
     finishSection();
-    INISection section{QString(), QByteArray()};
-    section.m_name = std::move(name);
-    section.m_raw = std::move(raw);
-    m_store.m_sections.append(std::move(section));
+    m_store.m_sections.append(INISection(m_texts.copy(name), m_bytes.copy(raw)));
     m_store.m_currentSection = static_cast<qint32>(m_store.m_sections.size() - 1);
 }
 
-void Loader::addLine(QString&& key, QString&& value, QByteArray&& raw)
+// The record's constructor copies; moving into the fields counts no references.
+void Loader::addLine(const inistore::ParsedLine& parsed, std::string_view raw)
 {
     INILine& line = m_lines.emplaceBack(QString(), QString(), QByteArray());
-    line.m_key = std::move(key);
-    line.m_value = std::move(value);
-    line.m_raw = std::move(raw);
+    line.m_key = m_texts.copy(parsed.key);
+    line.m_value = m_texts.copy(parsed.value);
+    line.m_raw = m_bytes.copy(raw);
 }
 
-// In large pieces, until a read brings nothing, whatever size the file claims to have: those in /proc claim none.
+// Reads large pieces until a read returns nothing, whatever the file's size claims to be: files in /proc claim none.
 void load(QFile& file, INIStore& store)
 {
     constexpr qint64 pieceSize = 32 * 1024;
@@ -89,12 +82,12 @@ void load(QFile& file, INIStore& store)
     for (QByteArray piece = file.read(pieceSize); !piece.isEmpty(); piece = file.read(pieceSize)) {
         const qsizetype end = piece.lastIndexOf('\n') + 1;
         if (end > 0) {
-            loader.takeLines(unfinished + piece.left(end));
+            loader.addLines(inistore::viewOf(unfinished + piece.left(end)));
             unfinished.clear();
         }
         unfinished += piece.mid(end);
     }
-    loader.takeLines(unfinished);
+    loader.addLines(inistore::viewOf(unfinished));
     loader.finishSection();
 }
 
@@ -102,11 +95,12 @@ void load(QFile& file, INIStore& store)
 
 bool INIStore::Open(QString const& path)
 {
+    const QString name = path; // a copy, as the argument may be m_lastError
     m_lastError.clear();
-    QFile file(path);
+    QFile file(name);
     if (!file.open(QIODevice::ReadOnly)) {
-        if (QFile::exists(path)) // unlike the file object, false for a link that leads nowhere
-            m_lastError = QStringLiteral("Unable to open %1, with read permission").arg(path);
+        if (QFile::exists(name)) // unlike the file object, false for a link that leads nowhere
+            m_lastError = QStringLiteral("Unable to open %1, with read permission").arg(name);
         return false;
     }
 

@@ -1,6 +1,6 @@
 #include "benchmarks/documents.h"
 
-#include "tests/xml/extractmodel.h"
+#include "tests/reference/extraction.h"
 #include "xml/kqxml.h"
 
 #include <QXmlStreamReader>
@@ -207,7 +207,7 @@ Candidate plainModel()
 {
     Candidate c{"plain model", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     c.extract = [](const QByteArray& xml, const char* tag) {
-        return std::size_t(modelExtractElement(xml, QString::fromLatin1(tag), false).size());
+        return std::size_t(reference::extractElement(xml, QString::fromLatin1(tag), false).size());
     };
     return c;
 }

@@ -1,7 +1,7 @@
 #include "benchmarks/settings.h"
 
 #include "inistore/inistore.h"
-#include "tests/inistore/referencemodel.h"
+#include "tests/reference/inistore.h"
 
 #include <QFile>
 #include <QSettings>
@@ -346,21 +346,21 @@ std::vector<Candidate> candidates()
 
 Candidate plainModel()
 {
-    using reference::Model;
+    using Model = reference::INIStore;
     Candidate c{"plain model", anySize, nullptr, nullptr, nullptr, nullptr};
     c.load = [](const Document& d) {
         const auto loaded = std::make_shared<Model>();
-        require(loaded->open(d.qtPath), "plain model");
+        require(loaded->Open(d.qtPath), "plain model");
         return loaded;
     };
     c.lookUp = [](void* m, const Document& d) {
-        require(!as<Model>(m).getValues(d.qtSection, d.qtKey).isEmpty(), "plain model");
+        require(!as<Model>(m).GetValues(d.qtSection, d.qtKey).isEmpty(), "plain model");
     };
     c.edit = [](void* m, const Document& d, bool odd) {
-        as<Model>(m).updateKey(d.qtSection, d.qtKey, d.qtValues[odd]);
+        as<Model>(m).UpdateKey(d.qtSection, d.qtKey, d.qtValues[odd]);
     };
     c.write = [](void* m, const Document& d) {
-        require(as<Model>(m).write(d.qtPath + QStringLiteral(".written")), "plain model");
+        require(as<Model>(m).Write(d.qtPath + QStringLiteral(".written")), "plain model");
     };
     return c;
 }

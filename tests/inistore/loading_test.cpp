@@ -439,7 +439,7 @@ TEST_F(Merging, sections_of_one_name_stay_apart)
 TEST_F(Merging, lines_join_the_last_header_read_and_not_a_section_made_by_an_edit)
 {
     given("[a]\nk=1\n");
-    whenAppended("new", "n", "1");
+    perform(append("new", "n", "1"));
     given("k=2\n");
     thenFileIs("[a]\nk=1\nk=2\n[new]\nn = 1\n");
 }

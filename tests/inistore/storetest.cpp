@@ -41,26 +41,6 @@ void Settings::given(const std::string& bytes)
     ASSERT_EQ(exactly(store.m_lastError), exactly(null));
 }
 
-void Settings::whenAppended(const Text& section, const Text& key, const Text& value)
-{
-    store.AppendKey(section, key, value);
-}
-
-void Settings::whenPrepended(const Text& section, const Text& key, const Text& value)
-{
-    store.PrependKey(section, key, value);
-}
-
-void Settings::whenUpdated(const Text& section, const Text& key, const Text& value)
-{
-    store.UpdateKey(section, key, value);
-}
-
-bool Settings::whenRemoved(const Text& section, const Text& key, const Text& value)
-{
-    return store.RemoveKeyValue(section, key, value);
-}
-
 void Settings::thenFileIs(const std::string& bytes)
 {
     const std::string path = dir / "written.ini";

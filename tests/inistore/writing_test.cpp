@@ -83,7 +83,7 @@ TEST_F(Writing, replaces_longer_content)
 TEST_F(Writing, replaces_the_file_that_was_loaded)
 {
     given("k=1\n");
-    whenUpdated("", "k", "2");
+    perform(update("", "k", "2"));
     ASSERT_TRUE(written(dir / "given.ini"));
     EXPECT_EQ(readFile(dir / "given.ini"), "k=2\n");
 }
@@ -119,7 +119,7 @@ TEST_F(Writing, may_be_repeated_with_edits_between)
     given("k=1\n");
     thenFileIs("k=1\n");
     thenFileIs("k=1\n");
-    whenUpdated("", "k", "2");
+    perform(update("", "k", "2"));
     thenFileIs("k=2\n");
 }
 
@@ -206,7 +206,7 @@ TEST_F(Writing, goes_on_again_once_the_line_with_the_nul_is_gone)
 {
     given("a=1\nk=v\0rest\nb=2\n"s);
     EXPECT_FALSE(written(dir / "out.ini"));
-    ASSERT_TRUE(whenRemoved("", "k", "v"));
+    perform(remove("", "k", "v"));
     thenFileIs("a=1\nb=2\n");
 }
 

@@ -1,4 +1,4 @@
-// A stranger's program: one call of each of the four folders.
+// A downstream program: one call of each of the four folders.
 #include "console/console.h"
 #include "inistore/inistore.h"
 #include "osrelease/osrelease.h"

@@ -77,4 +77,4 @@ closed=$(find "$root/usr" -type d ! -perm 755 -o -type f ! -perm 644)
 library=$root/usr/$libdir/libkqsupport.so
 sh "$source/tests/rules/symbols.sh" "$library" "$source/tests/rules/symbols.txt"
 sh "$source/tests/rules/hardening.sh" "$library"
-exec sh "$source/tests/package/stranger.sh" find_package "$source" "$root/usr" "$scratch/stranger" "$compiler"
+exec sh "$source/tests/package/downstream.sh" find_package "$source" "$root/usr" "$scratch/downstream" "$compiler"

@@ -1,7 +1,7 @@
 #include "xml/kqxml.h"
 
+#include "reference/dom.h"
 #include "xml/documents.h"
-#include "xml/dommodel.h"
 #include "xml/randomdocument.h"
 
 namespace {
@@ -18,11 +18,11 @@ QStringList searchedNames()
 /// Shapes that no parser makes: elements in entity references, renamed, given another prefix, or without a name.
 void disturb(Dice& dice, QDomDocument& document)
 {
-    QDomElement element = dice.oneOf(allElements(document));
+    QDomElement element = dice.oneOf(reference::allElements(document));
     switch (dice.below(6)) {
     case 0: {
         QDomEntityReference reference = document.createEntityReference(QStringLiteral("k"));
-        reference.appendChild(modelElement(document, QStringLiteral("k"), QStringLiteral("inside")));
+        reference.appendChild(reference::elementWithText(document, QStringLiteral("k"), QStringLiteral("inside")));
         element.appendChild(reference);
         break;
     }
@@ -42,8 +42,8 @@ void disturb(Dice& dice, QDomDocument& document)
 
 void expectSameLookups(const QDomElement& element, const QString& tag)
 {
-    const QDomElement first = modelFirst(element, tag);
-    const QList<QDomElement> list = modelAll(element, tag);
+    const QDomElement first = reference::first(element, tag);
+    const QList<QDomElement> list = reference::all(element, tag);
     EXPECT_EQ(KQXml::GetChildElement(element, tag), first);
     EXPECT_EQ(KQXml::GetChildElements(element, tag), list);
 
@@ -76,7 +76,8 @@ TEST(RandomDocuments, every_lookup_finds_what_the_loop_over_elementsByTagName_fi
             ++parsedWell;
             disturb(dice, document);
             const QString before = written(document);
-            const QDomElement start = dice.oneIn(2) ? document.documentElement() : dice.oneOf(allElements(document));
+            const QDomElement start =
+                dice.oneIn(2) ? document.documentElement() : dice.oneOf(reference::allElements(document));
             for (const QString& tag : searchedNames()) {
                 SCOPED_TRACE(xml.toStdString() + "\nnamespaces " + std::to_string(namespaces) + ", " +
                              tag.toStdString() + " below " + start.nodeName().toStdString());
@@ -90,28 +91,28 @@ TEST(RandomDocuments, every_lookup_finds_what_the_loop_over_elementsByTagName_fi
     EXPECT_GT(found, 600);
 }
 
-/// Two parses of one document: one edited by the library, one by the plain steps.
+/// Two parses of one document: one edited by the library, one by the reference implementation.
 struct Twins
 {
     QDomDocument ours;
-    QDomDocument plain;
+    QDomDocument theirs;
 
     void editBoth(Dice& dice)
     {
-        const QList<QDomElement> inOurs = allElements(ours);
-        const QList<QDomElement> inPlain = allElements(plain);
-        ASSERT_EQ(inOurs.size(), inPlain.size());
+        const QList<QDomElement> inOurs = reference::allElements(ours);
+        const QList<QDomElement> inTheirs = reference::allElements(theirs);
+        ASSERT_EQ(inOurs.size(), inTheirs.size());
         const int parent = dice.below(int(inOurs.size()));
         // A child of the parent, any element at all, or none.
         const int reference = dice.oneIn(4) ? -1 : dice.below(int(inOurs.size()));
         QDomElement ourReference = reference < 0 ? QDomElement() : inOurs.at(reference);
-        QDomElement plainReference = reference < 0 ? QDomElement() : inPlain.at(reference);
+        QDomElement theirReference = reference < 0 ? QDomElement() : inTheirs.at(reference);
         if (dice.oneIn(2)) {
             ourReference = inOurs.at(parent).firstChildElement();
-            plainReference = inPlain.at(parent).firstChildElement();
+            theirReference = inTheirs.at(parent).firstChildElement();
         }
         QDomElement ourParent = inOurs.at(parent);
-        QDomElement plainParent = inPlain.at(parent);
+        QDomElement theirParent = inTheirs.at(parent);
 
         static const QStringList texts = {
             QString(), QStringLiteral(""), QStringLiteral("new"), QStringLiteral("<\u00e9&]]>")};
@@ -120,15 +121,15 @@ struct Twins
         switch (dice.below(3)) {
         case 0:
             KQXml::UpdateElementText(&ours, &ourParent, text);
-            modelUpdateText(plain, plainParent, text);
+            reference::updateText(theirs, theirParent, text);
             break;
         case 1:
             KQXml::InsertBeforeElement(&ours, ourParent, ourReference, tag, text);
-            modelInsertBefore(plain, plainParent, plainReference, tag, text);
+            reference::insertBefore(theirs, theirParent, theirReference, tag, text);
             break;
         default:
             KQXml::InsertAfterElement(&ours, ourParent, ourReference, tag, text);
-            modelInsertAfter(plain, plainParent, plainReference, tag, text);
+            reference::insertAfter(theirs, theirParent, theirReference, tag, text);
         }
     }
 };
@@ -144,11 +145,11 @@ TEST(RandomDocuments, every_edit_does_what_its_steps_in_Qt_calls_do)
         Twins twins;
         if (!twins.ours.setContent(xml, namespaces))
             continue;
-        twins.plain.setContent(xml, namespaces);
+        twins.theirs.setContent(xml, namespaces);
         const QString before = written(twins.ours);
         for (int edits = 1 + dice.below(5); edits > 0; --edits)
             twins.editBoth(dice);
-        EXPECT_EQ(written(twins.ours), written(twins.plain)) << xml.constData();
+        EXPECT_EQ(written(twins.ours), written(twins.theirs)) << xml.constData();
         edited += written(twins.ours) == before ? 0 : 1;
     }
     EXPECT_GT(edited, 150);

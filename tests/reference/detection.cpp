@@ -1,9 +1,11 @@
-#include "osrelease/detectionmodel.h"
+#include "reference/detection.h"
 
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
+
+namespace reference {
 
 namespace {
 
@@ -32,9 +34,9 @@ std::vector<std::string> reads(std::string_view file)
 
 } // namespace
 
-ModelRelease modelRelease(std::string_view file)
+Release detect(std::string_view file)
 {
-    ModelRelease expected;
+    Release expected;
     for (const std::string& line : reads(file)) {
         const std::vector<std::string> parts = pieces(line, '=');
         if (parts.size() != 2)
@@ -56,3 +58,5 @@ ModelRelease modelRelease(std::string_view file)
     }
     return expected;
 }
+
+} // namespace reference

@@ -1,10 +1,12 @@
-#include "xml/extractmodel.h"
+#include "reference/extraction.h"
 
 #include <QXmlStreamReader>
 
 #include <cstdint>
 
-QByteArray modelExtractElement(const QByteArray& xml, const QString& tagName, bool contentOnly)
+namespace reference {
+
+QByteArray extractElement(const QByteArray& xml, const QString& tagName, bool contentOnly)
 {
     QXmlStreamReader reader(xml);
     const std::int32_t startTagLength = std::int32_t(QString(QLatin1String("<%1>")).arg(tagName).toUtf8().length());
@@ -36,3 +38,5 @@ QByteArray modelExtractElement(const QByteArray& xml, const QString& tagName, bo
         result = xml.mid(startOffset - startTagLength, span + startTagLength);
     return result.trimmed();
 }
+
+} // namespace reference

@@ -1,10 +1,10 @@
-// Any document that Qt parses, read twice: what the library finds and makes in the one, plain steps in Qt's calls find
-// and make in the other. The file begins with a tag name, a text and the edits, a line each, and an empty line: an edit
-// is an operation (u, b or a), the element that it is for and the element beside which it inserts.
+// Any document that Qt parses, parsed twice: the library's lookups and edits in the one give what the reference
+// implementation's give in the other. The file begins with a tag name, a text and the edits, a line each, and an empty
+// line. An edit is an operation (u, b or a), the element that it is for and the element beside which it inserts.
 #include "xml/kqxml.h"
 
 #include "input.h"
-#include "xml/dommodel.h"
+#include "reference/dom.h"
 
 #include <vector>
 
@@ -17,11 +17,11 @@ QString toText(std::string_view utf8)
 
 void requireSameLookups(const QDomElement& element, const QString& tagName, const QString& attribute)
 {
-    const QDomElement first = modelFirst(element, tagName);
+    const QDomElement first = reference::first(element, tagName);
     QStringList texts;
-    for (const QDomElement& match : modelAll(element, tagName))
+    for (const QDomElement& match : reference::all(element, tagName))
         texts.append(match.text());
-    require(KQXml::GetChildElements(element, tagName) == modelAll(element, tagName), "all elements");
+    require(KQXml::GetChildElements(element, tagName) == reference::all(element, tagName), "all elements");
     require(KQXml::GetChildElementsTextList(element, tagName) == texts, "all texts");
     require(KQXml::GetChildElement(element, tagName) == first, "the first element");
     require(KQXml::GetChildElementText(element, tagName) == first.text(), "the first text");
@@ -33,23 +33,23 @@ QDomElement chosen(const QDomDocument& document, char choice)
 {
     static QDomDocument another;
     const QDomElement foreign = another.createElement(QStringLiteral("foreign"));
-    const QList<QDomElement> choices = QList<QDomElement>{{}, foreign} + allElements(document);
+    const QList<QDomElement> choices = QList<QDomElement>{{}, foreign} + reference::allElements(document);
     return choices.at(static_cast<unsigned char>(choice - '0') % choices.size());
 }
 
-void edit(const std::string& how, QDomDocument& ours, QDomDocument& plain, const QString& tagName, const QString& text)
+void edit(const std::string& how, QDomDocument& ours, QDomDocument& theirs, const QString& tagName, const QString& text)
 {
     QDomElement element = chosen(ours, how[1]);
     switch (how[0]) {
     case 'b':
         KQXml::InsertBeforeElement(&ours, element, chosen(ours, how[2]), tagName, text);
-        return modelInsertBefore(plain, chosen(plain, how[1]), chosen(plain, how[2]), tagName, text);
+        return reference::insertBefore(theirs, chosen(theirs, how[1]), chosen(theirs, how[2]), tagName, text);
     case 'a':
         KQXml::InsertAfterElement(&ours, element, chosen(ours, how[2]), tagName, text);
-        return modelInsertAfter(plain, chosen(plain, how[1]), chosen(plain, how[2]), tagName, text);
+        return reference::insertAfter(theirs, chosen(theirs, how[1]), chosen(theirs, how[2]), tagName, text);
     default:
         KQXml::UpdateElementText(&ours, &element, text);
-        return modelUpdateText(plain, chosen(plain, how[1]), text);
+        return reference::updateText(theirs, chosen(theirs, how[1]), text);
     }
 }
 
@@ -70,13 +70,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QByteArray xml(rest.data(), static_cast<qsizetype>(rest.size()));
 
     QDomDocument ours;
-    QDomDocument plain;
-    if (!ours.setContent(xml, namespaces) || !plain.setContent(xml, namespaces))
+    QDomDocument theirs;
+    if (!ours.setContent(xml, namespaces) || !theirs.setContent(xml, namespaces))
         return 0;
     requireSameLookups(ours.documentElement(), tagName, text);
     for (const std::string& how : edits) {
-        edit(how, ours, plain, tagName, text);
-        require(ours.toString(-1) == plain.toString(-1), "the document edited");
+        edit(how, ours, theirs, tagName, text);
+        require(ours.toString(-1) == theirs.toString(-1), "the document edited");
     }
     requireSameLookups(ours.documentElement(), tagName, text);
     return 0;

@@ -1,9 +1,9 @@
-// Any bytes as /etc/os-release: the fields are those of a plain reading of the rules.
+// Any bytes as /etc/os-release: the fields are those of the reference implementation.
 #include "osrelease/osrelease.h"
 
 #include "input.h"
-#include "osrelease/detectionmodel.h"
 #include "osrelease/standins.h"
+#include "reference/detection.h"
 
 #include <stdexcept>
 
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string_view file = Input(data, size).rest();
     standin::osRelease(std::string(file));
-    ModelRelease expected = modelRelease(file);
+    reference::Release expected = reference::detect(file);
 
     char name[] = "zk_install";
     char* argv[] = {name, nullptr};

@@ -1,12 +1,14 @@
-#include "xml/dommodel.h"
+#include "reference/dom.h"
 
-QDomElement modelFirst(const QDomElement& element, const QString& tagName)
+namespace reference {
+
+QDomElement first(const QDomElement& element, const QString& tagName)
 {
     const QDomNodeList matches = element.elementsByTagName(tagName);
     return matches.length() == 0 ? QDomElement() : matches.item(0).toElement();
 }
 
-QList<QDomElement> modelAll(const QDomElement& element, const QString& tagName)
+QList<QDomElement> all(const QDomElement& element, const QString& tagName)
 {
     QList<QDomElement> list;
     const QDomNodeList matches = element.elementsByTagName(tagName);
@@ -17,7 +19,7 @@ QList<QDomElement> modelAll(const QDomElement& element, const QString& tagName)
     return list;
 }
 
-void modelUpdateText(QDomDocument& document, QDomElement element, const QString& text)
+void updateText(QDomDocument& document, QDomElement element, const QString& text)
 {
     if (element.isNull())
         return;
@@ -34,21 +36,21 @@ void modelUpdateText(QDomDocument& document, QDomElement element, const QString&
     }
 }
 
-void modelInsertBefore(QDomDocument& document, QDomElement parent, const QDomElement& refChild, const QString& tagName,
+void insertBefore(QDomDocument& document, QDomElement parent, const QDomElement& refChild, const QString& tagName,
     const QString& text)
 {
     if (!parent.isNull())
-        parent.insertBefore(modelElement(document, tagName, text), refChild);
+        parent.insertBefore(elementWithText(document, tagName, text), refChild);
 }
 
-void modelInsertAfter(QDomDocument& document, QDomElement parent, const QDomElement& refChild, const QString& tagName,
+void insertAfter(QDomDocument& document, QDomElement parent, const QDomElement& refChild, const QString& tagName,
     const QString& text)
 {
     if (!parent.isNull())
-        parent.insertAfter(modelElement(document, tagName, text), refChild);
+        parent.insertAfter(elementWithText(document, tagName, text), refChild);
 }
 
-QDomElement modelElement(QDomDocument& document, const QString& tagName, const QString& text)
+QDomElement elementWithText(QDomDocument& document, const QString& tagName, const QString& text)
 {
     QDomElement element = document.createElement(tagName);
     QDomText textNode = document.createTextNode(text);
@@ -66,3 +68,5 @@ QList<QDomElement> allElements(const QDomDocument& document)
     }
     return all;
 }
+
+} // namespace reference

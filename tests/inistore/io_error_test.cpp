@@ -1,6 +1,6 @@
-#include "inistore/referencemodel.h"
 #include "inistore/storetest.h"
 
+#include "reference/inistore.h"
 #include "support/rows.h"
 #include "support/unprivileged.h"
 
@@ -494,7 +494,7 @@ std::string randomDocument(std::mt19937& random)
     return bytes;
 }
 
-// Lines are gathered for QFile, and nobody may see it: the model hands over each alone.
+// The library hands QFile many lines at once, which nobody may notice: the reference writes each line alone.
 TEST_F(SizeLimit, met_anywhere_is_the_same_as_when_lines_are_written_one_by_one)
 {
     std::mt19937 random(26);
@@ -502,8 +502,8 @@ TEST_F(SizeLimit, met_anywhere_is_the_same_as_when_lines_are_written_one_by_one)
     for (int i = 0; i < 100; ++i) {
         writeFile(dir / "given.ini", randomDocument(random));
         INIStore fresh;
-        reference::Model model;
-        ASSERT_TRUE(fresh.Open(toPath(dir / "given.ini")) && model.open(toPath(dir / "given.ini")));
+        reference::INIStore reference;
+        ASSERT_TRUE(fresh.Open(toPath(dir / "given.ini")) && reference.Open(toPath(dir / "given.ini")));
         const std::size_t size = readFile(dir / "given.ini").size();
         const rlim_t bytes = random() % (size + 2);
         bool result = false;
@@ -511,7 +511,7 @@ TEST_F(SizeLimit, met_anywhere_is_the_same_as_when_lines_are_written_one_by_one)
         {
             const FileSizeLimit limit(bytes);
             result = fresh.Write(toPath(dir / "out.ini"));
-            expected = model.write(toPath(dir / "expected.ini"));
+            expected = reference.Write(toPath(dir / "expected.ini"));
         }
         EXPECT_EQ(result, expected) << "limit " << bytes << " of " << size;
         EXPECT_TRUE(readFile(dir / "out.ini") == readFile(dir / "expected.ini")) << "limit " << bytes << " of " << size;

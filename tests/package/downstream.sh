@@ -1,6 +1,7 @@
 #!/bin/sh
-# Builds a stranger's two programs (one that uses every folder, and the README's) outside the tree and runs them:
-# stranger.sh find_package|pkg_config|subdirectory SOURCE_DIR PREFIX SCRATCH_DIR COMPILER
+# Builds a downstream project's two programs (one that uses every folder, and the README's) outside the tree and runs
+# them:
+# downstream.sh find_package|pkg_config|subdirectory SOURCE_DIR PREFIX SCRATCH_DIR COMPILER
 set -eu
 how=$1 source=$2 prefix=$3 scratch=$4 compiler=$5
 

@@ -5,8 +5,8 @@
 
 #include "inistore/edits.h"
 #include "input.h"
-#include "memoryfile.h"
 #include "reference/inistore.h"
+#include "support/memoryfile.h"
 
 #include <QBuffer>
 #include <QMap>

@@ -1,5 +1,18 @@
 #include "inistore/storetest.h"
 
+void PrintTo(const Entry& entry, std::ostream* out)
+{
+    *out << (entry.header ? "section " : "line ") << testing::PrintToString(entry.key) << " = "
+         << testing::PrintToString(entry.value) << " from " << testing::PrintToString(entry.raw) << '\n';
+}
+
+void PrintTo(const Edit& edit, std::ostream* out)
+{
+    static const char* const names[] = {"append", "prepend", "update", "remove"};
+    *out << names[edit.kind] << ' ' << testing::PrintToString(edit.section) << ", " << testing::PrintToString(edit.key)
+         << ", " << testing::PrintToString(edit.value);
+}
+
 std::string bytesOf(const QByteArray& bytes)
 {
     return bytes.toStdString();

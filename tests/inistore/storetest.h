@@ -12,6 +12,9 @@
 /// The null text, where a test must tell it from "".
 inline const QString null;
 
+void PrintTo(const Entry& entry, std::ostream* out);
+void PrintTo(const Edit& edit, std::ostream* out);
+
 /// The bytes of a document: every header and line as it is stored, whether it could be written or not.
 std::string documentOf(const INIStore& store);
 

@@ -6,7 +6,7 @@ compiler=$1 sources=$2 generated=$3 client=$4/format_checked.cpp
 
 compiles() {
     printf '#include "console/console.h"\nint main() { return KQCONSOLETRACE(%s); }\n' "$1" >"$client"
-    said=$("$compiler" -std=c++17 -Wformat -Werror -fsyntax-only -I "$sources" -I "$generated" "$client" 2>&1)
+    said=$("$compiler" -std=c++17 -Werror=format -fsyntax-only -I "$sources" -I "$generated" "$client" 2>&1)
 }
 
 compiles '"%d %s\\n", 1, "one"' || { echo "$said"; exit 1; }

@@ -16,7 +16,7 @@ struct Finished
 struct Start
 {
     std::string input;                    ///< its standard input, then end of file
-    std::vector<std::string> environment; ///< NAME=VALUE, added to ours
+    std::vector<std::string> environment; ///< NAME=VALUE, added to ours and LC_ALL=C.UTF-8
     std::string directory;                ///< working directory; ours when empty
 };
 

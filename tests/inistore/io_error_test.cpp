@@ -234,9 +234,12 @@ TEST_F(NoPermission, to_read_is_told_with_the_path)
 
 TEST_F(NoPermission, to_search_the_directory_hides_the_file)
 {
-    ASSERT_EQ(mkdir((dir / "locked").c_str(), 0700), 0);
-    givenFile(dir / "locked/a.ini", "k=1\n", 0644);
-    EXPECT_EQ(openedByOrdinaryUser(dir / "locked/a.ini"), "false: null");
+    const std::string locked = dir / "locked";
+    ASSERT_EQ(mkdir(locked.c_str(), 0700), 0);
+    givenFile(locked + "/a.ini", "k=1\n", 0644);
+    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+    EXPECT_EQ(openedByOrdinaryUser(locked + "/a.ini"), "false: null");
+    chmod(locked.c_str(), 0700); // the test may be an ordinary user itself, who removes the folder
 }
 
 TEST_F(NoPermission, is_not_needed_to_write_for_reading)

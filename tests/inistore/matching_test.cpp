@@ -64,7 +64,8 @@ TEST(Matching, every_code_point_in_the_file_against_every_ascii_letter)
         setKeys(store, keys);
         for (const QChar letter : letters) {
             const QStringList found = store.GetValues(null, letter);
-            ASSERT_EQ(found, expectedValues(keys, letter)) << "letter " << letter.toLatin1() << " from " << first;
+            ASSERT_EQ(found, expectedValues(keys, letter))
+                << "letter " << letter.toLatin1() << " from " << unsigned{first};
             matched += int(found.size());
         }
     }
@@ -83,7 +84,7 @@ TEST(Matching, every_ascii_letter_in_the_file_against_every_code_point)
     for (char32_t c = 0; c < codePoints; ++c) {
         const QString asked = textOf(c);
         const QStringList found = store.GetValues(null, asked);
-        ASSERT_EQ(found, expectedValues(keys, asked)) << "code point " << c;
+        ASSERT_EQ(found, expectedValues(keys, asked)) << "code point " << unsigned{c};
         matched += int(found.size());
     }
     EXPECT_EQ(matched, 52 * 2 + 2 + 2);
@@ -116,13 +117,15 @@ TEST(Matching, every_code_point_against_its_own_case_variants)
         const QString text = textOf(c);
         const std::array<char32_t, 6> variants = {QChar::toLower(c), QChar::toUpper(c), QChar::toTitleCase(c),
             QChar::toCaseFolded(c), c ^ 0x20U, (c + 1) % codePoints};
-        ASSERT_TRUE(one.finds(text, text)) << "code point " << c;
+        ASSERT_TRUE(one.finds(text, text)) << "code point " << unsigned{c};
         for (const char32_t variant : variants) {
             if (variant == c || variant >= codePoints)
                 continue;
             const QString other = textOf(variant);
-            ASSERT_EQ(one.finds(text, other), qtMatches(text, other)) << "code points " << c << " and " << variant;
-            ASSERT_EQ(one.finds(other, text), qtMatches(other, text)) << "code points " << variant << " and " << c;
+            ASSERT_EQ(one.finds(text, other), qtMatches(text, other))
+                << "code points " << unsigned{c} << " and " << unsigned{variant};
+            ASSERT_EQ(one.finds(other, text), qtMatches(other, text))
+                << "code points " << unsigned{variant} << " and " << unsigned{c};
         }
     }
 }
@@ -138,9 +141,10 @@ TEST(Matching, every_code_point_inside_a_word)
         const QString word = QLatin1Char('a') + lower + QLatin1Char('b');
         const QString same = QLatin1Char('A') + upper + QLatin1Char('B');
         const QString other = QLatin1Char('A') + upper + QLatin1Char('C');
-        ASSERT_EQ(one.finds(word, same), qtMatches(word, same)) << "code point " << c;
-        ASSERT_FALSE(one.finds(word, other)) << "code point " << c;
-        ASSERT_EQ(one.finds(half + lower, half + upper), qtMatches(half + lower, half + upper)) << "code point " << c;
+        ASSERT_EQ(one.finds(word, same), qtMatches(word, same)) << "code point " << unsigned{c};
+        ASSERT_FALSE(one.finds(word, other)) << "code point " << unsigned{c};
+        ASSERT_EQ(one.finds(half + lower, half + upper), qtMatches(half + lower, half + upper))
+            << "code point " << unsigned{c};
     }
 }
 

@@ -160,6 +160,7 @@ public:
 
     /// Returns the message of the last failure; null after an `Open` or `Write` that succeeded, and after an `Open` of
     /// an absent file.
+    // cppcheck-suppress returnByReference ; a copy of a QString shares its text, and clients keep it
     QString GetLastError() const { return m_lastError; }
 
     /// The document. Never empty: the leading section is always the first.

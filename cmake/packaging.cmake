@@ -18,10 +18,30 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # For the packages of programs that link it: CPack reads these two for all components at once.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# CPack adds scripts that call ldconfig unless it is given some of its own. A trigger does it without; the two files that
+# do not exist keep CPack's out, which would leave the configuration of a removed package behind.
+file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_BINARY_DIR}/triggers ${PROJECT_BINARY_DIR}/none/postinst ${PROJECT_BINARY_DIR}/none/postrm)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkqsupport-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libkqsupport${KQSUPPORT_SOVERSION} (= ${PROJECT_VERSION}), qt6-base-dev (>= 6.2)")
+if(CPACK_GENERATOR STREQUAL "DEB")
+  # Each package has the changelog in Debian's own form.
+  execute_process(COMMAND sed "1,/^## /d" ${PROJECT_SOURCE_DIR}/CHANGELOG.md COMMAND fold -s -w 76
+    COMMAND sed "s/^/  /; s/ *$//" OUTPUT_VARIABLE changes)
+  string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+  file(WRITE ${PROJECT_BINARY_DIR}/changelog
+    "kqsupport (${PROJECT_VERSION}) unstable; urgency=medium\n${changes}\n -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
+  file(ARCHIVE_CREATE OUTPUT ${PROJECT_BINARY_DIR}/changelog.gz PATHS ${PROJECT_BINARY_DIR}/changelog
+    FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9)
+  foreach(component RUNTIME DEVELOPMENT)
+    string(TOLOWER ${component} name)
+    install(FILES ${PROJECT_BINARY_DIR}/changelog.gz
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME} COMPONENT ${name})
+  endforeach()
+endif()
 
 # RPM: Qt's own packages have other names with every distribution, but all provide what they hold for CMake.
 set(CPACK_RPM_COMPONENT_INSTALL ON)
@@ -32,7 +52,7 @@ set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES
   "libkqsupport${KQSUPPORT_SOVERSION}%{?_isa} = %{version}-%{release}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/${CMAKE_INSTALL_LIBDIR}/cmake /usr/${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-# Where the C library has no trigger of its own for it. The .deb gets its call of ldconfig from CPack.
+# Where the C library has no trigger of its own for it.
 file(WRITE ${PROJECT_BINARY_DIR}/ldconfig "/sbin/ldconfig\n")
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)

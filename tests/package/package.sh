@@ -5,11 +5,12 @@ set -eu
 kind=$1 source=$2 scratch=$3 compiler=$4 version=$5 soversion=$6
 
 skip() {
+    printf 'package: Skipped\n%s\n' "$1"
     [ -z "${CI-}" ] || exit 1
     exit 77
 }
 if [ "$(id -u)" -ne 0 ]; then
-    unshare -r true || { echo "only root may install packages, into whatever root"; skip; }
+    unshare -r true || skip "only root may install packages, into whatever root"
     exec unshare -r sh "$0" "$@"
 fi
 
@@ -17,7 +18,7 @@ rm -rf "$scratch"
 mkdir -p "$scratch/root"
 root=$scratch/root list=$scratch/list
 umask 077 # as a packager may have set it
-CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || { [ $? -eq 77 ] && skip; exit 1; }
+CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || { [ $? -eq 77 ] && skip "this machine makes no .$kind"; exit 1; }
 cd "$scratch/build"
 
 need() { grep -Eqx "$1" "$list" || { echo "missing: $1"; cat "$list"; exit 1; }; }
@@ -32,14 +33,25 @@ deb)
     done
     dpkg-deb --info "$runtime" shlibs >"$list"
     need "libkqsupport $soversion libkqsupport$soversion \(>= $version\)"
-    dpkg-deb --info "$runtime" postinst >"$list"
-    need '[[:space:]]*ldconfig'
+    dpkg-deb --info "$runtime" triggers >"$list"
+    need 'activate-noawait ldconfig'
+    # No script: with a postrm, a removed package would stay known until it is purged.
+    dpkg-deb --ctrl-tarfile "$runtime" | tar -t >"$list"
+    if grep -E 'post|pre' "$list"; then
+        echo "the package has a maintainer script"
+        exit 1
+    fi
 
     libdir=lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
     mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
     touch "$root/var/lib/dpkg/status" "$root/var/lib/dpkg/available"
     # Not configured: what the packages need, ldconfig among it, is outside the scratch root.
     PATH=$PATH:/usr/sbin:/sbin dpkg --root="$root" --unpack ./*.deb
+    library_mode=644
+    for package in "libkqsupport$soversion" libkqsupport-dev; do
+        zcat "$root/usr/share/doc/$package/changelog.gz" | dpkg-parsechangelog -l - -S Version >"$list"
+        need "$version"
+    done
     ;;
 rpm)
     runtime=$(echo libkqsupport"$soversion"-*.rpm) devel=$(echo libkqsupport-devel-*.rpm)
@@ -63,6 +75,7 @@ rpm)
     libdir=lib64
     export kqsupport_DIR="$root/usr/$libdir/cmake/kqsupport" # CMake on Debian does not look below lib64
     rpm --root "$root" --nodeps --noscripts --install ./*.rpm
+    library_mode=755
     ;;
 *) exit 2 ;;
 esac
@@ -71,8 +84,9 @@ find "$root/usr" -name 'libkqsupport.so*' | sort >"$list"
 for name in "" ".$version" ".$soversion"; do
     echo "$root/usr/$libdir/libkqsupport.so$name"
 done | sort | diff - "$list"
-closed=$(find "$root/usr" -type d ! -perm 755 -o -type f ! -perm 644)
-[ -z "$closed" ] || { echo "not for all to read: $closed"; exit 1; }
+wrong=$(find "$root/usr" -type d ! -perm 755 -o -name 'lib*.so.*.*' ! -perm "$library_mode" -o \
+    -type f ! -name 'lib*.so.*' ! -perm 644)
+[ -z "$wrong" ] || { echo "wrong mode: $wrong"; exit 1; }
 
 library=$root/usr/$libdir/libkqsupport.so
 sh "$source/tests/rules/symbols.sh" "$library" "$source/tests/rules/symbols.txt"

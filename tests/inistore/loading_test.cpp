@@ -369,6 +369,18 @@ TEST_F(Loading, success_clears_an_earlier_message)
     EXPECT_EQ(exactly(store.GetLastError()), exactly(null));
 }
 
+TEST_F(Loading, takes_its_own_message_for_a_path)
+{
+    writeFile(dir / "in.ini", "k=1\n");
+    store.m_lastError = toPath(dir / "in.ini");
+    EXPECT_TRUE(store.Open(store.m_lastError));
+    thenLineIs(0, 0, Text("k"), Text("1"), "k=1\n");
+
+    store.m_lastError = toPath(dir.path());
+    EXPECT_FALSE(store.Open(store.m_lastError));
+    EXPECT_EQ(store.m_lastError, toPath("Unable to open " + dir.path() + ", with read permission"));
+}
+
 TEST_F(Loading, last_error_is_read_through_its_accessor)
 {
     store.m_lastError = Text("text");

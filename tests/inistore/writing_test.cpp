@@ -149,6 +149,26 @@ TEST_F(Writing, success_clears_an_earlier_message)
     EXPECT_EQ(exactly(store.GetLastError()), exactly(null));
 }
 
+TEST_F(Writing, takes_its_own_message_for_a_path)
+{
+    given("k=1\n");
+    store.m_lastError = toPath(dir / "out.ini");
+    EXPECT_TRUE(store.Write(store.m_lastError));
+    EXPECT_EQ(readFile(dir / "out.ini"), "k=1\n");
+
+    store.m_lastError = Text("/none/out.ini");
+    EXPECT_FALSE(store.Write(store.m_lastError));
+    EXPECT_EQ(store.m_lastError, Text("Unable to open /none/out.ini, with write permission"));
+}
+
+TEST_F(Writing, takes_its_own_message_for_a_name)
+{
+    given("k=" + std::string(20'000, 'v') + '\n');
+    store.m_lastError = Text("name");
+    EXPECT_FALSE(store.Write(-1, store.m_lastError));
+    EXPECT_EQ(store.m_lastError, Text("Error writing to name, file only partially written"));
+}
+
 TEST_F(Writing, stops_at_a_nul_byte_in_a_line)
 {
     given("a=1\nk=v\0rest\nb=2\n"s);

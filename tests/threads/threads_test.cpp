@@ -64,6 +64,39 @@ TEST(Threads, load_edit_and_write_settings)
     });
 }
 
+// The values share blocks of memory. In the end one of the threads owns the last of a block.
+TEST(Threads, keep_and_change_values_of_one_document)
+{
+    const TempDir dir;
+    std::string document;
+    for (int i = 100; i < 300; ++i)
+        document += "k=value " + std::to_string(i) + '\n';
+    writeFile(dir / "settings", document);
+    for (int round = 0; round < rounds; ++round) {
+        QStringList kept[threadCount];
+        {
+            INIStore store;
+            ASSERT_TRUE(store.Open(QString::fromStdString(dir / "settings")));
+            const QStringList all = store.GetValues(QString(), QStringLiteral("k"));
+            for (int i = 0; i < all.size(); ++i)
+                kept[i % threadCount].append(all[i]);
+        }
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([&values = kept[thread], thread] {
+                for (int i = 0; !values.isEmpty(); ++i) {
+                    QString value = values.takeFirst();
+                    value.append(u'x').prepend(u'y');
+                    const int number = 100 + thread + i * threadCount;
+                    EXPECT_EQ(value, QStringLiteral("yvalue %1x").arg(number));
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+}
+
 TEST(Threads, read_and_edit_documents)
 {
     atOnce([](int thread) {

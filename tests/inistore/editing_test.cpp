@@ -400,6 +400,28 @@ TEST_F(Updating, replaces_half_a_surrogate_pair_that_the_comment_left)
     thenLineIs(0, 0, Text("k"), Text("x"), "k=x" + QString(QChar(0xde00)).toStdString() + ";c\n");
 }
 
+TEST_F(Updating, an_empty_value_is_set_through_the_record)
+{
+    given("[s]\nkey = ; note\r\n");
+    INILine& line = store.m_sections[1].m_lines[0];
+    line.m_raw.insert(line.m_raw.indexOf('=') + 1, "x");
+    line.m_value = Text("x");
+    thenFileIs("[s]\nkey =x ; note\r\n");
+    INIStore fresh;
+    ASSERT_TRUE(fresh.Open(toPath(dir / "written.ini")));
+    EXPECT_EQ(fresh.GetValues(Text("s"), Text("key")), toList({"x"}));
+}
+
+TEST_F(Editing, text_with_markers_is_added_through_the_record)
+{
+    given("[s]\n");
+    const QString key = Text("%L1");
+    const QString value = Text("%02d %2");
+    const QString text = key + QLatin1String(" = ") + value + INIStore::s_newline;
+    store.m_sections[store.GetSection(Text("s"))].m_lines.append(INILine(key, value, text.toUtf8()));
+    thenFileIs("[s]\n%L1 = %02d %2\n");
+}
+
 TEST_F(Updating, skips_a_line_whose_value_stands_behind_a_nul)
 {
     perform(append("", "k", "a\0b"s));

@@ -474,7 +474,6 @@ TEST_F(Merging, empty_file_adds_nothing)
 
 TEST(Records, are_plain_values)
 {
-    static_assert(!std::is_polymorphic_v<INILine> && !std::is_polymorphic_v<INISection>);
     static_assert(std::is_copy_constructible_v<INILine> && std::is_copy_assignable_v<INILine>);
     static_assert(std::is_copy_constructible_v<INISection> && std::is_copy_assignable_v<INISection>);
 
@@ -499,39 +498,6 @@ TEST(Records, section_takes_name_and_bytes_and_starts_without_lines)
     EXPECT_EQ(exactly(section.m_name), exactly(Text("")));
     EXPECT_EQ(section.m_raw, QByteArray("raw"));
     EXPECT_TRUE(section.m_lines.isEmpty());
-}
-
-// Bytes from the start of an object to a member.
-template <typename Object, typename Member>
-std::ptrdiff_t offsetIn(const Object& object, const Member& member)
-{
-    return reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&object);
-}
-
-TEST(Records, fields_stand_in_their_declared_order_and_alone)
-{
-    const INILine line(null, null, "");
-    EXPECT_EQ(offsetIn(line, line.m_key), 0);
-    EXPECT_EQ(offsetIn(line, line.m_value), std::ptrdiff_t(sizeof(QString)));
-    EXPECT_EQ(offsetIn(line, line.m_raw), std::ptrdiff_t(2 * sizeof(QString)));
-    static_assert(sizeof(INILine) == 2 * sizeof(QString) + sizeof(QByteArray));
-
-    const INISection section(null, "");
-    EXPECT_EQ(offsetIn(section, section.m_name), 0);
-    EXPECT_EQ(offsetIn(section, section.m_raw), std::ptrdiff_t(sizeof(QString)));
-    EXPECT_EQ(offsetIn(section, section.m_lines), std::ptrdiff_t(sizeof(QString) + sizeof(QByteArray)));
-    static_assert(sizeof(INISection) == sizeof(QString) + sizeof(QByteArray) + sizeof(QList<INILine>));
-}
-
-TEST(Records, store_holds_three_fields_after_its_base)
-{
-    const INIStore store;
-    const auto base = std::ptrdiff_t(sizeof(QObject));
-    EXPECT_EQ(offsetIn(store, store.m_sections), base);
-    EXPECT_EQ(offsetIn(store, store.m_currentSection), base + std::ptrdiff_t(sizeof(QList<INISection>)));
-    EXPECT_LT(offsetIn(store, store.m_currentSection), offsetIn(store, store.m_lastError));
-    EXPECT_EQ(offsetIn(store, store.m_lastError) + std::ptrdiff_t(sizeof(QString)), std::ptrdiff_t(sizeof(INIStore)));
-    static_assert(std::is_same_v<decltype(store.m_currentSection), qint32>);
 }
 
 TEST(Newline, is_one_line_feed_when_the_library_is_loaded)

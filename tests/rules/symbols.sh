@@ -1,7 +1,6 @@
 #!/bin/sh
-# Compares the symbols that the library exports with the kept list, those that it leaves to the host with the one that a
-# host defines, and the libraries that it needs with those that it may: symbols.sh LIBRARY LIST. A line added to the list
-# is a question for a review, a line that goes one for the library's SOVERSION.
+# Compares the symbols that the library exports with the list, those that it leaves to the host with the one that a
+# host defines, and the libraries that it needs with those that it may: symbols.sh LIBRARY LIST.
 set -eu
 LC_ALL=C
 export LC_ALL

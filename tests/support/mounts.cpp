@@ -37,13 +37,13 @@ std::string makeMountsPrivate()
         return failure("no user namespace");
     if (unshare(CLONE_NEWNS) != 0)
         return failure("no mount namespace");
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    if (mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0)
         return failure("mounts stay shared");
     return {};
 }
 
 void mountOver(const std::string& target, const std::string& source)
 {
-    if (mount(source.c_str(), target.c_str(), nullptr, MS_BIND, nullptr) != 0)
+    if (mount(source.c_str(), target.c_str(), "none", MS_BIND, nullptr) != 0)
         throw std::runtime_error(failure("cannot mount over " + target));
 }

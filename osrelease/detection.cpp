@@ -39,7 +39,7 @@ constexpr char detectionFailed[] = "Unable to determine the Linux distribution y
 struct Key
 {
     std::string_view name;
-    std::string COSRelease::*field;
+    decltype(&COSRelease::m_id) field;
 };
 
 constexpr Key keys[] = {

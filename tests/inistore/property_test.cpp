@@ -14,10 +14,10 @@ namespace {
 const std::vector<std::string> linePieces = {"", ";", "; a=b", " ; c", "# c", "#k=v", "stray", "a b = c d", "k=1",
     "K = 2", "k=v;c", "k = v ; c", "  k\t=  two words  ", "x=0", "aa=a", "on=on", "k=", "=", "=v", "k;=v", "k=\"q;r\"",
     "%1=%2", "%3 = %1%2%3", "[a]", "[A] rest", "[ a ]", "[b]", "[b] ;c", "[]", "[a;b]", "[a=b]", "[[x]]", "[ü]", "[Ü]",
-    "[%1]", "[𐐀]", "ü=Ä", "Straße=ß", "STRASSE=SS", "STRAẞE=ẞ", "ΟΔΟΣ=οδος", "\u212a=kelvin", "𐐀=𐐨", "k=😀;c", "k=😀 ;c",
-    "😀;=1", "\u00a0k\u00a0=\u00a0v\u00a0", "k=a\u2028b", "\xef\xbb\xbfk=1", "\xef\xbb\xbf[a]", "k=\xef\xbb\xbfv",
-    "\xff\xfe=x", "k=\xc3", "gr\xf6\xdf=\x80", "[\xff]", "\xed\xa0\x80=1", "k=\xf0\x9f\x98;c", "k=a\0b"s, "\0"s,
-    "[a]\0x"s, "k\0=v"s, "[a\0]"s, "k=v\0;c"s};
+    "[%1]", "[𐐀]", "ü=Ä", "Straße=ß", "STRASSE=SS", "STRAẞE=ẞ", "ΟΔΟΣ=οδος", "\u212a=kelvin", "𐐀=𐐨",
+    "\u00a0k\u00a0=\u00a0v\u00a0", "k=a\u2028b", "\xef\xbb\xbfk=1", "\xef\xbb\xbf[a]", "k=\xef\xbb\xbfv", "\xff\xfe=x",
+    "k=\xc3", "gr\xf6\xdf=\x80", "[\xff]", "\xed\xa0\x80=1", "k=\xf0\x9f\x98;c", "k=a\0b"s, "\0"s, "[a]\0x"s, "k\0=v"s,
+    "[a\0]"s, "k=v\0;c"s, "k=😀;c", "k=😀 ;c", "😀;=1"};
 const std::vector<std::string> lineEnds = {"\n", "\n", "\n", "\n", "\r\n", "\r\n", "\r", "\n\r", "\r\r\n", "\n\n", ""};
 
 const std::vector<Text> sectionNames = {
@@ -46,7 +46,8 @@ std::string randomDocument(Random& random)
 }
 
 // Mostly the text of some line, so that edits and removals hit.
-QString randomText(Random& random, const INIStore& store, QString INILine::*member, const std::vector<Text>& others)
+QString randomText(
+    Random& random, const INIStore& store, decltype(&INILine::m_key) member, const std::vector<Text>& others)
 {
     const INISection& section = random.of(store.m_sections);
     if (section.m_lines.isEmpty() || random.oneIn(2))

@@ -39,8 +39,8 @@ std::vector<std::string> filesOf(const Kind& kind)
     for (const char* const directory : kind.directories) {
         std::error_code missing;
         const auto options = fs::directory_options::skip_permission_denied;
-        for (auto it = fs::recursive_directory_iterator(directory, options, missing);
-             it != fs::recursive_directory_iterator(); it.increment(missing)) {
+        const fs::recursive_directory_iterator end;
+        for (fs::recursive_directory_iterator it(directory, options, missing); it != end; it.increment(missing)) {
             std::error_code dangling;
             if (it->is_regular_file(dangling) && endsLike(it->path(), kind.endings))
                 files.push_back(it->path());

@@ -10,8 +10,9 @@
 #include <QString>
 #include <QStringList>
 
-/// One-call helpers over Qt's XML DOM, and one that cuts an element out of raw XML bytes. All are static; no object is
-/// needed.
+/// Static helpers over Qt's XML DOM, and one that cuts an element out of raw XML bytes.
+///
+/// Example:
 ///
 ///     QDomDocument document;
 ///     document.setContent(bytes);
@@ -20,94 +21,127 @@
 ///     if (name.isNull())
 ///         KQXml::InsertAfterElement(&document, root, QDomElement(), QStringLiteral("name"), QStringLiteral("none"));
 ///
-/// Nothing reports an error, or throws but std::bad_alloc: what is absent gives the null or empty result named below,
-/// and a null element is left alone. Nothing is kept between calls. One thread at a time may use a document and the
-/// elements in it.
+/// The lookups search the whole subtree below `element`, as QDomElement::elementsByTagName does: at any depth, in
+/// document order, case-sensitively, and never `element` itself.
 ///
-/// The lookups take their matches from the whole subtree below `element`, as QDomElement::elementsByTagName does: at
-/// any depth, never `element` itself, in document order, case-sensitively. In `<a><b><c>1</c></b><c>2</c></a>` the
-/// first `c` below `a` is the nested one, although they are named for children. The name compared is
-/// QDomElement::tagName: in a document parsed with namespaces the local name, so `k` matches `<x:k>`, and without
-/// namespaces the name as written. A null `tagName` stands for the direct children, as it does in Qt; an empty one
-/// matches nothing that was parsed.
+/// **Warning**: despite their names they do not stop at direct children. In `<a><b><c>1</c></b><c>2</c></a>` the first
+/// `c` below `a` is the nested one. Use QDomElement::firstChildElement for a direct child.
+///
+/// `tagName` is compared with QDomElement::tagName: the name as written, or the local name if the document was parsed
+/// with namespaces (then `k` matches `<x:k>`). A null `tagName` selects the direct children, as in Qt; for the
+/// operations that return a first match it selects the first child, which must be an element. An empty `tagName`
+/// matches no parsed element.
+///
+/// Errors: an absent element gives the null or empty result named below. Nothing throws except std::bad_alloc.
+///
+/// Cost: the first-match operations look at 16 nodes themselves and then use Qt's list, which visits the whole subtree.
+/// An early match takes well under a microsecond in any document; a late or absent one costs up to 1.5 microseconds
+/// more than Qt's list alone. The operations that return every match visit the whole subtree once.
+///
+/// Threads: no state is kept between calls. One thread at a time may use a document and the elements in it.
 class KQSUPPORT_EXPORT KQXml
 {
 public:
-    /// An object holds nothing; there is no need for one.
+    /// Creates an object without data. All operations are static, so none is needed.
     KQXml();
     ~KQXml();
 
-    /// Returns the text of the first match, nested elements' text included: empty when it has none, null when there is
-    /// no match. One near the front (in two megabytes among the first few hundred nodes) is found in microseconds
-    /// however large the document is; behind them, a match or none costs a walk over the whole subtree. Where the
-    /// last nodes of the subtree were not parsed but made by calls, only its first two nodes are near the front.
+    /// Returns the text of the first match, including the text of nested elements.
     ///
-    /// With a null `tagName` this and the next two operations look at the first child alone and find nothing when that
-    /// is no element.
+    /// Errors: null if there is no match. Empty, not null, if the match has no text.
     static QString GetChildElementText(const QDomElement& element, const QString& tagName);
 
-    /// Returns the first match, or a null element. It is the node in the tree: a change made through it changes the
-    /// document.
+    /// Returns the first match, or a null element.
+    ///
+    /// The result is the node in the tree: changing it changes the document.
     static QDomElement GetChildElement(const QDomElement& element, const QString& tagName);
 
-    /// Returns an attribute of the first match: empty when its value is, null when there is no match or no such
-    /// attribute. Later matches are not asked.
+    /// Returns the value of an attribute of the first match.
+    ///
+    /// Errors: null if there is no match or the first match has no such attribute, even if a later match has it.
     static QString GetChildElementAttribute(
         const QDomElement& element, const QString& tagName, const QString& attributeName);
 
-    /// Returns the text of every match, one entry each, empty ones included. Walks the whole subtree once.
+    /// Returns the text of every match in document order, with an empty entry for a match without text.
     static QStringList GetChildElementsTextList(const QDomElement& element, const QString& tagName);
 
-    /// Returns every match. Walks the whole subtree once.
+    /// Returns every match in document order.
     static QList<QDomElement> GetChildElements(const QDomElement& element, const QString& tagName);
 
-    /// Replaces the data of the first text or CDATA node directly below `element`; text nodes after it keep theirs. An
-    /// element without any child gets a text node. One that has children, but no text among them, stays as it is:
+    /// Replaces the data of the first text or CDATA node that is a direct child of `element`.
     ///
-    ///     <a/>                      <a>new</a>
-    ///     <a>old<!--c-->more</a>    <a>new<!--c-->more</a>
+    /// Example, with the text "new":
+    ///
+    ///     <a/>                      <a>new</a>                    no children: a text node is added
+    ///     <a>old<!--c-->more</a>    <a>new<!--c-->more</a>        later text nodes stay
     ///     <a><b/>tail</a>           <a><b/>new</a>
-    ///     <a><b/></a>               <a><b/></a>
+    ///     <a><b/></a>               <a><b/></a>                   children but no text: nothing happens
     ///
-    /// A null pointer and a null element are ignored. `document` makes the new text node, as for the insertions below,
-    /// and must not be null when `element` has no child; it is not used otherwise.
+    /// `document` creates the text node and must not be null if `element` has no children; it is not used otherwise.
+    ///
+    /// Errors: does nothing if `element` is a null pointer or a null element.
+    ///
+    /// **Warning**: Qt checks a new text node against QDomImplementation::invalidDataPolicy (see InsertBeforeElement)
+    /// but never checks text that replaces existing text. Characters that XML forbids, or `]]>` in a CDATA node, then
+    /// produce a document that cannot be parsed or parses differently. Parse the written document before you use it if
+    /// `text` is untrusted.
     static void UpdateElementText(QDomDocument* document, QDomElement* element, const QString& text);
 
-    /// Inserts a new element `tagName`, with one text node holding `text`, into `parent` before `refChild`, or as the
-    /// first child when `refChild` is null. An empty `text` still makes a text node.
+    /// Inserts a new element `tagName` into `parent` before `refChild`, or as the first child if `refChild` is null.
     ///
-    /// Nothing is inserted when `refChild` is no direct child of `parent`, and nothing at all happens when `parent` is
-    /// null. `document` makes the nodes: it is the one that `parent` is in, and must not be null unless `parent` is.
-    /// QDomImplementation::invalidDataPolicy says which names and texts Qt accepts, and what becomes of others; with a
-    /// name that it refuses, such as an empty one, nothing is inserted and Qt warns on standard error.
+    /// The new element contains one text node with `text`, also if `text` is empty. `document` creates the nodes: it
+    /// is the document of `parent` and must not be null unless `parent` is.
+    ///
+    /// Errors: does nothing if `parent` is null. Inserts nothing if `refChild` is not a direct child of `parent` or if
+    /// `tagName` is empty; Qt prints a warning for the latter.
+    ///
+    /// **Warning**: what happens to a name or text that XML forbids depends on QDomImplementation::invalidDataPolicy,
+    /// whose default depends on the version of Qt (AcceptInvalidChars in 6.4, ReturnNullNode in 6.11):
+    ///
+    /// | policy             | name `a<b`                       | text `a\x01z`                     |
+    /// |--------------------|----------------------------------|-----------------------------------|
+    /// | AcceptInvalidChars | inserted, cannot be parsed again | inserted, cannot be parsed again  |
+    /// | DropInvalidChars   | inserted as `ab`                 | inserted as `az`                  |
+    /// | ReturnNullNode     | nothing is inserted              | the element is inserted, no text  |
+    ///
+    /// If the name or text is untrusted, compare QDomNode::previousSibling of `refChild` with what you inserted, and
+    /// parse the written document.
     static void InsertBeforeElement(QDomDocument* document, QDomElement& parent, const QDomElement& refChild,
         const QString& tagName, const QString& text);
 
-    /// The same, after `refChild`, or as the last child when `refChild` is null.
+    /// Inserts a new element after `refChild`, or as the last child if `refChild` is null.
+    ///
+    /// Everything else is as for InsertBeforeElement, with QDomNode::nextSibling in its warning.
     static void InsertAfterElement(QDomDocument* document, QDomElement& parent, const QDomElement& refChild,
         const QString& tagName, const QString& text);
 
-    /// Returns the bytes of the first element `tagName` to close, as they stand in `xml`, without white space at either
-    /// end: the whole element, or with `contentOnly` what lies between its tags. Null when no such element is closed
-    /// before the input ends or stops being well-formed; what follows the element need not be well-formed.
+    /// Returns the bytes of the first element `tagName` to close, as they stand in `xml`: the whole element, or with
+    /// `contentOnly` what is between its tags. White space at both ends is removed.
     ///
-    ///     <r><!-- <k>no</k> --><k> 1&lt;2 </k></r>    <k> 1&lt;2 </k>    or    1&lt;2
-    ///     <r><k>a<k>b</k>c</k></r>                    <k>b</k>           or    b
-    ///     <r><k a="1">v</k></r>                       1">v</k>           or    v
+    /// Example, for `k`:
     ///
-    /// Three things are taken for granted. The element is cut elsewhere, without notice, where they do not hold:
-    /// - The start tag is written without attributes, blanks and prefix. Otherwise the whole element begins as many
-    ///   bytes inside the tag as it is longer; the content is right all the same.
-    /// - The end tag is written without blanks and prefix. Otherwise the content ends with the first bytes of the tag;
-    ///   the whole element is right. A self-closing tag is no end tag, and both forms cut at the wrong places.
-    /// - Every character up to the end of the element is one byte long: the reader's offsets count characters.
+    ///     xml                                         whole element       content
+    ///     <r><!-- <k>no</k> --><k> 1&lt;2 </k></r>    <k> 1&lt;2 </k>     1&lt;2
+    ///     <r><k>a<k>b</k>c</k></r>                    <k>b</k>            b
+    ///     <r><k a="1">v</k></r>                       1">v</k>            v
     ///
-    /// The encoding is what QXmlStreamReader makes of the declaration and the byte-order mark. `tagName` is compared
-    /// with the local name, so a declared prefix does not matter; an undeclared one is an error of the input.
+    /// `tagName` is compared with the local name, so `k` finds `<x:k>` if the prefix is declared.
     ///
-    /// Builds no tree and reads no further than the end of the element: tens of milliseconds for each megabyte of dense
-    /// markup. But all of `xml` is decoded first: one or two milliseconds for each megabyte, twice its size in memory,
-    /// and a wrongly encoded byte anywhere gives null.
+    /// **Warning**: the cut is made by counting, without checks. The bytes are wrong
+    /// - if a character before the end of the element takes more than one byte,
+    /// - for the whole element, if its start tag is not exactly `<tagName>` (attributes, blanks, a prefix, `<k/>`),
+    /// - for the content, if its end tag is not exactly `</tagName>` (blanks, a prefix, `<k/>`).
+    ///
+    /// To check, pass only the bytes of `xml` before its first byte that is not ASCII: then the whole element is right
+    /// if it starts with `<tagName>`, and the content is right if the whole element ends with `</tagName>`. For any
+    /// other document, parse it and use GetChildElement with QDomNode::save.
+    ///
+    /// Errors: null if no such element is closed before the input ends or stops being well-formed. What follows the
+    /// element need not be well-formed, but a byte that is invalid in the encoding gives null wherever it is. The
+    /// encoding is the one that QXmlStreamReader detects.
+    ///
+    /// Cost: no tree is built and nothing is parsed after the element: tens of milliseconds per megabyte of dense
+    /// markup. But all of `xml` is decoded first: one or two milliseconds per megabyte and twice its size in memory.
     static QByteArray ExtractElement(const QByteArray& xml, const QString& tagName, bool contentOnly);
 };
 

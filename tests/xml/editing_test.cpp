@@ -123,40 +123,6 @@ TEST(UpdateElementText, markup_is_escaped_when_written)
     EXPECT_EQ(written(document), u("<a>&lt;b&amp;\xc3\xa9</a>"));
 }
 
-/// What Qt does with characters that XML forbids, until the end of the test.
-class DataPolicy
-{
-public:
-    explicit DataPolicy(QDomImplementation::InvalidDataPolicy policy)
-    {
-        QDomImplementation::setInvalidDataPolicy(policy);
-    }
-    ~DataPolicy() { QDomImplementation::setInvalidDataPolicy(m_before); }
-    DataPolicy(const DataPolicy&) = delete;
-    DataPolicy& operator=(const DataPolicy&) = delete;
-
-private:
-    const QDomImplementation::InvalidDataPolicy m_before = QDomImplementation::invalidDataPolicy();
-};
-
-TEST(UpdateElementText, new_text_node_loses_what_the_policy_drops)
-{
-    const DataPolicy drop(QDomImplementation::DropInvalidChars);
-    QDomDocument document = parsed("<a/>");
-    QDomElement root = document.documentElement();
-    KQXml::UpdateElementText(&document, &root, u("a\x01z"));
-    EXPECT_EQ(root.text(), u("az"));
-}
-
-TEST(UpdateElementText, new_text_that_the_policy_refuses_is_not_set)
-{
-    const DataPolicy refuse(QDomImplementation::ReturnNullNode);
-    QDomDocument document = parsed("<a/>");
-    QDomElement root = document.documentElement();
-    KQXml::UpdateElementText(&document, &root, u("a\x01z"));
-    EXPECT_FALSE(root.hasChildNodes());
-}
-
 class Insertion : public testing::Test
 {
 protected:
@@ -291,5 +257,84 @@ TEST_F(Insertion, empty_tag_name_inserts_nothing)
     KQXml::InsertAfterElement(&document, root, child("a"), u(""), u("x"));
     thenDocumentIs("<r><a/></r>");
 }
+
+/// What becomes of names and texts that XML forbids, which is Qt's decision.
+struct PolicyRow
+{
+    const char* name;
+    QDomImplementation::InvalidDataPolicy policy;
+    const char* updated;       ///< `<a/>` updated with the text "a\x01z"
+    const char* replaced;      ///< `<a>old</a>` updated with the same text
+    const char* insertedText;  ///< `<r/>` with an element `t` and that text inserted
+    const char* insertedName;  ///< `<r/>` with an element `a<b` and the text "x" inserted
+    const char* insertedNoise; ///< `<r/>` with an element `<<` and the text "x" inserted
+};
+
+void PrintTo(const PolicyRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class InvalidData : public testing::TestWithParam<PolicyRow>
+{
+protected:
+    InvalidData() { QDomImplementation::setInvalidDataPolicy(GetParam().policy); }
+    ~InvalidData() override { QDomImplementation::setInvalidDataPolicy(m_before); }
+
+    static QString updated(const char* xml)
+    {
+        QDomDocument document = parsed(xml);
+        QDomElement root = document.documentElement();
+        KQXml::UpdateElementText(&document, &root, u("a\x01z"));
+        return written(document);
+    }
+    static void expectInserted(const char* tagName, const char* text, const char* expected)
+    {
+        for (const auto insert : {KQXml::InsertBeforeElement, KQXml::InsertAfterElement}) {
+            QDomDocument document = parsed("<r/>");
+            QDomElement root = document.documentElement();
+            insert(&document, root, QDomElement(), u(tagName), u(text));
+            EXPECT_EQ(written(document), u(expected));
+        }
+    }
+
+private:
+    const QDomImplementation::InvalidDataPolicy m_before = QDomImplementation::invalidDataPolicy();
+};
+
+TEST_P(InvalidData, in_a_new_text)
+{
+    EXPECT_EQ(updated("<a/>"), u(GetParam().updated));
+}
+
+TEST_P(InvalidData, in_a_replaced_text)
+{
+    EXPECT_EQ(updated("<a>old</a>"), u(GetParam().replaced));
+}
+
+TEST_P(InvalidData, in_an_inserted_text)
+{
+    expectInserted("t", "a\x01z", GetParam().insertedText);
+}
+
+TEST_P(InvalidData, in_an_inserted_name)
+{
+    expectInserted("a<b", "x", GetParam().insertedName);
+}
+
+TEST_P(InvalidData, as_the_whole_inserted_name)
+{
+    expectInserted("<<", "x", GetParam().insertedNoise);
+}
+
+INSTANTIATE_TEST_SUITE_P(Policy, InvalidData,
+    testing::Values( //
+        PolicyRow{"accept", QDomImplementation::AcceptInvalidChars, "<a>a\x01z</a>", "<a>a\x01z</a>",
+            "<r><t>a\x01z</t></r>", "<r><a<b>x</a<b></r>", "<r><<<>x</<<></r>"},
+        PolicyRow{"drop", QDomImplementation::DropInvalidChars, "<a>az</a>", "<a>a\x01z</a>", "<r><t>az</t></r>",
+            "<r><ab>x</ab></r>", "<r/>"},
+        PolicyRow{
+            "return_null", QDomImplementation::ReturnNullNode, "<a/>", "<a>a\x01z</a>", "<r><t/></r>", "<r/>", "<r/>"}),
+    rowName);
 
 } // namespace

@@ -1,290 +1,228 @@
-// Shows an element of an XML file, or edits the document at it: what KQXml does, from the command line.
+// Shows an element of an XML file, or prints the document with an edit at that element.
 #include "osrelease/osrelease.h"
 #include "xml/kqxml.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
-#include <QFileInfo>
 #include <QHashSeed>
-#include <QSaveFile>
+#include <QTextStream>
 
+#include <algorithm>
 #include <cstdio>
-#include <optional>
 
 bool g_kq_verbose = false;
 
 namespace {
 
-constexpr int success = 0;
-constexpr int failure = 1;
-constexpr int usageError = 2;
-
-struct Option
+struct Failure
 {
-    const char* name;
-    const char* description;
-    const char* value; // empty for an option without one
-    bool edits;
-};
-
-// Exactly one of these says what to do; the first does when none is given.
-constexpr Option actions[] = {
-    {"element", "Show the bytes of the element (the default).", "", false},
-    {"content", "Show the bytes between its tags.", "", false},
-    {"text", "Show the text of the first one.", "", false},
-    {"texts", "Show the text of each one, on a line of its own.", "", false},
-    {"attribute", "Show this attribute of the first one.", "name", false},
-    {"set-text", "Set the text of the first one.", "text", true},
-    {"insert-before", "Insert a new element before the first one.", "name=text", true},
-    {"insert-after", "Insert a new element after the first one.", "name=text", true},
+    int status; // 1 not found, 2 anything else
+    QString message;
 };
 
 struct Request
 {
     QString file;
     QString tag;
-    const Option* action = nullptr;
-    QString value;
-    QString output; // empty for standard output
+    QString value; // of the option that selects the action
+    QByteArray xml;
 };
 
-void complain(const QString& message)
+QDomDocument parse(const Request& r, bool withNamespaces = false)
 {
-    std::fprintf(stderr, "zk_xml: %s\n", message.toLocal8Bit().constData());
-}
-
-int failed(const QString& message)
-{
-    complain(message);
-    return failure;
-}
-
-std::optional<QByteArray> bytesOf(const QString& name)
-{
-    QFile file(name);
-    const bool opened =
-        name == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    const QByteArray bytes = opened ? file.readAll() : QByteArray();
-    if (file.error() == QFileDevice::NoError)
-        return bytes;
-    complain(QStringLiteral("cannot read %1: %2").arg(name, file.errorString()));
-    return {};
-}
-
-int show(const QByteArray& bytes)
-{
-    QFile out;
-    const QByteArray line = bytes + '\n';
-    if (out.open(stdout, QIODevice::WriteOnly) && out.write(line) == line.size() && out.flush())
-        return success;
-    return failed(QStringLiteral("cannot write standard output: %1").arg(out.errorString()));
-}
-
-int cannotWrite(const QFileDevice& file)
-{
-    return failed(QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
-}
-
-// Replaces the file only once everything is written, so that a full disk loses nothing.
-int replace(const QByteArray& bytes, const QString& name)
-{
-    QSaveFile file(name);
-    const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-    return isWritten ? success : cannotWrite(file);
-}
-
-// A device or a pipe takes the bytes and stays what it is.
-int writeInto(const QByteArray& bytes, const QString& name)
-{
-    QFile file(name);
-    const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
-    return isWritten ? success : cannotWrite(file);
-}
-
-int save(const QByteArray& bytes, const QString& name)
-{
-    if (name.isEmpty())
-        return show(bytes.trimmed());
-    const QFileInfo target(name);
-    const bool isSpecial = target.exists() && !target.isFile();
-    return isSpecial ? writeInto(bytes, name) : replace(bytes, name);
-}
-
-bool parse(const QByteArray& xml, const QString& name, QDomDocument& document, bool withNamespaces = false)
-{
+    QDomDocument document;
     QString error;
     int line = 0;
     int column = 0;
-    if (document.setContent(xml, withNamespaces, &error, &line, &column))
-        return true;
-    complain(QStringLiteral("%1:%2:%3: %4").arg(name).arg(line).arg(column).arg(error));
-    return false;
+    if (!document.setContent(r.xml, withNamespaces, &error, &line, &column))
+        throw Failure{2, QStringLiteral("%1:%2:%3: %4").arg(r.file).arg(line).arg(column).arg(error)};
+    return document;
 }
 
-int noElement(const Request& request)
+Failure noElement(const Request& r)
 {
-    return failed(QStringLiteral("%1 has no element %2").arg(request.file, request.tag));
+    return {1, QStringLiteral("%1 has no element %2").arg(r.file, r.tag)};
 }
 
-int extract(const Request& request, const QByteArray& xml, bool contentOnly)
+QDomElement find(const Request& r, const QDomDocument& document)
 {
-    const QByteArray found = KQXml::ExtractElement(xml, request.tag, contentOnly);
-    if (!found.isNull())
-        return show(found);
-    QDomDocument document; // only to say what is wrong, an undeclared prefix too, since the extraction stops at one
-    return parse(xml, request.file, document, true) ? noElement(request) : failure;
+    const QDomElement element = KQXml::GetChildElement(document.documentElement(), r.tag);
+    return element.isNull() ? throw noElement(r) : element;
 }
 
-int showTexts(const Request& request, const QDomElement& root)
+// ExtractElement takes every character for one byte and every tag for a plain one. The first holds in the bytes before
+// the first that is not ASCII; the second shows in the extracted element.
+QByteArray extract(const Request& r, bool contentOnly)
 {
-    const QStringList texts = KQXml::GetChildElementsTextList(root, request.tag);
-    return texts.isEmpty() ? noElement(request) : show(texts.join(QLatin1Char('\n')).toUtf8());
+    const auto isAscii = [](unsigned char c) { return c > 0 && c < 0x80; };
+    const QByteArray ascii = r.xml.left(std::find_if_not(r.xml.begin(), r.xml.end(), isAscii) - r.xml.begin());
+    const QByteArray element = KQXml::ExtractElement(ascii, r.tag, false);
+    const QByteArray tag = r.tag.toUtf8() + '>';
+    if (contentOnly ? element.endsWith("</" + tag) : element.startsWith('<' + tag))
+        return contentOnly ? KQXml::ExtractElement(ascii, r.tag, true) : element;
+    if (!KQXml::ExtractElement(r.xml, r.tag, contentOnly).isNull())
+        throw Failure{2,
+            QStringLiteral("cannot extract element %1: its %2 tag is not plain, or the file is not ASCII up to its end")
+                .arg(r.tag, QLatin1String(contentOnly ? "end" : "start"))};
+    parse(r, true); // throws if the file is not well-formed
+    throw noElement(r);
 }
 
-int showText(const Request& request, const QDomElement& root)
+QByteArray texts(const Request& r)
 {
-    const QString text = KQXml::GetChildElementText(root, request.tag);
-    return text.isNull() ? noElement(request) : show(text.toUtf8());
+    const QStringList texts = KQXml::GetChildElementsTextList(parse(r).documentElement(), r.tag);
+    return texts.isEmpty() ? throw noElement(r) : texts.join(QLatin1Char('\n')).toUtf8();
 }
 
-int showAttribute(const Request& request, const QDomElement& root)
+QByteArray attribute(const Request& r)
 {
-    const QString value = KQXml::GetChildElementAttribute(root, request.tag, request.value);
-    if (!value.isNull())
-        return show(value.toUtf8());
-    if (KQXml::GetChildElement(root, request.tag).isNull())
-        return noElement(request);
-    return failed(QStringLiteral("element %1 has no attribute %2").arg(request.tag, request.value));
+    const QDomDocument document = parse(r);
+    const QString value = KQXml::GetChildElementAttribute(document.documentElement(), r.tag, r.value);
+    if (value.isNull() && !find(r, document).isNull())
+        throw Failure{1, QStringLiteral("element %1 has no attribute %2").arg(r.tag, r.value)};
+    return value.toUtf8();
 }
 
-// False when the element holds other elements but no text of its own: the library leaves such a one alone.
-bool hasDirectText(const QDomElement& element)
+QByteArray written(const QDomDocument& document)
 {
+    QByteArray xml;
+    QTextStream stream(&xml, QIODevice::WriteOnly); // in UTF-8
+    document.save(stream, 2, QDomNode::EncodingFromTextStream);
+    stream.flush();
+    return xml.trimmed();
+}
+
+// Returns the text of the document without white space, because the parser drops text that is nothing else.
+QString text(const QDomDocument& document)
+{
+    return document.documentElement().text().simplified().remove(QLatin1Char(' '));
+}
+
+// Qt accepts names and texts that XML forbids, or drops parts of them, so an edit counts only if it is in the document
+// and the document reads back as it was written.
+QByteArray edited(const Request& r, const QDomDocument& document, const QString& tag, bool isStored)
+{
+    const QByteArray xml = written(document);
+    QDomDocument readBack;
+    const bool isSame = readBack.setContent(xml) && text(readBack) == text(document) &&
+                        readBack.elementsByTagName(tag).size() == document.elementsByTagName(tag).size();
+    if (!isStored || !isSame)
+        throw Failure{2, QStringLiteral("the document cannot be written with '%1'").arg(r.value)};
+    return xml;
+}
+
+QByteArray setText(const Request& r)
+{
+    QDomDocument document = parse(r);
+    QDomElement element = find(r, document);
+    KQXml::UpdateElementText(&document, &element, r.value);
+
     QDomNode child = element.firstChild();
     while (!child.isNull() && !child.isText())
         child = child.nextSibling();
-    return child.isText();
+    if (child.isNull() && element.hasChildNodes())
+        throw Failure{1, QStringLiteral("element %1 has no text to replace").arg(r.tag)};
+    return edited(r, document, r.tag, child.nodeValue() == r.value);
 }
 
-bool applyEdit(const Request& request, QDomDocument& document, QDomElement element)
+QByteArray insert(
+    const Request& r, decltype(KQXml::InsertAfterElement) insertion, QDomNode (QDomNode::*neighbour)() const)
 {
-    const QLatin1String action(request.action->name);
-    if (action == QLatin1String("set-text")) {
-        KQXml::UpdateElementText(&document, &element, request.value);
-        return hasDirectText(element);
-    }
-    const QString name = request.value.section(QLatin1Char('='), 0, 0);
-    const QString text = request.value.section(QLatin1Char('='), 1);
+    const QString name = r.value.section(QLatin1Char('='), 0, 0);
+    const QString text = r.value.mid(name.size() + 1);
+    if (name.isEmpty() || name == r.value)
+        throw Failure{2, QStringLiteral("the new element is given as name=text")};
+
+    QDomDocument document = parse(r);
+    const QDomElement element = find(r, document);
     QDomElement parent = element.parentNode().toElement();
-    if (action == QLatin1String("insert-before"))
-        KQXml::InsertBeforeElement(&document, parent, element, name, text);
-    else
-        KQXml::InsertAfterElement(&document, parent, element, name, text);
-    return true;
+    insertion(&document, parent, element, name, text);
+    const QDomElement inserted = (element.*neighbour)().toElement();
+    return edited(r, document, name, inserted.tagName() == name && inserted.text() == text);
 }
 
-int edit(const Request& request, QDomDocument& document)
+struct Action
 {
-    const QDomElement element = KQXml::GetChildElement(document.documentElement(), request.tag);
-    if (element.isNull())
-        return noElement(request);
-    if (!applyEdit(request, document, element))
-        return failed(QStringLiteral("element %1 holds no text to replace").arg(request.tag));
+    const char* name;
+    const char* value; // empty for an option without one
+    const char* description;
+    QByteArray (*run)(const Request& r);
+};
 
-    // A name or text from the command line may be nothing that XML allows.
-    const QByteArray edited = document.toByteArray(2);
-    QDomDocument check;
-    return parse(edited, QStringLiteral("the edited document"), check) ? save(edited, request.output) : failure;
+constexpr Action actions[] = {
+    {"element", "", "Show the bytes of the element (the default).", [](auto& r) { return extract(r, false); }},
+    {"content", "", "Show the bytes between its tags.", [](auto& r) { return extract(r, true); }},
+    {"text", "", "Show the text of the first element.", [](auto& r) { return find(r, parse(r)).text().toUtf8(); }},
+    {"texts", "", "Show the text of every element, one per line.", texts},
+    {"attribute", "name", "Show this attribute of the first element.", attribute},
+    {"set-text", "text", "Set the text of the first element.", setText},
+    {"insert-before", "name=text", "Insert a new element before the first element.",
+        [](auto& r) { return insert(r, KQXml::InsertBeforeElement, &QDomNode::previousSibling); }},
+    {"insert-after", "name=text", "Insert a new element after the first element.",
+        [](auto& r) { return insert(r, KQXml::InsertAfterElement, &QDomNode::nextSibling); }},
+};
+
+constexpr char description[] =
+    "Shows the first element TAG of an XML file, or prints the document with an edit there.\n\n"
+    "--element and --content print bytes of the file: of the element that ends first, whose name is compared without\n"
+    "its prefix. They fail if a character before its end is not ASCII, --element also if it has attributes. The other\n"
+    "options look below the root and compare the name as written. An edited document is printed in UTF-8.\n\n"
+    "Exit status: 0 done, 1 no such element, attribute or text, 2 anything else.";
+
+QByteArray contents(const QString& name)
+{
+    QFile file(name);
+    const bool isOpen = name == QLatin1String("-") ? file.open(stdin, QFile::ReadOnly) : file.open(QFile::ReadOnly);
+    const QByteArray bytes = isOpen ? file.readAll() : QByteArray();
+    if (file.error() != QFile::NoError)
+        throw Failure{2, QStringLiteral("cannot read %1: %2").arg(name, file.errorString())};
+    return bytes;
 }
 
-int perform(const Request& request)
+void print(const QByteArray& line)
 {
-    const std::optional<QByteArray> xml = bytesOf(request.file);
-    if (!xml)
-        return failure;
-    const QLatin1String action(request.action->name);
-    if (action == QLatin1String("element") || action == QLatin1String("content"))
-        return extract(request, *xml, action == QLatin1String("content"));
-
-    QDomDocument document;
-    if (!parse(*xml, request.file, document))
-        return failure;
-    if (request.action->edits)
-        return edit(request, document);
-    const QDomElement root = document.documentElement();
-    if (action == QLatin1String("text"))
-        return showText(request, root);
-    return action == QLatin1String("texts") ? showTexts(request, root) : showAttribute(request, root);
+    QFile out;
+    if (!out.open(stdout, QFile::WriteOnly) || out.write(line) != line.size() || !out.flush())
+        throw Failure{2, QStringLiteral("cannot write standard output: %1").arg(out.errorString())};
 }
 
-void describe(QCommandLineParser& parser)
+void run(QCommandLineParser& parser)
 {
-    parser.setApplicationDescription(
-        QStringLiteral("Shows the first element TAG of an XML file, or edits the document there.\n\n"
-                       "--element and --content cut bytes of the file by counting characters: they fit when all up\n"
-                       "to the end of the element is ASCII and its tags are plain. They go by the name without its\n"
-                       "prefix, and take the element that ends first. All else looks below the root, and goes by the\n"
-                       "name as it is written.\n\n"
-                       "Exits with 1 when the file is no XML or has no such element, with 2 on a usage error."));
-    parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
+    parser.setApplicationDescription(QLatin1String(description));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The XML file, or - for standard input."));
     parser.addPositionalArgument(QStringLiteral("TAG"), QStringLiteral("The name of the element."));
-    for (const Option& action : actions)
-        parser.addOption({QString::fromLatin1(action.name), QString::fromLatin1(action.description),
-            QString::fromLatin1(action.value)});
-    parser.addOption({QStringLiteral("output"),
-        QStringLiteral("Write the edited document to this file instead of standard output."), QStringLiteral("file")});
-}
+    parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")});
+    for (const Action& a : actions)
+        parser.addOption({QLatin1String(a.name), QLatin1String(a.description), QLatin1String(a.value)});
 
-const char* wrongUse(const QCommandLineParser& parser, const Request& request, int actionCount)
-{
-    if (parser.positionalArguments().size() != 2 || request.file.isEmpty() || request.tag.isEmpty())
-        return "give a FILE and a TAG";
-    if (actionCount > 1)
-        return "give one thing to show or one edit";
-    if (QLatin1String(request.action->value) == QLatin1String("name=text") &&
-        request.value.indexOf(QLatin1Char('=')) < 1)
-        return "the new element is given as name=text";
-    if (parser.isSet(QStringLiteral("output")) && (!request.action->edits || request.output.isEmpty()))
-        return "--output takes the file name for an edited document";
-    return nullptr;
-}
+    if (!parser.parse(QCoreApplication::arguments()))
+        throw Failure{2, parser.errorText()};
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp();
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2 || arguments.contains(QString()) || parser.optionNames().size() > 1)
+        throw Failure{2, QStringLiteral("give a FILE, a TAG and at most one option")};
 
-std::optional<Request> requested(const QCommandLineParser& parser)
-{
-    Request request{parser.positionalArguments().value(0), parser.positionalArguments().value(1), &actions[0],
-        QString(), parser.value(QStringLiteral("output"))};
-    int actionCount = 0;
-    for (const Option& action : actions) {
-        const QString name = QString::fromLatin1(action.name);
-        if (!parser.isSet(name))
-            continue;
-        ++actionCount;
-        request.action = &action;
-        request.value = *action.value ? parser.value(name) : QString();
-    }
-    const char* const wrong = wrongUse(parser, request, actionCount);
-    if (!wrong)
-        return request;
-    complain(QString::fromLatin1(wrong));
-    return {};
+    const QString name = parser.optionNames().value(0, QStringLiteral("element"));
+    const auto isNamed = [&](const Action& a) { return name == QLatin1String(a.name); };
+    const Action& action = *std::find_if(std::begin(actions), std::end(actions), isNamed);
+    const QString value = *action.value ? parser.value(name) : QString();
+    print(action.run({arguments.at(0), arguments.at(1), value, contents(arguments.at(0))}) + '\n');
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    QHashSeed::setDeterministicGlobalSeed(); // attributes are written in hash order: the same order on every run
+    QHashSeed::setDeterministicGlobalSeed(); // attributes are written in hash order
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    describe(parser);
-    if (!parser.parse(QCoreApplication::arguments())) {
-        complain(parser.errorText());
-        return usageError;
+    try {
+        run(parser);
+        return 0;
+    } catch (const Failure& failure) {
+        std::fprintf(stderr, "zk_xml: %s\n", failure.message.toLocal8Bit().constData());
+        return failure.status;
     }
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp(success);
-    const std::optional<Request> request = requested(parser);
-    return request ? perform(*request) : usageError;
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -15,10 +16,13 @@ const std::string settings = "<settings>\n"
                              "  <list><item>1</item><item>2</item></list>\n"
                              "</settings>\n";
 
-/// `settings` as Qt writes a document, with one line of the list and one for <empty> to differ.
+const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
+/// `settings` as Qt writes a document, with these items in the list and this line for <empty>.
 std::string edited(const std::string& items, const std::string& empty = "<empty v=\"\"/>")
 {
-    return "<settings>\n"
+    return declaration +
+           "<settings>\n"
            "  <name lang=\"de\">Anna &amp; Bo</name>\n"
            "  " +
            empty + "\n  <list>\n" + items + "  </list>\n</settings>\n";
@@ -95,7 +99,7 @@ struct Refused
     const char* name;
     std::vector<std::string> arguments;
     int status;
-    const char* complaint; ///< in which {} stands for the settings file
+    const char* message; ///< with {} for the path of the settings file
 };
 
 void PrintTo(const Refused& row, std::ostream* out)
@@ -106,22 +110,22 @@ void PrintTo(const Refused& row, std::ostream* out)
 class Refuse : public Program, public testing::WithParamInterface<Refused>
 {
 protected:
-    std::string withFile(std::string text) const
+    std::string withPath(std::string text) const
     {
         const std::size_t at = text.find("{}");
         return at == std::string::npos ? text : text.replace(at, 2, file);
     }
 };
 
-TEST_P(Refuse, with_a_complaint_and_nothing_shown)
+TEST_P(Refuse, with_a_message_and_no_output)
 {
     std::vector<std::string> arguments;
     for (const std::string& argument : GetParam().arguments)
-        arguments.push_back(withFile(argument));
+        arguments.push_back(withPath(argument));
     const Finished finished = start(arguments, "no xml");
     EXPECT_EQ(finished.status, GetParam().status);
     EXPECT_EQ(finished.out, "");
-    EXPECT_EQ(finished.err, "zk_xml: " + withFile(GetParam().complaint) + "\n");
+    EXPECT_EQ(finished.err, "zk_xml: " + withPath(GetParam().message) + "\n");
     EXPECT_EQ(readFile(file), settings);
 }
 
@@ -135,65 +139,142 @@ INSTANTIATE_TEST_SUITE_P(ZkXml, Refuse,
         Refused{"absent_for_an_edit", {"{}", "no", "--set-text", "t"}, 1, "{} has no element no"},
         Refused{"root_is_not_below_itself", {"{}", "settings", "--text"}, 1, "{} has no element settings"},
         Refused{"absent_attribute", {"{}", "name", "--attribute", "w"}, 1, "element name has no attribute w"},
-        Refused{"no_text_to_replace", {"{}", "list", "--set-text", "t"}, 1, "element list holds no text to replace"},
-        Refused{"no_xml", {"-", "item"}, 1, "-:1:1: Start tag expected."},
-        Refused{"no_xml_for_the_tree", {"-", "item", "--text"}, 1, "-:1:1: Start tag expected."},
-        Refused{"absent_file", {"{}.absent", "item"}, 1, "cannot read {}.absent: No such file or directory"},
-        Refused{"output_in_no_directory", {"{}", "item", "--set-text", "t", "--output", "{}/x"}, 1,
-            "cannot write {}/x: Not a directory"},
-        Refused{"no_arguments", {}, 2, "give a FILE and a TAG"}, //
-        Refused{"no_tag", {"{}"}, 2, "give a FILE and a TAG"},
-        Refused{"three_arguments", {"{}", "item", "item"}, 2, "give a FILE and a TAG"},
-        Refused{"empty_tag", {"{}", ""}, 2, "give a FILE and a TAG"},
-        Refused{"two_actions", {"{}", "item", "--text", "--texts"}, 2, "give one thing to show or one edit"},
+        Refused{"no_text_to_replace", {"{}", "list", "--set-text", "t"}, 1, "element list has no text to replace"},
+        Refused{"not_xml", {"-", "item"}, 2, "-:1:1: Start tag expected."},
+        Refused{"not_xml_for_the_tree", {"-", "item", "--text"}, 2, "-:1:1: Start tag expected."},
+        Refused{"absent_file", {"{}.absent", "item"}, 2, "cannot read {}.absent: No such file or directory"},
+        Refused{"no_arguments", {}, 2, "give a FILE, a TAG and at most one option"},
+        Refused{"no_tag", {"{}"}, 2, "give a FILE, a TAG and at most one option"},
+        Refused{"three_arguments", {"{}", "item", "item"}, 2, "give a FILE, a TAG and at most one option"},
+        Refused{"empty_tag", {"{}", ""}, 2, "give a FILE, a TAG and at most one option"},
+        Refused{"two_options", {"{}", "item", "--text", "--texts"}, 2, "give a FILE, a TAG and at most one option"},
         Refused{"insertion_without_text", {"{}", "item", "--insert-after", "t"}, 2,
             "the new element is given as name=text"},
         Refused{"insertion_without_name", {"{}", "item", "--insert-before", "=t"}, 2,
             "the new element is given as name=text"},
-        Refused{"output_of_no_edit", {"{}", "item", "--output", "x"}, 2,
-            "--output takes the file name for an edited document"},
         Refused{"unknown_option", {"{}", "item", "--nope"}, 2, "Unknown option 'nope'."}),
     rowName);
 
-TEST_F(Program, writes_the_edited_document_over_its_own_file)
+/// What the two forms of extraction print; null where the program refuses.
+struct Extracted
 {
-    const Finished finished = start({file, "item", "--set-text", "new", "--output", file});
-    EXPECT_EQ(finished.status, 0);
-    EXPECT_EQ(finished.out + finished.err, "");
-    EXPECT_EQ(readFile(file), edited("    <item>new</item>\n    <item>2</item>\n"));
+    const char* name;
+    std::string xml;
+    const char* element;
+    const char* content;
+};
+
+void PrintTo(const Extracted& row, std::ostream* out)
+{
+    *out << row.name;
 }
 
-TEST_F(Program, writes_through_a_link)
+class Extract : public Program, public testing::WithParamInterface<Extracted>
 {
-    const Finished finished = run({"sh", "-c",
-        "ln -s \"$1\" \"$1.link\" && \"$0\" \"$1\" item --set-text new --output \"$1.link\" && test -L \"$1.link\"",
-        ZK_XML, file});
-    EXPECT_EQ(finished.status, 0) << finished.err;
-    EXPECT_EQ(readFile(file), edited("    <item>new</item>\n    <item>2</item>\n"));
+protected:
+    static void expect(const char* option, const char* tag, const char* bytes)
+    {
+        const Finished finished = start({"-", "k", option}, GetParam().xml);
+        EXPECT_EQ(finished.out, bytes ? std::string(bytes) + "\n" : "");
+        EXPECT_EQ(finished.err, bytes ? ""
+                                      : "zk_xml: cannot extract element k: its " + std::string(tag) +
+                                            " tag is not plain, or the file is not ASCII up to its end\n");
+        EXPECT_EQ(finished.status, bytes ? 0 : 2);
+    }
+};
+
+TEST_P(Extract, exact_bytes_or_nothing)
+{
+    expect("--element", "start", GetParam().element);
+    expect("--content", "end", GetParam().content);
 }
 
-TEST_F(Program, writes_into_a_pipe_that_stays_one)
+INSTANTIATE_TEST_SUITE_P(ZkXml, Extract,
+    testing::Values( //
+        Extracted{"plain", "<r><k>1</k></r>", "<k>1</k>", "1"}, Extracted{"root", "<k>1</k>", "<k>1</k>", "1"},
+        Extracted{"attribute", "<r><k a=\"1\">v</k></r>", nullptr, "v"},
+        Extracted{"blank_in_the_start_tag", "<r><k >v</k></r>", nullptr, "v"},
+        Extracted{"blank_in_the_end_tag", "<r><k>v</k ></r>", "<k>v</k >", nullptr},
+        Extracted{"prefix", "<r xmlns:x='u'><x:k>v</x:k></r>", nullptr, nullptr},
+        Extracted{"self_closing", "<r><k/></r>", nullptr, nullptr},
+        Extracted{"self_closing_with_a_blank", "<r><k /></r>", nullptr, nullptr},
+        Extracted{"self_closing_root", "<k/>", nullptr, nullptr},
+        Extracted{"self_closing_before_the_end_of_the_ascii_bytes", "<r><k/>text\xc3\xa9</r>", nullptr, nullptr},
+        Extracted{"not_ascii_before", "<r>\xc3\xa9<k>1</k></r>", nullptr, nullptr},
+        Extracted{"not_ascii_inside", "<r><k>\xc3\xa9</k></r>", nullptr, nullptr},
+        Extracted{"not_ascii_after", "<r><k>1</k>\xc3\xa9</r>", "<k>1</k>", "1"},
+        Extracted{"byte_order_mark", "\xef\xbb\xbf<r><k>1</k></r>", nullptr, nullptr},
+        // Nine bytes too early is the commented element, which is an element named k as well.
+        Extracted{
+            "shift_onto_a_comment", "<r><!--<k>1</k>-->\xe2\x82\xac\xe2\x82\xac\xc3\xa9<k>2</k></r>", nullptr, nullptr},
+        Extracted{"malformed_after_it", "<r><k>1</k><junk", "<k>1</k>", "1"}),
+    rowName);
+
+/// What an edit of this document prints after the XML declaration; null where the program refuses.
+struct Edited
 {
-    const Finished finished = run({"sh", "-c",
-        "mkfifo \"$1.pipe\" && { cat \"$1.pipe\" & } && "
-        "\"$0\" \"$1\" item --set-text new --output \"$1.pipe\" && wait && test -p \"$1.pipe\"",
-        ZK_XML, file});
-    EXPECT_EQ(finished.status, 0) << finished.err;
-    EXPECT_EQ(finished.out, edited("    <item>new</item>\n    <item>2</item>\n"));
+    const char* name;
+    const char* xml;
+    const char* option;
+    const char* value;
+    const char* out;
+};
+
+void PrintTo(const Edited& row, std::ostream* out)
+{
+    *out << row.name;
 }
 
-TEST_F(Program, refuses_a_name_that_would_break_the_document)
+class Edit : public testing::TestWithParam<std::tuple<const char*, Edited>>
 {
-    const Finished finished = start({file, "item", "--insert-after", "a<b=1", "--output", file});
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_EQ(finished.err.rfind("zk_xml: the edited document:", 0), 0U) << finished.err;
-    EXPECT_EQ(readFile(file), settings);
+};
+
+TEST_P(Edit, stores_all_of_the_value_or_refuses)
+{
+    const auto& [policy, row] = GetParam();
+    Start how;
+    how.input = row.xml;
+    how.environment = {std::string("INVALID_DATA_POLICY=") + policy};
+    const Finished finished = run({ZK_XML_WITH_POLICY, "-", "k", row.option, row.value}, how);
+    EXPECT_EQ(finished.out, row.out ? declaration + row.out + "\n" : "");
+    EXPECT_EQ(finished.status, row.out ? 0 : 2);
+    if (!row.out) {
+        const std::string message = "zk_xml: the document cannot be written with '" + std::string(row.value) + "'\n";
+        EXPECT_NE(finished.err.find(message), std::string::npos) << finished.err;
+    }
 }
 
-TEST_F(Program, names_the_prefix_at_which_the_extraction_stops)
+INSTANTIATE_TEST_SUITE_P(ZkXml, Edit,
+    testing::Combine(testing::Values("default", "accept", "drop", "return_null"),
+        testing::Values( //
+            Edited{"markup_in_a_name", "<r><k/></r>", "--insert-after", "a<b=1", nullptr},
+            Edited{"markup_in_a_name_before", "<r><k/></r>", "--insert-before", "a<b=1", nullptr},
+            Edited{"digit_before_a_name", "<r><k/></r>", "--insert-after", "1a=1", nullptr},
+            Edited{"blank_after_a_name", "<r><k/></r>", "--insert-after", "a =1", nullptr},
+            Edited{"name_of_invalid_characters", "<r><k/></r>", "--insert-after", "<<=1", nullptr},
+            Edited{"control_character_in_a_new_element", "<r><k/></r>", "--insert-after", "t=a\x01z", nullptr},
+            Edited{"control_character_alone", "<r><k/></r>", "--insert-after", "t=\x01", nullptr},
+            Edited{"control_character_in_a_new_text", "<r><k/></r>", "--set-text", "a\x01z", nullptr},
+            Edited{"control_character_in_a_replaced_text", "<r><k>old</k></r>", "--set-text", "a\x01z", nullptr},
+            Edited{"end_of_cdata", "<r><k><![CDATA[old]]></k></r>", "--set-text", "]]><![CDATA[", nullptr},
+            Edited{"end_of_cdata_as_text", "<r><k>old</k></r>", "--set-text", "]]>", "<r>\n  <k>]]&gt;</k>\n</r>"},
+            Edited{"line_ends", "<r><k>old</k></r>", "--set-text", "a\r\nb", "<r>\n  <k>a&#xd;\nb</k>\n</r>"},
+            Edited{"declared_encoding", "<?xml version='1.0' encoding='ISO-8859-1'?>\n<r><k/>\xe9</r>", "--set-text",
+                "x", "<r>\n  <k>x</k>\xc3\xa9</r>"},
+            Edited{"empty_text", "<r><k>old</k></r>", "--set-text", "", "<r>\n  <k></k>\n</r>"},
+            Edited{"empty_new_element", "<r><k/></r>", "--insert-after", "t=", "<r>\n  <k/>\n  <t></t>\n</r>"},
+            Edited{"not_ascii", "<r><k/></r>", "--insert-after",
+                "gr\xc3\xb6\xc3\x9f"
+                "e=\xe2\x82\xac",
+                "<r>\n  <k/>\n  <gr\xc3\xb6\xc3\x9f"
+                "e>\xe2\x82\xac</gr\xc3\xb6\xc3\x9f"
+                "e>\n</r>"})),
+    [](const auto& row) { return std::string(std::get<0>(row.param)) + '_' + std::get<1>(row.param).name; });
+
+TEST_F(Program, names_an_undeclared_prefix_that_ends_the_extraction)
 {
     const Finished finished = start({"-", "k"}, "<r><x:a/><k>1</k></r>");
-    EXPECT_EQ(finished.status, 1);
+    EXPECT_EQ(finished.status, 2);
     EXPECT_EQ(finished.out, "");
     EXPECT_NE(finished.err.find("Namespace prefix 'x' not declared"), std::string::npos) << finished.err;
 }
@@ -201,7 +282,7 @@ TEST_F(Program, names_the_prefix_at_which_the_extraction_stops)
 TEST_F(Program, reports_a_full_standard_output)
 {
     const Finished finished = run({"sh", "-c", "\"$0\" \"$1\" item >/dev/full", ZK_XML, file});
-    EXPECT_EQ(finished.status, 1);
+    EXPECT_EQ(finished.status, 2);
     EXPECT_EQ(finished.err, "zk_xml: cannot write standard output: No space left on device\n");
 }
 
@@ -212,7 +293,7 @@ TEST_F(Program, shows_its_help)
         EXPECT_EQ(finished.status, 0);
         EXPECT_EQ(finished.err, "");
         for (const char* const part : {"FILE", "TAG", "--element", "--content", "--text", "--texts", "--attribute",
-                 "--set-text", "--insert-before", "--insert-after", "--output"})
+                 "--set-text", "--insert-before", "--insert-after", "Exit status"})
             EXPECT_NE(finished.out.find(part), std::string::npos) << part;
     }
 }

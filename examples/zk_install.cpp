@@ -1,24 +1,35 @@
-// The installer's first minute: which Linux is this, is it supported, and are the packages there that the front end
-// needs? Run it with --help for its options.
+// The first step of an installer: which Linux release is this, is it supported, and which packages are missing?
 #include "osrelease/osrelease.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
+#include <unistd.h>
+#include <utility>
 
-// Every host of the library defines this flag; --verbose sets it.
-bool g_kq_verbose = false;
+bool g_kq_verbose = false; // the library reads it; --verbose sets it
 
 namespace {
 
-enum ExitStatus
+constexpr int ready = 0;
+constexpr int notReady = 1;
+constexpr int trouble = 2;
+
+constexpr char description[] =
+    "Names the Linux release, says whether it is supported, and prints the command that installs the missing "
+    "packages.\n"
+    "\n"
+    "Exit status: 0 the release is supported and no package is missing, 1 it is not supported or packages are missing\n"
+    "(run the program again once they are installed), 2 anything else.";
+
+int complain(const QString& message)
 {
-    supported = 0,
-    failed = 1,
-    refused = 2
-};
+    std::fprintf(stderr, "zk_install: %s\n", message.toLocal8Bit().constData());
+    return trouble;
+}
 
 const char* familyOf(COSRelease& os)
 {
@@ -28,28 +39,74 @@ const char* familyOf(COSRelease& os)
         return "RPM";
     if (os.DebBased())
         return "Debian";
-    if (os.PacmanBased())
-        return "Pacman";
-    return "unknown";
+    return os.PacmanBased() ? "Pacman" : nullptr;
 }
 
-ExitStatus check(int argc, char** argv)
+ssize_t writeThrough(void* isWritten, const char* bytes, std::size_t size)
+{
+    *static_cast<bool*>(isWritten) = true;
+    return write(STDOUT_FILENO, bytes, size);
+}
+
+// CheckPrerequisites has no result: it prints if packages are missing. So it gets a standard output that notices.
+bool packagesAreMissing(int argc, char** argv)
+{
+    bool isWritten = false;
+    std::fflush(stdout);
+    FILE* const noticing = fopencookie(&isWritten, "w", {nullptr, writeThrough, nullptr, nullptr});
+    FILE* const original = std::exchange(stdout, noticing);
+    COSRelease::CheckPrerequisites(argc, argv);
+    std::fclose(std::exchange(stdout, original));
+    return isWritten;
+}
+
+bool checkPackages(const char* family, int argc, char** argv)
+{
+    if (!family) {
+        std::puts("The packages were not checked, because the package family is unknown.");
+        return false;
+    }
+    g_kq_verbose = false; // the check detects the release again
+    if (packagesAreMissing(argc, argv))
+        return false;
+    std::puts("No package is missing.");
+    return true;
+}
+
+int check(int argc, char** argv)
 {
     COSRelease os(argc, argv);
-    if (!os.m_error.empty()) {
-        std::fprintf(stderr, "%s\n", os.m_error.c_str());
-        return failed;
-    }
+    if (!os.m_error.empty())
+        return complain(QString::fromLocal8Bit(os.m_error.c_str()));
+
+    const char* const family = familyOf(os);
     const std::string name = os.m_prettyName.empty() ? os.m_id + ' ' + os.m_versionId : os.m_prettyName;
-    std::printf("Linux release: %s\nPackage family: %s\n\n", name.c_str(), familyOf(os));
+    std::printf("Linux release: %s\nPackage family: %s\n\n", name.c_str(), family ? family : "unknown");
 
     std::string refusal;
     const bool isSupported = os.OSSupported(refusal);
     if (!isSupported)
         std::printf("%s\n\n", refusal.c_str());
+    const bool isComplete = checkPackages(family, argc, argv);
+    return isSupported && isComplete ? ready : notReady;
+}
 
-    COSRelease::CheckPrerequisites(argc, argv);
-    return isSupported ? supported : refused;
+int run(QCommandLineParser& parser, int argc, char** argv)
+{
+    const QStringList arguments = QCoreApplication::arguments();
+    const bool isUnderstood = parser.parse(arguments);
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp();
+    const auto isJoined = [](const QString& argument) { return argument.startsWith(QLatin1String("--distrib=")); };
+    if (std::any_of(arguments.begin(), arguments.end(), isJoined)) // the library would ignore it
+        return complain(QStringLiteral("write --distrib and the name as two arguments"));
+    // A --distrib without a name is left to the library, whose message lists the names.
+    if (!isUnderstood && arguments.last() != QLatin1String("--distrib"))
+        return complain(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        return complain(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().constFirst()));
+    g_kq_verbose = parser.isSet(QStringLiteral("verbose"));
+    return check(argc, argv);
 }
 
 } // namespace
@@ -58,41 +115,19 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Names the Linux release, says whether it is supported, and prints the command that installs the missing "
-        "packages.\n\n"
-        "Exit status: 0 supported, 1 the release could not be established, 2 not supported."));
-    parser.addHelpOption();
-    const QCommandLineOption distrib(QStringLiteral("distrib"),
-        QStringLiteral("Take this distribution instead of the detected one: "
-                       "rhel, fedora, rocky, alma, debian, ubuntu, mint, suse or arch. "
-                       "The name is an argument of its own; --distrib=name is not recognised."),
-        QStringLiteral("name"));
-    const QCommandLineOption verbose(
-        QStringLiteral("verbose"), QStringLiteral("Say on standard error what /etc/os-release told."));
-    parser.addOptions({distrib, verbose});
-
-    const QStringList arguments = QCoreApplication::arguments();
-    const bool understood = parser.parse(arguments);
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp();
-    // A --distrib without a name is left to the library, whose message lists the names.
-    if (!understood && arguments.last() != QLatin1String("--distrib")) {
-        std::fprintf(stderr, "%s\n", qPrintable(parser.errorText()));
-        return failed;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        std::fprintf(stderr, "Unexpected argument '%s'.\n", qPrintable(parser.positionalArguments().constFirst()));
-        return failed;
-    }
-    g_kq_verbose = parser.isSet(verbose);
-
+    parser.setApplicationDescription(QLatin1String(description));
+    parser.addOptions({
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")},
+        {QStringLiteral("distrib"),
+            QStringLiteral("Assume this distribution instead of detecting it: "
+                           "rhel, fedora, rocky, alma, debian, ubuntu, mint, suse or arch."),
+            QStringLiteral("name")},
+        {QStringLiteral("verbose"), QStringLiteral("Trace on standard error what /etc/os-release says.")},
+    });
     try {
-        return check(argc, argv);
-    } catch (const std::logic_error&) { // invalid_argument or out_of_range, by the conversion of the version
-        std::fputs("The VERSION_ID in /etc/os-release is not a version number.\n"
-                   "Name the distribution with --distrib instead.\n",
-            stderr);
-        return failed;
+        return run(parser, argc, argv);
+    } catch (const std::logic_error&) { // the conversion of VERSION_ID throws invalid_argument or out_of_range
+        return complain(QStringLiteral("The VERSION_ID in /etc/os-release is not a version number. "
+                                       "Name the distribution with --distrib."));
     }
 }

@@ -1,4 +1,4 @@
-// The example as a user meets it: with a chosen /etc, with stand-ins for the package tools, at a terminal.
+// The example program with a chosen /etc, fake package tools and, for the prompt, a terminal.
 #include "support/files.h"
 #include "support/mounts.h"
 #include "support/process.h"
@@ -21,7 +21,7 @@ namespace {
 const std::string prompt = "After installing prerequisites [Press \"Enter\" key to continue]";
 const std::string program = ZK_INSTALL;
 
-// A machine with the given /etc/os-release and packages, as far as the installer can see.
+// The program sees the given /etc/os-release and the given packages as installed.
 class Installer : public testing::Test
 {
 protected:
@@ -32,7 +32,7 @@ protected:
             SKIP_OR_FAIL(reason);
         std::filesystem::create_directories(dir / "etc");
         std::filesystem::create_directories(dir / "bin");
-        // Each tool in its family's way says whether the package is named in the list of installed ones.
+        // Each fake tool looks for the package in the list of installed ones and answers as the real tool does.
         tool("rpm", "grep -qx -- \"$3\" \"$INSTALLED\"\n");
         tool("pacman", "grep -qx -- \"$2\" \"$INSTALLED\"\n");
         tool("dpkg-query", "grep -qx -- \"$3\" \"$INSTALLED\" && printf 'install ok installed'\n");
@@ -56,7 +56,7 @@ protected:
         finished = run(arguments, {input, {}, {}});
     }
 
-    void thenItSays(int status, const std::string& out, const std::string& err = "")
+    void thenItPrints(int status, const std::string& out, const std::string& err = "")
     {
         EXPECT_EQ(finished.out, out);
         EXPECT_EQ(finished.err, err);
@@ -79,8 +79,8 @@ TEST_F(Installer, supported_release_with_packages_missing)
     givenOsRelease("ID=fedora\nVERSION_ID=43\nPRETTY_NAME=\"Fedora Linux 43\"\n");
     givenInstalled("libxcb\nxcb-util\n");
     whenRun();
-    thenItSays(
-        0, "Linux release: Fedora Linux 43\nPackage family: RPM\n\n"
+    thenItPrints(
+        1, "Linux release: Fedora Linux 43\nPackage family: RPM\n\n"
            "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
            "    sudo dnf install binutils libX11-xcb xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-wm "
            "xcb-util-keysyms mesa-libGLU\n\n" +
@@ -92,36 +92,46 @@ TEST_F(Installer, supported_release_with_nothing_missing)
     givenOsRelease("ID=arch\nPRETTY_NAME=\"Arch Linux\"\n");
     givenInstalled("binutils\n");
     whenRun();
-    thenItSays(0, "Linux release: Arch Linux\nPackage family: Pacman\n\n");
+    thenItPrints(0, "Linux release: Arch Linux\nPackage family: Pacman\n\nNo package is missing.\n");
 }
 
-TEST_F(Installer, refused_release_is_checked_all_the_same)
+TEST_F(Installer, refused_release_with_packages_missing)
 {
     givenOsRelease("ID=debian\nVERSION_ID=12\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\n");
     whenRun();
-    thenItSays(2, "Linux release: Debian GNU/Linux 12 (bookworm)\nPackage family: Debian\n\n"
-                  "Zentrak'26 was not verified to run under \"Debian GNU/Linux 12 (bookworm)\" debian\n\n" +
-                      verifiedReleases +
-                      "\n\n"
-                      "Please install the missing prerequisite DEBs needed by Zentrak...\n\n"
-                      "    sudo apt install binutils\n\n" +
-                      prompt);
+    thenItPrints(1, "Linux release: Debian GNU/Linux 12 (bookworm)\nPackage family: Debian\n\n"
+                    "Zentrak'26 was not verified to run under \"Debian GNU/Linux 12 (bookworm)\" debian\n\n" +
+                        verifiedReleases +
+                        "\n\n"
+                        "Please install the missing prerequisite DEBs needed by Zentrak...\n\n"
+                        "    sudo apt install binutils\n\n" +
+                        prompt);
+}
+
+TEST_F(Installer, refused_release_with_nothing_missing)
+{
+    givenOsRelease("ID=fedora\nVERSION_ID=42\n");
+    givenInstalled("binutils\n");
+    whenRun();
+    thenItPrints(1, "Linux release: fedora 42\nPackage family: RPM\n\nZentrak'26 requires Fedora 43 or later\n\n" +
+                        verifiedReleases + "\n\nNo package is missing.\n");
 }
 
 TEST_F(Installer, release_of_no_known_family)
 {
     givenOsRelease("ID=gentoo\nVERSION_ID=2.15\n");
     whenRun();
-    thenItSays(2, "Linux release: gentoo 2.15\nPackage family: unknown\n\n"
-                  "Zentrak'26 was not verified to run under \"gentoo\" 2.15\n\n" +
-                      verifiedReleases + "\n\n");
+    thenItPrints(1, "Linux release: gentoo 2.15\nPackage family: unknown\n\n"
+                    "Zentrak'26 was not verified to run under \"gentoo\" 2.15\n\n" +
+                        verifiedReleases +
+                        "\n\nThe packages were not checked, because the package family is unknown.\n");
 }
 
 TEST_F(Installer, no_os_release_file)
 {
     givenNoOsRelease();
     whenRun();
-    thenItSays(1, "", detectionFailed + "\n");
+    thenItPrints(2, "", "zk_install: " + detectionFailed + "\n");
 }
 
 TEST_F(Installer, directory_instead_of_the_file)
@@ -129,94 +139,102 @@ TEST_F(Installer, directory_instead_of_the_file)
     std::filesystem::create_directory(dir / "etc/os-release");
     givenNoOsRelease();
     whenRun();
-    thenItSays(1, "", detectionFailed + "\n");
+    thenItPrints(2, "", "zk_install: " + detectionFailed + "\n");
 }
 
-TEST_F(Installer, version_that_is_no_number)
+const std::string badVersion = "zk_install: The VERSION_ID in /etc/os-release is not a version number. "
+                               "Name the distribution with --distrib.\n";
+
+TEST_F(Installer, version_that_is_not_a_number)
 {
     givenOsRelease("ID=x\nVERSION_ID=rolling\n");
     whenRun();
-    thenItSays(1, "",
-        "The VERSION_ID in /etc/os-release is not a version number.\n"
-        "Name the distribution with --distrib instead.\n");
+    thenItPrints(2, "", badVersion);
 }
 
-TEST_F(Installer, version_outside_32_bits)
+TEST_F(Installer, version_above_32_bits)
 {
     givenOsRelease("ID=x\nVERSION_ID=99999999999\n");
     whenRun();
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_EQ(finished.out, "");
+    thenItPrints(2, "", badVersion);
 }
 
 TEST_F(Installer, overridden_release)
 {
     givenOsRelease("ID=x\nVERSION_ID=rolling\n");
     whenRun({"--distrib", "suse"});
-    thenItSays(0, "Linux release: sles 16.0\nPackage family: SUSE\n\n"
-                  "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
-                  "    sudo zypper install binutils libgthread-2_0-0\n\n" +
-                      prompt);
+    thenItPrints(1, "Linux release: sles 16.0\nPackage family: SUSE\n\n"
+                    "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
+                    "    sudo zypper install binutils libgthread-2_0-0\n\n" +
+                        prompt);
 }
 
-TEST_F(Installer, missing_name)
-{
-    whenRun({"--distrib"});
-    thenItSays(1, "", "Missing distribution\n\n" + usage + "\n");
-}
-
-TEST_F(Installer, unknown_name)
-{
-    whenRun({"--distrib", "beos"});
-    thenItSays(1, "", "Unknown distribution \"beos\"\n\n" + usage + "\n");
-}
-
-TEST_F(Installer, name_joined_by_an_equals_sign_is_not_recognised)
-{
-    givenOsRelease("ID=arch\n");
-    givenInstalled("binutils\n");
-    whenRun({"--distrib=rhel"});
-    thenItSays(0, "Linux release: arch \nPackage family: Pacman\n\n");
-}
-
-TEST_F(Installer, verbose_traces_each_detection)
+TEST_F(Installer, verbose_traces_the_detection_once)
 {
     givenOsRelease("ID=arch\nPRETTY_NAME=\"Arch Linux\"\n");
     givenInstalled("binutils\n");
     whenRun({"--verbose"});
-    thenItSays(0, "Linux release: Arch Linux\nPackage family: Pacman\n\n",
-        "arch|(0.0.0)\nArch Linux\narch|(0.0.0)\nArch Linux\n");
+    thenItPrints(0, "Linux release: Arch Linux\nPackage family: Pacman\n\nNo package is missing.\n",
+        "arch|(0.0.0)\nArch Linux\n");
 }
 
-TEST_F(Installer, unknown_option)
+struct Misuse
 {
-    whenRun({"-x"});
-    thenItSays(1, "", "Unknown option 'x'.\n");
+    const char* name;
+    std::vector<std::string> arguments;
+    std::string message;
+};
+
+void PrintTo(const Misuse& row, std::ostream* out)
+{
+    *out << row.name;
 }
 
-TEST_F(Installer, unexpected_argument)
+class Misused : public Installer, public testing::WithParamInterface<Misuse>
 {
-    whenRun({"rhel"});
-    thenItSays(1, "", "Unexpected argument 'rhel'.\n");
+};
+
+TEST_P(Misused, prints_a_message_and_checks_nothing)
+{
+    givenOsRelease("ID=arch\n");
+    whenRun(GetParam().arguments);
+    thenItPrints(2, "", "zk_install: " + GetParam().message + "\n");
 }
 
-TEST_F(Installer, help_names_every_option)
+INSTANTIATE_TEST_SUITE_P(ZkInstall, Misused,
+    testing::Values(Misuse{"missing_name", {"--distrib"}, "Missing distribution\n\n" + usage},
+        Misuse{"unknown_name", {"--distrib", "beos"}, "Unknown distribution \"beos\"\n\n" + usage},
+        Misuse{"name_joined_by_an_equals_sign", {"--distrib=rhel"}, "write --distrib and the name as two arguments"},
+        Misuse{"joined_name_after_a_good_one", {"--distrib", "arch", "--distrib=rhel"},
+            "write --distrib and the name as two arguments"},
+        Misuse{"equals_sign_without_a_name", {"--distrib="}, "write --distrib and the name as two arguments"},
+        Misuse{"option_as_name", {"--distrib", "--help"}, "Unknown distribution \"--help\"\n\n" + usage},
+        Misuse{"unknown_option", {"-x"}, "Unknown option 'x'."},
+        Misuse{"help_of_all_options", {"--help-all"}, "Unknown option 'help-all'."},
+        Misuse{"unexpected_argument", {"rhel"}, "Unexpected argument 'rhel'."},
+        Misuse{"name_after_the_end_of_options", {"--", "--distrib", "rhel"}, "Unexpected argument '--distrib'."}),
+    rowName);
+
+TEST_F(Installer, help_names_every_option_and_exit_status)
 {
-    whenRun({"--help"});
-    EXPECT_EQ(finished.status, 0);
-    for (const char* const option : {"--help", "--distrib <name>", "--verbose"})
-        EXPECT_NE(finished.out.find(option), std::string::npos) << option;
+    for (const char* const option : {"--help", "-h"}) {
+        whenRun({option});
+        EXPECT_EQ(finished.status, 0);
+        for (const char* const part : {"--help", "--distrib <name>", "--verbose", "0 the release is supported",
+                 "1 it is not supported", "2 anything else"})
+            EXPECT_NE(finished.out.find(part), std::string::npos) << part;
+    }
 }
 
 TEST_F(Installer, end_of_input_at_the_prompt)
 {
     givenOsRelease("ID=ubuntu\nVERSION_ID=24.04\n");
     whenRun({}, "");
-    EXPECT_EQ(finished.status, 0);
+    EXPECT_EQ(finished.status, 1);
     EXPECT_EQ(finished.out.substr(finished.out.size() - prompt.size()), prompt);
 }
 
-// The program in a conversation: started, read and written to while it runs.
+// Reads from and writes to the program while it runs.
 class Conversation : public Installer
 {
 protected:
@@ -261,8 +279,8 @@ protected:
         output = fromChild[0];
     }
 
-    // Reads until the prompt stands, or nothing has come for ten seconds.
-    void thenThePromptStandsBeforeAnythingIsTyped()
+    // Reads until the prompt has arrived or there was no output for ten seconds.
+    void thenThePromptIsShownBeforeAnythingIsTyped()
     {
         std::string said;
         pollfd ready = {output, POLLIN, 0};
@@ -285,7 +303,7 @@ protected:
         ASSERT_EQ(waitpid(child, &status, 0), child);
         child = -1;
         EXPECT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), 0);
+        EXPECT_EQ(WEXITSTATUS(status), 1);
     }
 
 private:
@@ -303,28 +321,28 @@ private:
 TEST_F(Conversation, at_a_terminal)
 {
     startAtATerminal();
-    thenThePromptStandsBeforeAnythingIsTyped();
+    thenThePromptIsShownBeforeAnythingIsTyped();
     thenItEndsAfter("\n");
 }
 
 TEST_F(Conversation, at_a_terminal_with_a_long_line)
 {
     startAtATerminal();
-    thenThePromptStandsBeforeAnythingIsTyped();
+    thenThePromptIsShownBeforeAnythingIsTyped();
     thenItEndsAfter(std::string(300, 'x') + "\n");
 }
 
 TEST_F(Conversation, at_a_terminal_that_ends_the_input)
 {
     startAtATerminal();
-    thenThePromptStandsBeforeAnythingIsTyped();
+    thenThePromptIsShownBeforeAnythingIsTyped();
     thenItEndsAfter("\x04");
 }
 
 TEST_F(Conversation, between_pipes)
 {
     startBetweenPipes();
-    thenThePromptStandsBeforeAnythingIsTyped();
+    thenThePromptIsShownBeforeAnythingIsTyped();
     thenItEndsAfter("\n");
 }
 

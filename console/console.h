@@ -4,35 +4,56 @@
 #include "kqsupport_export.h"
 
 /// \file
-/// Console diagnostics that a client switches on, and two text conversions kept as entry points only.
+/// A console trace that a client switches on, and three entry points that do no work.
+///
+/// Example:
 ///
 ///     g_kq_consoleSetupFlag = true;
 ///     KQCONSOLETRACE("x=%d\n", 5);
 ///
-/// None of the functions checks its pointers, keeps state or takes a lock of its own.
+/// **Warning**: no function checks its pointers. A null `format` while the flag is on, or a null `destination` with a
+/// positive `capacity`, crashes.
 
-/// Switches `KQCONSOLETRACE` on. Off when the library is loaded; only clients set it, at any time, and any non-zero
-/// byte counts as on. It is read afresh by every trace, without synchronisation.
+/// Switches `KQCONSOLETRACE` on. Off when the library is loaded; only clients set it.
+///
+/// Any non-zero byte counts as on. Every trace reads it again.
+///
+/// Threads: it is read without synchronisation. A change by another thread takes effect on some later trace.
 extern KQSUPPORT_EXPORT bool g_kq_consoleSetupFlag;
 
-/// Writes `format` with its values, as printf does, to standard output and flushes it. Nothing is added: a caller that
-/// wants a line ends its format with a newline.
+/// Writes `format` with its values to standard output, as std::printf does, and flushes it.
 ///
-/// Returns what vfprintf does: the number of bytes, or a negative number after an output error (nothing is printed
-/// about it). The result of the flush is ignored, so a short text to a full disk still returns its length. When the
-/// flag is off it returns 0 at once: nothing is written and the values are not read. The text of one trace is never
-/// split by that of another thread. `format` must not be null while the flag is on.
+/// Nothing is added; end the format with `\n` to get a line. Returns the number of bytes. Returns 0 at once if the flag
+/// is off.
+///
+/// Errors: returns a negative number if std::vfprintf fails.
+///
+/// **Warning**: the result of the flush is ignored, so a short text returns its length even if the disk is full. Call
+/// std::ferror(stdout) to notice that.
+///
+/// **Warning**: text from outside must not be the format, since its `%` would be read as conversions. Write
+/// `KQCONSOLETRACE("%s", text)`.
+///
+/// Threads: the text of one trace is never split by another thread's trace.
 KQSUPPORT_EXPORT int KQCONSOLETRACE(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// Returns at once. It neither reads nor writes; callers of the entry point need no console.
+/// Does nothing and returns at once.
+///
+/// **Warning**: it does not wait for a key. Use std::getchar for that.
 KQSUPPORT_EXPORT void KQCONSOLEPAUSE();
 
-/// Converts nothing: leaves an empty wide string in `destination`, whose `capacity` counts wide characters, and never
-/// reads `source`. Returns 1, or 0 with `destination` untouched when `capacity` is below 1.
+/// Stores an empty wide string in `destination`; `capacity` is its size in wide characters. Never reads `source`.
+///
+/// Returns 1, or 0 without touching `destination` if `capacity` is below 1.
+///
+/// **Warning**: nothing is converted, although the result is 1. Use QString::fromLocal8Bit.
 KQSUPPORT_EXPORT int AnsiToUnicode16(const char* source, wchar_t* destination, int capacity);
 
-/// Converts nothing: leaves an empty string in `destination`, whose `capacity` counts bytes, and never reads `source`.
-/// Returns 0 always, unlike its counterpart. `destination` is untouched when `capacity` is below 1.
+/// Stores an empty string in `destination`; `capacity` is its size in bytes. Never reads `source`.
+///
+/// Always returns 0, also if it stored the string. Does not touch `destination` if `capacity` is below 1.
+///
+/// **Warning**: nothing is converted. Use QString::fromWCharArray and QString::toLocal8Bit.
 KQSUPPORT_EXPORT int Unicode16ToAnsi(wchar_t* source, char* destination, int capacity);
 
 #endif

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Names no "mint" among the override names, although the override takes it; its usage text does. Both stay as they are.
+// The last line lacks "mint", which the override accepts and its usage text lists. Both texts stay as they are.
 constexpr char verifiedReleases[] =
     "Zentrak'26 was verified to run on the following Linux releases...\n"
     "\n"
@@ -49,7 +49,7 @@ constexpr Key keys[] = {
     {"PRETTY_NAME", &COSRelease::m_prettyName},
 };
 
-void takeLine(COSRelease& os, const char* line)
+void parseLine(COSRelease& os, const char* line)
 {
     std::vector<std::string> parts;
     COSRelease::SplitLine(line, parts, '=');
@@ -73,15 +73,15 @@ void readOsRelease(COSRelease& os)
     if (!file)
         return;
 
-    // A longer line comes in several pieces, each taken as a line of its own.
+    // A longer line is read in several pieces, each of which counts as a line.
     char line[256];
     while (std::fgets(line, sizeof line, file.get())) {
         line[std::strcspn(line, "\n")] = '\0';
-        takeLine(os, line);
+        parseLine(os, line);
     }
 }
 
-// Whatever non-zero byte a host stored counts as verbose; a bool must hold 0 or 1 to be read as one.
+// Any non-zero byte counts as true. Reading a bool that holds another byte than 0 or 1 is undefined behaviour.
 bool isVerbose()
 {
     return reinterpret_cast<const unsigned char&>(g_kq_verbose) != 0;

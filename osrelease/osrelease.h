@@ -8,14 +8,25 @@
 #include <vector>
 
 /// \file
-/// The running Linux distribution, and whether what the front end needs is installed on it.
+/// Detects the Linux distribution and checks for the packages that the graphical front end needs.
 
-/// Defined by the host program, never by the library: `bool g_kq_verbose = false;` at namespace scope in one source
-/// that includes this header. When it is non-zero, a `COSRelease` that reads `/etc/os-release` says on standard error
-/// what it found. A host without it does not link.
+/// Switches the trace of the detection on. The host program defines it; the library only reads it.
+///
+/// Example, at namespace scope in one source file that includes this header:
+///
+///     bool g_kq_verbose = false;
+///
+/// Any non-zero byte counts as on: a `COSRelease` that reads `/etc/os-release` then prints what it found to standard
+/// error.
+///
+/// **Warning**: a host that does not define the flag fails to link, or to start if it is not linked with Qt as well:
+/// "undefined reference to `g_kq_verbose'". Include this header where you define it, which makes it visible to the
+/// library.
 extern KQSUPPORT_EXPORT bool g_kq_verbose;
 
-/// The running distribution, as `--distrib` on the command line or else `/etc/os-release` names it.
+/// The running distribution, as given by `--distrib` on the command line or else by `/etc/os-release`.
+///
+/// Example:
 ///
 ///     COSRelease os(argc, argv);
 ///     if (!os.m_error.empty()) {
@@ -27,112 +38,147 @@ extern KQSUPPORT_EXPORT bool g_kq_verbose;
 ///         std::puts(refusal.c_str());
 ///     COSRelease::CheckPrerequisites(argc, argv);
 ///
-/// The object is complete when the constructor returns. A non-empty `m_error` says that the distribution is unknown.
-/// All matching of names and identifiers is case-sensitive. One thread at a time may use an object; several threads may
-/// each use their own.
+/// The object is complete when the constructor returns. A non-empty `m_error` means that the distribution is unknown.
+/// All names and identifiers are compared case-sensitively.
+///
+/// Threads: one thread at a time may use an object. Several threads may each use their own.
 class KQSUPPORT_EXPORT COSRelease
 {
 public:
-    /// Lets `ForceOS` decide first, and reads `/etc/os-release` when the command line does not. Costs one small file
-    /// read.
+    /// Detects the distribution: `ForceOS` decides first, otherwise `/etc/os-release` is read.
     ///
-    /// A file that is absent, unreadable or without an `ID` leaves its message in `m_error`. The file is read in pieces
-    /// of at most 255 characters. A line that `SplitLine` does not cut at `=` into exactly two pieces is ignored: a
-    /// `PRETTY_NAME` with an `=` inside its value stays unknown, and an empty `ID=` says nothing. Only the newline and
-    /// then enclosing double quotes are taken off: a file with CR LF ends keeps the CR in its values, and then their
-    /// quotes too. Of a repeated key the last one holds.
+    /// A line counts if `SplitLine` cuts it at `=` into exactly two pieces. If a key is repeated, the last one counts.
+    /// Only the newline and one enclosing pair of double quotes are removed from a value.
     ///
-    /// A `VERSION_ID` with a first, second or third piece that does not begin with a number throws
-    /// std::invalid_argument, and one outside 32 bits std::out_of_range, as `ParseVersion` does. Nothing else throws
-    /// but std::bad_alloc.
+    /// Errors: if the file is absent, unreadable or without an `ID`, `m_error` contains the message.
+    ///
+    /// **Warning**: throws std::invalid_argument if one of the first three pieces of `VERSION_ID` does not begin with a
+    /// number (`rolling`, `v24.12`), and std::out_of_range if it does not fit in 32 bits. Catch std::logic_error and
+    /// ask the user for `--distrib`.
+    ///
+    /// **Warning**: a line with a second `=` (`PRETTY_NAME="a=b"`) is ignored, a file with CR LF line ends keeps the CR
+    /// and the quotes in its values, and a line is cut after 255 characters. Do not rely on `m_prettyName` being set;
+    /// fall back to `m_id` and `m_versionId`.
+    ///
+    /// Cost: reads one small file.
     COSRelease(int argc, char** argv);
 
-    /// Lets the first `--distrib` in `argv[1]` to `argv[argc - 1]` set the identity; its name is the next argument,
-    /// whatever that looks like. `--distrib=NAME` is not recognised. The constructor calls this; no other caller needs
-    /// to.
+    /// Sets the identity from the first `--distrib` in `argv[1]` to `argv[argc - 1]`. The constructor calls it.
     ///
-    /// Returns true when the command line decided: a known name has set `m_id`, `m_versionId` and the numbers that this
-    /// has, a missing or unknown one has replaced `m_error`. Returns false, with nothing changed, when there is no
-    /// `--distrib`.
+    /// The next argument is the name, whatever it looks like. A known name sets `m_id`, `m_versionId` and the numbers
+    /// that this version has; a missing or unknown name replaces `m_error`. Returns true in both cases. Returns false
+    /// and changes nothing if there is no `--distrib`.
+    ///
+    /// **Warning**: `--distrib=name` is not recognised. A client that parses its own options must refuse that form, or
+    /// it is silently ignored.
     bool ForceOS(int argc, char** argv);
 
-    /// Takes one pair of enclosing double quotes off `s`; leaves it as it is when it has no such pair. Single quotes
-    /// stay.
+    /// Removes one pair of enclosing double quotes from `s`. Leaves `s` unchanged if it has none.
+    ///
+    /// Example: `"a"` gives `a`, `""a""` gives `"a"`, `'a'` stays.
     static void RemoveQuotes(std::string& s);
 
-    /// Replaces `parts` with the pieces of `line` between the delimiters, as reading with std::getline gives them: with
-    /// '=', "ID=fedora" gives "ID" and "fedora", "=x" gives "" and "x", "a==b" gives "a", "" and "b", but "ID=" gives
-    /// "ID" alone and "" gives nothing. A null `line` empties `parts` and throws std::logic_error. `line` must not
-    /// point into `parts`.
+    /// Replaces `parts` with the pieces of `line` between the delimiters, as std::getline reads them.
+    ///
+    /// Example, with '=':
+    ///
+    ///     ID=fedora    "ID", "fedora"
+    ///     =x           "", "x"
+    ///     a==b         "a", "", "b"
+    ///     ID=          "ID"              no empty piece at the end
+    ///                                    no piece for an empty line
+    ///
+    /// Errors: a null `line` empties `parts` and throws std::logic_error. `line` must not point into `parts`.
     static void SplitLine(const char* line, std::vector<std::string>& parts, char delimiter);
 
-    /// Sets `m_major`, `m_minor` and `m_patch` from the first three dot-separated pieces of `m_versionId`, each read as
-    /// std::stoi does: "04" gives 4, "0-beta" gives 0. A number without a piece keeps its value.
+    /// Sets `m_major`, `m_minor` and `m_patch` from the first three dot-separated pieces of `m_versionId`.
     ///
-    /// Throws std::invalid_argument for a piece that does not begin with a number and std::out_of_range for a value
-    /// outside 32 bits; the numbers before that piece are set by then.
+    /// Each piece is converted as by std::stoi: `04` gives 4, `0-beta` gives 0. A number without a piece keeps its
+    /// value.
+    ///
+    /// Errors: throws std::invalid_argument for a piece that does not begin with a number and std::out_of_range for a
+    /// value that does not fit in 32 bits. The numbers before that piece are already set.
     void ParseVersion();
 
-    /// The family tests: whether `m_id`, or else `m_idLike`, contains an identifier of the family. They read the
-    /// fields, change nothing and cost a few substring searches.
+    /// \name Package families
+    /// Each returns whether an identifier of the family occurs in `m_id` or in `m_idLike`.
     ///
-    /// This one holds for Red Hat's family and for SUSE's, whose packages RPM keeps too.
+    /// **Warning**: the families overlap, since every SUSE release is RPM-based too. Ask `SuseBased` first to tell SUSE
+    /// from the Red Hat family.
+    ///
+    /// Cost: a few substring searches.
+    /// @{
+
+    /// The Red Hat family and SUSE.
     bool RpmBased();
-    /// Tells SUSE from Red Hat: every release for which it holds is also `RpmBased`.
+    /// SUSE alone.
     bool SuseBased();
-    /// Holds for Debian, Ubuntu, Linux Mint and what is like Debian or Ubuntu.
+    /// Debian, Ubuntu, Linux Mint and their derivatives.
     bool DebBased();
-    /// Looks at `m_id` alone: a derivative that is only like Arch is not Pacman-based.
+    /// Arch Linux. Looks at `m_id` alone, so a derivative known only through `m_idLike` does not count.
     bool PacmanBased();
 
-    /// Returns whether the application supports this release, which `m_id` and `m_major` decide.
+    /// @}
+
+    /// Returns whether the application supports this release, judged by `m_id` and `m_major`.
     ///
-    /// On true, `message` is untouched. On false, it is replaced by the text to show to the user, which ends with the
-    /// whole of `m_verifiedReleases`. Debian itself and derivatives known only through `m_idLike` are refused, although
-    /// they belong to a family.
+    /// If not, `message` is replaced with the text for the user, which ends with `m_verifiedReleases`. Otherwise it is
+    /// not touched.
+    ///
+    /// **Warning**: a package family does not imply support. Debian itself, and derivatives known only through
+    /// `m_idLike`, belong to a family but are refused.
     bool OSSupported(std::string& message);
 
-    /// The package queries: whether `package` is installed, by the database of one package tool. They read no field.
+    /// \name Package queries
+    /// Each returns whether `package` is installed according to one package tool. No field is read.
     ///
-    /// Each call starts a shell that runs the tool, and waits for it; nothing is cached and the tool's output is thrown
-    /// away. A tool, shell or package that is not there gives false. A signal that ends the shell gives true; one that
-    /// ends the tool alone gives what the shell makes of it. `package` goes into the command line unquoted, so pass
-    /// only fixed names, never text from outside.
+    /// Errors: a missing tool, shell or package gives false. A shell that is ended by a signal gives true.
     ///
-    /// This one asks `rpm`, also on SUSE.
+    /// **Warning**: `package` goes into a shell command without quotes. Pass only fixed names, never text from outside.
+    ///
+    /// Cost: each call starts a shell and the tool and waits for them. Nothing is cached.
+    /// @{
+
+    /// Asks `rpm`, for SUSE too.
     bool RpmInstalled(std::string const& package);
-    /// Asks `dpkg-query`. A package that was removed but left its configuration is not installed.
+    /// Asks `dpkg-query`. A removed package that left its configuration does not count as installed.
     bool DebInstalled(std::string const& package);
     /// Asks `pacman`.
     bool PacmanInstalled(std::string const& package);
 
-    /// Asks the family's package database for the packages that the graphical front end needs; when some are missing,
-    /// prints the one command that installs them and waits for a line (or the end) of standard input. Takes the
-    /// installer's own command line, which may hold `--distrib`.
+    /// @}
+
+    /// Detects the release and, if packages are missing that the graphical front end needs, prints the one command that
+    /// installs them and waits for a line or the end of standard input.
     ///
-    /// The X11 and OpenGL packages count as missing only on a machine that has at least one of the X11 packages;
-    /// without one, the OpenGL package is not even queried. Nothing goes to standard output when nothing is missing or
-    /// when the release is of no known family, and `OSSupported` is not asked. The wait takes at most 255 characters of
-    /// the line. Nothing is installed, and nothing is checked again afterwards.
+    /// `argc` and `argv` are the command line of the installer, which may contain `--distrib`. The X11 and OpenGL
+    /// packages count only on a machine that has at least one of the X11 packages. The wait consumes at most 255
+    /// characters. Nothing is installed, and nothing is queried again afterwards.
     ///
-    /// Costs one shell and package tool (on Debian a grep, too) for each package, at most 15, one after another, and
-    /// leaves one `COSRelease` allocated for the rest of the process. Throws what the constructor throws.
+    /// Errors: throws what the constructor throws.
+    ///
+    /// **Warning**: nothing is printed if no package is missing, and nothing either if the package family is unknown.
+    /// `OSSupported` and `m_error` are not consulted. Check the family and the support yourself before the call.
+    ///
+    /// Cost: one shell and package tool for each of at most 15 packages, one after another. Each call leaves one
+    /// `COSRelease` allocated for the rest of the process.
     static void CheckPrerequisites(int argc, char** argv);
 
-    /// The releases that the application was verified on, and how to override the detection. Empty after an override.
+    /// The releases that the application was verified on and how to override the detection. Empty after an override.
     std::string m_verifiedReleases;
-    /// Text for the user when no distribution could be established; empty otherwise.
+    /// Text for the user if the distribution is unknown; empty otherwise.
     std::string m_error;
-    /// `ID`, or the identifier that the override set.
+    /// `ID`, or the identifier of the override.
     std::string m_id;
-    /// `ID_LIKE`, one string of space-separated identifiers. Empty after an override.
+    /// `ID_LIKE`: identifiers separated by spaces. Empty after an override.
     std::string m_idLike;
-    /// `VERSION_ID`, or the version that the override set.
+    /// `VERSION_ID`, or the version of the override.
     std::string m_versionId;
     /// `PRETTY_NAME`. Empty after an override.
     std::string m_prettyName;
-    /// The first number of `m_versionId`. This and the next two are 0 until a version sets them, and a later version
-    /// with fewer numbers leaves the others.
+    /// The first number of `m_versionId`. All three numbers are 0 until a version sets them.
+    ///
+    /// **Warning**: if `VERSION_ID` is repeated with fewer numbers, the others keep their old values.
     std::int32_t m_major = 0;
     std::int32_t m_minor = 0; ///< The second number.
     std::int32_t m_patch = 0; ///< The third number.

@@ -14,8 +14,8 @@ struct ForcedIdentity
     const char* versionId;
 };
 
-// Each of these passes the support policy, so that an override never ends in a refusal. Hence "debian" stands for a
-// supported Ubuntu: Debian itself is not.
+// Every identity passes the support policy, so an override is never refused. This is why "debian" selects Ubuntu:
+// Debian itself is not supported.
 constexpr ForcedIdentity forcedIdentities[] = {
     {"rhel", "rhel", "8.10"},
     {"fedora", "fedora", "43"},

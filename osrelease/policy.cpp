@@ -6,12 +6,13 @@ namespace {
 
 struct Policy
 {
-    const char* id; // contained in m_id
+    const char* id;
     std::int32_t oldestMajor;
     const char* refusal;
 };
 
-// The first row that m_id contains decides. Rocky Linux and AlmaLinux are accepted from 8, although their texts say 9.
+// The first row whose id occurs in m_id decides. Rocky Linux and AlmaLinux are accepted from 8, although their texts
+// say 9.
 constexpr Policy policies[] = {
     {"rhel", 8, "Zentrak'26 requires RHEL 8 or later\n\n"},
     {"centos", 8, "Zentrak'26 requires CentOS Linux 8 or later\n\n"},
@@ -23,7 +24,7 @@ constexpr Policy policies[] = {
     {"sled", 16, "Zentrak'26 requires SUSE Linux Enterprise 16 or later\n\n"},
     {"sles", 16, "Zentrak'26 requires SUSE Linux Enterprise 16 or later\n\n"},
     {"opensuse", 16, "Zentrak'26 requires openSUSE 16 or later\n\n"},
-    {"arch", std::numeric_limits<std::int32_t>::min(), ""}, // a rolling release: any version will do
+    {"arch", std::numeric_limits<std::int32_t>::min(), ""}, // a rolling release: every version
 };
 
 std::string notVerified(const COSRelease& os)

@@ -8,7 +8,7 @@ namespace {
 
 struct Family
 {
-    bool (COSRelease::*holds)();
+    bool (COSRelease::*appliesTo)();
     bool (COSRelease::*installed)(std::string const& package);
     const char* heading;
     const char* installCommand;
@@ -18,7 +18,7 @@ struct Family
     const char* glu;
 };
 
-// The first family that holds is taken. SUSE stands before RPM, since every SUSE release is RPM-based as well.
+// The first family that applies is used. SUSE comes before RPM, because every SUSE release is RPM-based too.
 constexpr Family families[] = {
     {&COSRelease::SuseBased, &COSRelease::RpmInstalled,
         "Please install the missing prerequisite RPMs needed by Zentrak...\n", "sudo zypper install",
@@ -44,11 +44,11 @@ constexpr Family families[] = {
 const Family* familyOf(COSRelease& os)
 {
     const auto family =
-        std::find_if(std::begin(families), std::end(families), [&](const Family& f) { return (os.*f.holds)(); });
+        std::find_if(std::begin(families), std::end(families), [&](const Family& f) { return (os.*f.appliesTo)(); });
     return family == std::end(families) ? nullptr : family;
 }
 
-struct Answer
+struct QueryResult
 {
     std::string missing; // separated by single spaces
     bool anyInstalled = false;
@@ -61,26 +61,26 @@ void append(std::string& list, const std::string& words)
     list += words;
 }
 
-Answer query(COSRelease& os, const Family& family, const char* list)
+QueryResult query(COSRelease& os, const Family& family, const char* list)
 {
     std::vector<std::string> packages;
     COSRelease::SplitLine(list, packages, ' ');
 
-    Answer answer;
+    QueryResult result;
     for (const std::string& package : packages) {
         if ((os.*family.installed)(package))
-            answer.anyInstalled = true;
+            result.anyInstalled = true;
         else
-            append(answer.missing, package);
+            append(result.missing, package);
     }
-    return answer;
+    return result;
 }
 
 std::string missingPackages(COSRelease& os, const Family& family)
 {
     std::string missing = query(os, family, family.base).missing;
-    // A machine without a single display package has no graphical front end to serve: only the base list counts there.
-    const Answer display = query(os, family, family.display);
+    // Without any display package the machine cannot run the graphical front end, and only the base list counts.
+    const QueryResult display = query(os, family, family.display);
     if (display.anyInstalled) {
         append(missing, display.missing);
         append(missing, query(os, family, family.glu).missing);
@@ -92,7 +92,7 @@ void askToInstall(const Family& family, const std::string& missing)
 {
     std::printf("%s\n    %s %s\n\n", family.heading, family.installCommand, missing.c_str());
     std::fputs("After installing prerequisites [Press \"Enter\" key to continue]", stdout);
-    // The prompt has no line end, and a pipe or a full buffer would hold it back until after the wait.
+    // The prompt has no line end, so without a flush it could appear only after the wait.
     std::fflush(stdout);
 }
 
@@ -106,7 +106,7 @@ void waitForEnter()
 
 void COSRelease::CheckPrerequisites(int argc, char** argv)
 {
-    auto* const os = new COSRelease(argc, argv); // never deleted, on purpose: it lives as long as the process
+    auto* const os = new COSRelease(argc, argv); // never deleted: it lives as long as the process
     const Family* const family = familyOf(*os);
     if (!family)
         return;

@@ -2,7 +2,7 @@
 #include "osrelease/osrelease.h"
 
 #include "input.h"
-#include "osrelease/standins.h"
+#include "osrelease/fakes.h"
 #include "reference/detection.h"
 
 #include <stdexcept>
@@ -10,7 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view file = Input(data, size).rest();
-    standin::osRelease(std::string(file));
+    fakes::osRelease(std::string(file));
     reference::Release expected = reference::detect(file);
 
     char name[] = "zk_install";
@@ -34,6 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const std::logic_error&) {
         require(expected.throws, "nothing else throws");
     }
-    require(standin::osReleaseFile().closed == 1, "the file is closed");
+    require(fakes::osReleaseFile().closed == 1, "the file is closed");
     return 0;
 }

@@ -2,7 +2,7 @@
 #include "osrelease/osrelease.h"
 
 #include "input.h"
-#include "osrelease/standins.h"
+#include "osrelease/fakes.h"
 
 #include <algorithm>
 #include <string>
@@ -10,7 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    standin::osRelease("ID=file\n");
+    fakes::osRelease("ID=file\n");
     std::vector<std::string> words = {"zk_install"};
     for (Input input(data, size); words.size() < 100;) {
         const std::string_view word = input.line();

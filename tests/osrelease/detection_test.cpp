@@ -1,7 +1,7 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
-#include "standins.h"
+#include "fakes.h"
 #include "support/capture.h"
 #include "support/rows.h"
 #include "texts.h"
@@ -45,13 +45,13 @@ class Detection : public testing::Test
 protected:
     void TearDown() override
     {
-        standin::reset();
+        fakes::reset();
         g_kq_verbose = false;
     }
 
     static COSRelease detected(const std::string& osRelease)
     {
-        standin::osRelease(osRelease);
+        fakes::osRelease(osRelease);
         return detected();
     }
     static COSRelease detected()
@@ -85,19 +85,19 @@ TEST_F(Detection, quoted_identifier_and_version)
 TEST_F(Detection, opens_the_file_once_for_reading_and_closes_it)
 {
     detected("ID=fedora\n");
-    EXPECT_EQ(standin::osReleaseFile().modes, std::vector<std::string>{"r"});
-    EXPECT_EQ(standin::osReleaseFile().closed, 1);
+    EXPECT_EQ(fakes::osReleaseFile().modes, std::vector<std::string>{"r"});
+    EXPECT_EQ(fakes::osReleaseFile().closed, 1);
 }
 
 TEST_F(Detection, closes_the_file_also_when_the_version_throws)
 {
     EXPECT_THROW(detected("VERSION_ID=rolling\n"), std::invalid_argument);
-    EXPECT_EQ(standin::osReleaseFile().closed, 1);
+    EXPECT_EQ(fakes::osReleaseFile().closed, 1);
 }
 
 TEST_F(Detection, absent_file)
 {
-    standin::noOsRelease();
+    fakes::noOsRelease();
     const COSRelease os = detected();
     EXPECT_EQ(os.m_error, detectionFailed);
     EXPECT_EQ(os.m_id, "");
@@ -106,7 +106,7 @@ TEST_F(Detection, absent_file)
     EXPECT_EQ(os.m_prettyName, "");
     EXPECT_EQ(numbers(os), "0 0 0");
     EXPECT_EQ(os.m_verifiedReleases, verifiedReleases);
-    EXPECT_EQ(standin::osReleaseFile().modes.size(), 1U);
+    EXPECT_EQ(fakes::osReleaseFile().modes.size(), 1U);
 }
 
 TEST_F(Detection, no_identifier_but_a_version)
@@ -121,12 +121,12 @@ TEST_F(Detection, no_identifier_but_a_version)
 
 TEST_F(Detection, read_error_keeps_the_lines_before_it)
 {
-    standin::osRelease("ID=fedora\nVERSION_ID=43\n", true);
+    fakes::osRelease("ID=fedora\nVERSION_ID=43\n", true);
     const COSRelease os = detected();
     EXPECT_EQ(os.m_id, "fedora");
     EXPECT_EQ(numbers(os), "43 0 0");
     EXPECT_EQ(os.m_error, "");
-    EXPECT_EQ(standin::osReleaseFile().closed, 1);
+    EXPECT_EQ(fakes::osReleaseFile().closed, 1);
 }
 
 TEST_F(Detection, line_of_254_characters_is_read_whole)
@@ -188,7 +188,7 @@ TEST_F(Detection, trace_of_a_detected_release)
 TEST_F(Detection, trace_of_a_failed_detection)
 {
     g_kq_verbose = true;
-    standin::noOsRelease();
+    fakes::noOsRelease();
     EXPECT_EQ(captured(STDERR_FILENO, [] { detected(); }), "|(0.0.0)\n\n");
 }
 
@@ -231,13 +231,13 @@ void PrintTo(const Release& release, std::ostream* out)
 class DetectedFrom : public testing::TestWithParam<Release>
 {
 protected:
-    void TearDown() override { standin::reset(); }
+    void TearDown() override { fakes::reset(); }
 };
 
 TEST_P(DetectedFrom, file)
 {
     const Release& expected = GetParam();
-    standin::osRelease(expected.text);
+    fakes::osRelease(expected.text);
     CommandLine line;
     const COSRelease os(line.argc(), line.argv());
 
@@ -345,12 +345,12 @@ void PrintTo(const BadVersion& row, std::ostream* out)
 class VersionThrows : public testing::TestWithParam<BadVersion>
 {
 protected:
-    void TearDown() override { standin::reset(); }
+    void TearDown() override { fakes::reset(); }
 };
 
 TEST_P(VersionThrows, out_of_the_constructor)
 {
-    standin::osRelease(GetParam().text);
+    fakes::osRelease(GetParam().text);
     CommandLine line;
     if (GetParam().outOfRange)
         EXPECT_THROW(COSRelease(line.argc(), line.argv()), std::out_of_range);

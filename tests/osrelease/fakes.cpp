@@ -1,4 +1,4 @@
-#include "standins.h"
+#include "fakes.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,7 +21,7 @@ enum class OsRelease
 OsRelease osReleaseState = OsRelease::real;
 std::string osReleaseText;
 std::size_t osReleasePosition = 0;
-standin::OsReleaseFile osReleaseCalls;
+fakes::OsReleaseFile osReleaseRecord;
 
 std::function<int(const std::string&)> shellAnswer;
 std::vector<std::string> shellCommands;
@@ -40,7 +40,7 @@ ssize_t readText(void* /*cookie*/, char* buffer, std::size_t size)
 
 int closeText(void* /*cookie*/)
 {
-    ++osReleaseCalls.closed;
+    ++osReleaseRecord.closed;
     return 0;
 }
 
@@ -57,7 +57,7 @@ extern "C" FILE* fopen(const char* path, const char* mode)
     if (osReleaseState == OsRelease::real || std::strcmp(path, "/etc/os-release") != 0)
         return next<FILE*(const char*, const char*)>("fopen")(path, mode);
 
-    osReleaseCalls.modes.emplace_back(mode);
+    osReleaseRecord.modes.emplace_back(mode);
     if (osReleaseState == OsRelease::absent) {
         errno = ENOENT;
         return nullptr;
@@ -74,24 +74,24 @@ extern "C" int system(const char* command)
     return shellAnswer(command);
 }
 
-namespace standin {
+namespace fakes {
 
 void osRelease(const std::string& text, bool failsAtEnd)
 {
     osReleaseState = failsAtEnd ? OsRelease::failing : OsRelease::text;
     osReleaseText = text;
-    osReleaseCalls = {};
+    osReleaseRecord = {};
 }
 
 void noOsRelease()
 {
     osReleaseState = OsRelease::absent;
-    osReleaseCalls = {};
+    osReleaseRecord = {};
 }
 
 const OsReleaseFile& osReleaseFile()
 {
-    return osReleaseCalls;
+    return osReleaseRecord;
 }
 
 void shell(std::function<int(const std::string&)> answer)
@@ -109,9 +109,9 @@ void reset()
 {
     osReleaseState = OsRelease::real;
     osReleaseText.clear();
-    osReleaseCalls = {};
+    osReleaseRecord = {};
     shellAnswer = nullptr;
     shellCommands.clear();
 }
 
-} // namespace standin
+} // namespace fakes

@@ -1,34 +1,34 @@
-#ifndef KQSUPPORT_TESTS_STANDINS_H
-#define KQSUPPORT_TESTS_STANDINS_H
+#ifndef KQSUPPORT_TESTS_FAKES_H
+#define KQSUPPORT_TESTS_FAKES_H
 
 #include <functional>
 #include <string>
 #include <vector>
 
-/// Stand-ins at the process's edge. A test program that links standins.cpp defines `fopen` and `system` itself, and the
-/// dynamic linker gives its definitions to the library. Without a stand-in in force both pass everything on.
-namespace standin {
+/// Fakes of `fopen` and `system`. A test program that links fakes.cpp defines both functions itself, and the dynamic
+/// linker gives its definitions to the library. While nothing is faked, both call the real function.
+namespace fakes {
 
-/// What became of the calls for `/etc/os-release` since the stand-in was set.
+/// The calls for `/etc/os-release` since it was faked.
 struct OsReleaseFile
 {
-    std::vector<std::string> modes; ///< of each `fopen`
-    int closed = 0;                 ///< how many of the opened files were closed again
+    std::vector<std::string> modes; ///< one for each `fopen`
+    int closed = 0;                 ///< how many files were closed
 };
 
-/// Makes `/etc/os-release` hold `text`; after its last byte comes the end of the file or, with `failsAtEnd`, an error.
+/// Makes `/etc/os-release` contain `text`. Reading past it gives the end of the file or, with `failsAtEnd`, an error.
 void osRelease(const std::string& text, bool failsAtEnd = false);
 /// Makes `/etc/os-release` a file that cannot be opened.
 void noOsRelease();
 const OsReleaseFile& osReleaseFile();
 
-/// Makes `system` record its command and return what `answer` gives.
+/// Makes `system` record its command and return the result of `answer`.
 void shell(std::function<int(const std::string& command)> answer);
 const std::vector<std::string>& commands();
 
-/// Takes every stand-in away and forgets what was recorded.
+/// Ends all fakes and clears the records.
 void reset();
 
-} // namespace standin
+} // namespace fakes
 
 #endif

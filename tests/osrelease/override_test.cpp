@@ -1,7 +1,7 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
-#include "standins.h"
+#include "fakes.h"
 #include "support/capture.h"
 #include "support/rows.h"
 #include "texts.h"
@@ -30,10 +30,10 @@ class ForcedIdentity : public testing::TestWithParam<Forced>
 {
 protected:
     // A file that detection would take, so that a look at it shows.
-    void SetUp() override { standin::osRelease("ID=file\nID_LIKE=like\nVERSION_ID=1.2.3\nPRETTY_NAME=Pretty\n"); }
+    void SetUp() override { fakes::osRelease("ID=file\nID_LIKE=like\nVERSION_ID=1.2.3\nPRETTY_NAME=Pretty\n"); }
     void TearDown() override
     {
-        standin::reset();
+        fakes::reset();
         g_kq_verbose = false;
     }
 };
@@ -53,7 +53,7 @@ TEST_P(ForcedIdentity, is_taken)
     EXPECT_EQ(os.m_idLike, "");
     EXPECT_EQ(os.m_prettyName, "");
     EXPECT_EQ(os.m_verifiedReleases, "");
-    EXPECT_TRUE(standin::osReleaseFile().modes.empty()) << "the file was read after an override";
+    EXPECT_TRUE(fakes::osReleaseFile().modes.empty()) << "the file was read after an override";
 }
 
 TEST_P(ForcedIdentity, is_not_traced)
@@ -104,10 +104,10 @@ void PrintTo(const Rejected& row, std::ostream* out)
 class RejectedName : public testing::TestWithParam<Rejected>
 {
 protected:
-    void SetUp() override { standin::osRelease("ID=file\nVERSION_ID=1.2.3\n"); }
+    void SetUp() override { fakes::osRelease("ID=file\nVERSION_ID=1.2.3\n"); }
     void TearDown() override
     {
-        standin::reset();
+        fakes::reset();
         g_kq_verbose = false;
     }
 };
@@ -122,7 +122,7 @@ TEST_P(RejectedName, leaves_its_complaint)
     EXPECT_EQ(os.m_versionId, "");
     EXPECT_EQ(os.m_major, 0);
     EXPECT_EQ(os.m_verifiedReleases, "");
-    EXPECT_TRUE(standin::osReleaseFile().modes.empty()) << "the file was read after an override";
+    EXPECT_TRUE(fakes::osReleaseFile().modes.empty()) << "the file was read after an override";
 }
 
 TEST_P(RejectedName, is_not_traced)
@@ -164,12 +164,12 @@ void PrintTo(const NoOverride& row, std::ostream* out)
 class WithoutOverride : public testing::TestWithParam<NoOverride>
 {
 protected:
-    void TearDown() override { standin::reset(); }
+    void TearDown() override { fakes::reset(); }
 };
 
 TEST_P(WithoutOverride, the_file_decides)
 {
-    standin::osRelease("ID=file\n");
+    fakes::osRelease("ID=file\n");
     CommandLine line(GetParam().words);
     const COSRelease os(line.argc(), line.argv());
     EXPECT_EQ(os.m_id, "file");

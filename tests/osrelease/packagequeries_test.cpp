@@ -2,7 +2,7 @@
 
 #include "commandline.h"
 #include "fields.h"
-#include "standins.h"
+#include "fakes.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/rows.h"
@@ -46,11 +46,11 @@ const Tool tools[] = {
 class PackageQuery : public testing::TestWithParam<Tool>
 {
 protected:
-    void TearDown() override { standin::reset(); }
+    void TearDown() override { fakes::reset(); }
 
     bool answerTo(int waitStatus)
     {
-        standin::shell([=](const std::string&) { return waitStatus; });
+        fakes::shell([=](const std::string&) { return waitStatus; });
         return (os.*GetParam().installed)("binutils");
     }
 
@@ -60,24 +60,24 @@ protected:
 TEST_P(PackageQuery, runs_one_command_line)
 {
     EXPECT_TRUE(answerTo(0));
-    EXPECT_EQ(standin::commands(), std::vector<std::string>{GetParam().commandForBinutils});
+    EXPECT_EQ(fakes::commands(), std::vector<std::string>{GetParam().commandForBinutils});
 }
 
 TEST_P(PackageQuery, asks_again_every_time)
 {
-    standin::shell([](const std::string&) { return 0; });
+    fakes::shell([](const std::string&) { return 0; });
     (os.*GetParam().installed)("binutils");
     (os.*GetParam().installed)("binutils");
-    EXPECT_EQ(standin::commands().size(), 2U);
+    EXPECT_EQ(fakes::commands().size(), 2U);
 }
 
 TEST_P(PackageQuery, puts_the_name_in_unquoted)
 {
-    standin::shell([](const std::string&) { return 0; });
+    fakes::shell([](const std::string&) { return 0; });
     (os.*GetParam().installed)("two words; $x");
     std::string expected = GetParam().commandForBinutils;
     expected.replace(expected.find("binutils"), 8, "two words; $x");
-    EXPECT_EQ(standin::commands(), std::vector<std::string>{expected});
+    EXPECT_EQ(fakes::commands(), std::vector<std::string>{expected});
 }
 
 TEST_P(PackageQuery, reads_and_changes_no_field)
@@ -93,7 +93,7 @@ TEST_P(PackageQuery, reads_and_changes_no_field)
     os.m_patch = 6;
     const auto before = fieldsOf(os);
     EXPECT_TRUE(answerTo(0));
-    EXPECT_EQ(standin::commands(), std::vector<std::string>{GetParam().commandForBinutils});
+    EXPECT_EQ(fakes::commands(), std::vector<std::string>{GetParam().commandForBinutils});
     EXPECT_FALSE(answerTo(256));
     EXPECT_EQ(fieldsOf(os), before);
 }

@@ -2,7 +2,7 @@
 
 #include "commandline.h"
 #include "fields.h"
-#include "standins.h"
+#include "fakes.h"
 #include "support/rows.h"
 #include "texts.h"
 
@@ -18,10 +18,10 @@ constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
 
 COSRelease detected(const std::string& id, std::int32_t major)
 {
-    standin::osRelease("ID=placeholder\n");
+    fakes::osRelease("ID=placeholder\n");
     CommandLine line;
     COSRelease os(line.argc(), line.argv());
-    standin::reset();
+    fakes::reset();
     os.m_id = id;
     os.m_major = major;
     return os;

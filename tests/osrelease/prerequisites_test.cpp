@@ -1,7 +1,7 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
-#include "standins.h"
+#include "fakes.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/rows.h"
@@ -85,12 +85,12 @@ Words words(const std::string& text)
 class Prerequisites : public testing::Test
 {
 protected:
-    void TearDown() override { standin::reset(); }
+    void TearDown() override { fakes::reset(); }
 
     // Runs the check with these packages installed and the given text on standard input.
     void check(const Family& family, const Words& installed, const std::string& input = "\n")
     {
-        standin::shell([&](const std::string& command) {
+        fakes::shell([&](const std::string& command) {
             const std::string package = packageOf(family, command);
             return std::count(installed.begin(), installed.end(), package) ? 0 : 1 << 8;
         });
@@ -100,8 +100,8 @@ protected:
 
     void checkDetected(const std::string& osRelease)
     {
-        standin::osRelease(osRelease);
-        standin::shell([](const std::string&) { return 1 << 8; });
+        fakes::osRelease(osRelease);
+        fakes::shell([](const std::string&) { return 1 << 8; });
         CommandLine line;
         runCheck(line, "\n");
     }
@@ -112,7 +112,7 @@ protected:
         Words expected;
         for (const std::string& package : packages)
             expected.push_back(family.queryHead + package + family.queryTail);
-        EXPECT_EQ(standin::commands(), expected);
+        EXPECT_EQ(fakes::commands(), expected);
     }
     const std::string& inputLeft() const { return m_inputLeft; }
     const std::string& errors() const { return m_errors; }
@@ -154,7 +154,7 @@ TEST_F(Prerequisites, of_no_known_family_ask_nothing_and_say_nothing)
 {
     checkDetected("ID=gentoo\nVERSION_ID=2\n");
     thenOutputIs("");
-    EXPECT_TRUE(standin::commands().empty());
+    EXPECT_TRUE(fakes::commands().empty());
     EXPECT_EQ(inputLeft(), "\n");
 }
 
@@ -163,15 +163,15 @@ TEST_F(Prerequisites, of_an_unknown_release_say_nothing_of_it)
     checkDetected("");
     thenOutputIs("");
     EXPECT_EQ(errors(), "");
-    EXPECT_TRUE(standin::commands().empty());
+    EXPECT_TRUE(fakes::commands().empty());
 }
 
 TEST_F(Prerequisites, of_a_rejected_override_say_nothing)
 {
-    standin::shell([](const std::string&) { return 1 << 8; });
+    fakes::shell([](const std::string&) { return 1 << 8; });
     CommandLine line({"zk_install", "--distrib", "beos"});
     EXPECT_EQ(captured(STDOUT_FILENO, [&] { COSRelease::CheckPrerequisites(line.argc(), line.argv()); }), "");
-    EXPECT_TRUE(standin::commands().empty());
+    EXPECT_TRUE(fakes::commands().empty());
 }
 
 TEST_F(Prerequisites, of_a_refused_release_are_checked_all_the_same)
@@ -210,15 +210,15 @@ TEST_F(Prerequisites, are_the_same_for_every_version_of_a_family)
 TEST_F(Prerequisites, version_that_is_no_number_throws_before_anything_is_asked)
 {
     EXPECT_THROW(checkDetected("ID=fedora\nVERSION_ID=rolling\n"), std::invalid_argument);
-    EXPECT_TRUE(standin::commands().empty());
+    EXPECT_TRUE(fakes::commands().empty());
 }
 
 TEST_F(Prerequisites, second_check_repeats_everything)
 {
     check(debian, {});
-    const std::vector<std::string> first = standin::commands();
+    const std::vector<std::string> first = fakes::commands();
     check(debian, {});
-    EXPECT_EQ(standin::commands(), first);
+    EXPECT_EQ(fakes::commands(), first);
     thenOutputIs(request(debian, "binutils"));
 }
 

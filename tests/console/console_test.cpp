@@ -46,7 +46,7 @@ TEST_F(Trace, on_writes_the_formatted_text_and_returns_its_length)
     EXPECT_EQ(returned, 4);
 }
 
-TEST_F(Trace, on_passes_every_value_on)
+TEST_F(Trace, on_formats_every_value)
 {
     g_kq_consoleSetupFlag = true;
     EXPECT_EQ(captured(STDOUT_FILENO,
@@ -65,7 +65,7 @@ TEST_F(Trace, without_conversions_writes_the_format_as_it_is)
 TEST_F(Trace, empty_format_writes_nothing)
 {
     g_kq_consoleSetupFlag = true;
-    const std::string empty; // a literal would draw -Wformat-zero-length
+    const std::string empty; // a literal would cause a warning of -Wformat-zero-length
     EXPECT_EQ(captured(STDOUT_FILENO, [&] { returned = KQCONSOLETRACE(empty.c_str(), 0); }), "");
     EXPECT_EQ(returned, 0);
 }
@@ -94,8 +94,7 @@ TEST_F(Trace, flag_is_read_on_every_call)
 
 TEST_F(Trace, is_flushed_before_the_call_returns)
 {
-    // The text must have left the process while the stream is still buffered: standard output is a file here, so only
-    // an explicit flush brings it out.
+    // Standard output is a file here, so it is fully buffered and only an explicit flush writes the text.
     g_kq_consoleSetupFlag = true;
     off_t arrived = -1;
     captured(STDOUT_FILENO, [&] {
@@ -105,7 +104,7 @@ TEST_F(Trace, is_flushed_before_the_call_returns)
     EXPECT_EQ(arrived, 4);
 }
 
-TEST_F(Trace, goes_to_standard_output_alone)
+TEST_F(Trace, goes_to_standard_output_only)
 {
     g_kq_consoleSetupFlag = true;
     const std::string errors = captured(
@@ -115,7 +114,7 @@ TEST_F(Trace, goes_to_standard_output_alone)
 
 TEST_F(Trace, output_error_gives_the_negative_result_of_vfprintf)
 {
-    // Longer than any stream buffer, so that vfprintf itself meets the full device.
+    // Longer than the stream's buffer, so vfprintf itself fails.
     g_kq_consoleSetupFlag = true;
     const std::string text(1 << 20, 'x');
     const std::string errors = captured(STDERR_FILENO, [&] {
@@ -127,7 +126,7 @@ TEST_F(Trace, output_error_gives_the_negative_result_of_vfprintf)
 
 TEST_F(Trace, result_of_the_flush_is_ignored)
 {
-    // Short enough to fit the stream's buffer: only the flush meets the full device.
+    // Fits in the stream's buffer, so only the flush fails.
     g_kq_consoleSetupFlag = true;
     withDescriptor(STDOUT_FILENO, "/dev/full", O_WRONLY, [&] { returned = KQCONSOLETRACE("short"); });
     EXPECT_EQ(returned, 5);
@@ -135,7 +134,7 @@ TEST_F(Trace, result_of_the_flush_is_ignored)
 
 TEST(Pause, reads_and_writes_nothing)
 {
-    // Standard input holds a line that must still be there afterwards.
+    // Standard input contains a line that must still be there afterwards.
     int pipeEnds[2];
     ASSERT_EQ(pipe(pipeEnds), 0);
     ASSERT_EQ(write(pipeEnds[1], "line\n", 5), 5);

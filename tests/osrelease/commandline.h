@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// The `argc` and `argv` of a program started with these words, the program's name first.
+/// The `argc` and `argv` of a program started with these words. The first is the name of the program.
 class CommandLine
 {
 public:

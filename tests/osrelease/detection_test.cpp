@@ -13,7 +13,7 @@
 
 namespace {
 
-// A plain class with its fields public, in this order, and nothing else.
+// A plain class with these public fields in this order.
 struct Layout
 {
     std::string verifiedReleases, error, id, idLike, versionId, prettyName;
@@ -131,7 +131,7 @@ TEST_F(Detection, read_error_keeps_the_lines_before_it)
 
 TEST_F(Detection, line_of_254_characters_is_read_whole)
 {
-    // With its newline it fills a read of 255 characters exactly.
+    // With its newline it is exactly 255 characters, the most that one read takes.
     const std::string name(254 - std::strlen("PRETTY_NAME="), 'n');
     const COSRelease os = detected("PRETTY_NAME=" + name + "\nID=fedora\n");
     EXPECT_EQ(os.m_prettyName, name);
@@ -146,21 +146,21 @@ TEST_F(Detection, line_of_255_characters_leaves_an_empty_line_behind)
     EXPECT_EQ(os.m_id, "fedora");
 }
 
-TEST_F(Detection, longer_line_is_cut_after_255_characters)
+TEST_F(Detection, longer_line_is_split_after_255_characters)
 {
     const std::string fits(255 - std::strlen("PRETTY_NAME="), 'n');
     const COSRelease os = detected("ID=fedora\nPRETTY_NAME=" + fits + "rest\n");
     EXPECT_EQ(os.m_prettyName, fits);
 }
 
-TEST_F(Detection, rest_of_a_long_line_with_one_equals_sign_is_a_line_of_its_own)
+TEST_F(Detection, rest_of_a_long_line_counts_as_a_line)
 {
     const std::string comment(255, '#');
     const COSRelease os = detected(comment + "ID=fedora\n");
     EXPECT_EQ(os.m_id, "fedora");
 }
 
-TEST_F(Detection, third_piece_of_a_long_line_is_a_line_of_its_own_too)
+TEST_F(Detection, third_piece_of_a_long_line_counts_as_a_line)
 {
     const std::string comment(510, '#');
     EXPECT_EQ(detected(comment + "ID=fedora\n").m_id, "fedora");
@@ -173,7 +173,7 @@ TEST_F(Detection, nul_byte_hides_the_rest_of_its_line)
     EXPECT_EQ(os.m_prettyName, "P");
 }
 
-TEST_F(Detection, trace_is_silent_unless_the_host_asks)
+TEST_F(Detection, nothing_is_traced_by_default)
 {
     EXPECT_EQ(captured(STDERR_FILENO, [] { detected("ID=fedora\n"); }), "");
 }
@@ -192,7 +192,7 @@ TEST_F(Detection, trace_of_a_failed_detection)
     EXPECT_EQ(captured(STDERR_FILENO, [] { detected(); }), "|(0.0.0)\n\n");
 }
 
-TEST_F(Detection, trace_goes_to_standard_error_alone)
+TEST_F(Detection, trace_goes_to_standard_error_only)
 {
     g_kq_verbose = true;
     std::string errors;
@@ -202,14 +202,14 @@ TEST_F(Detection, trace_goes_to_standard_error_alone)
     EXPECT_EQ(errors, "fedora|43(43.0.0)\n\n");
 }
 
-TEST_F(Detection, any_non_zero_byte_asks_for_the_trace)
+TEST_F(Detection, any_non_zero_byte_switches_the_trace_on)
 {
     const unsigned char two = 2;
     std::memcpy(&g_kq_verbose, &two, 1);
     EXPECT_EQ(captured(STDERR_FILENO, [] { detected("ID=arch\n"); }), "arch|(0.0.0)\n\n");
 }
 
-// One file each, and the fields that it leaves behind.
+// A file and the fields after reading it.
 struct Release
 {
     const char* name;
@@ -287,8 +287,8 @@ INSTANTIATE_TEST_SUITE_P(Line, DetectedFrom,
         Release{"fourth_piece_need_not_be_a_number", "ID=a\nVERSION_ID=1.2.3.x\n", "a", "", "1.2.3.x", "", 1, 2, 3}),
     rowName);
 
-// What releases in the field say, each for what it teaches.
-INSTANTIATE_TEST_SUITE_P(Field, DetectedFrom,
+// Files of real releases.
+INSTANTIATE_TEST_SUITE_P(RealRelease, DetectedFrom,
     testing::Values(Release{"rhel_10",
                         "ID=\"rhel\"\nID_LIKE=\"centos fedora\"\nVERSION_ID=\"10.0\"\n"
                         "PRETTY_NAME=\"Red Hat Enterprise Linux 10.0 (Coughlan)\"\n",
@@ -316,7 +316,7 @@ INSTANTIATE_TEST_SUITE_P(Field, DetectedFrom,
         Release{"identifier_in_capitals",
             "ID=\"openEuler\"\nVERSION_ID=\"20.03\"\nPRETTY_NAME=\"openEuler 20.03 (LTS)\"\n", "openEuler", "", "20.03",
             "openEuler 20.03 (LTS)", 20, 3},
-        Release{"tumbleweed_dates_its_version",
+        Release{"tumbleweed_version_is_a_date",
             "ID=\"opensuse-tumbleweed\"\nID_LIKE=\"opensuse suse\"\nVERSION_ID=\"20240823\"\n"
             "PRETTY_NAME=\"openSUSE Tumbleweed\"\n",
             "opensuse-tumbleweed", "opensuse suse", "20240823", "openSUSE Tumbleweed", 20240823},
@@ -329,7 +329,7 @@ INSTANTIATE_TEST_SUITE_P(Field, DetectedFrom,
         Release{"no_pretty_name", "ID=coreos\nVERSION_ID=3.15.4", "coreos", "", "3.15.4", "", 3, 15, 4}),
     rowName);
 
-// A version that is no number leaves the constructor as the conversion's exception.
+// A version that is not a number makes the constructor throw the exception of the conversion.
 struct BadVersion
 {
     const char* name;
@@ -348,7 +348,7 @@ protected:
     void TearDown() override { fakes::reset(); }
 };
 
-TEST_P(VersionThrows, out_of_the_constructor)
+TEST_P(VersionThrows, from_the_constructor)
 {
     fakes::osRelease(GetParam().text);
     CommandLine line;

@@ -17,7 +17,7 @@ struct Row
     const char* name;
     const char* id;
     const char* idLike;
-    std::string families; // of "rpm suse deb pacman", those that hold, in this order
+    std::string families; // those that apply, in the order "rpm suse deb pacman"
 };
 
 void PrintTo(const Row& row, std::ostream* out)
@@ -50,7 +50,7 @@ protected:
     }
 };
 
-TEST_P(Families, hold)
+TEST_P(Families, apply)
 {
     COSRelease os = release(GetParam());
     EXPECT_EQ(familiesOf(os), GetParam().families);
@@ -75,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(ById, Families,
         Row{"none", "gentoo", "", ""}, Row{"unknown", "", "", ""}, Row{"case_counts", "Fedora", "", ""},
         Row{"opensuse_leap_by_substring", "opensuse-leap", "", "rpm suse"},
         Row{"sles_sap_by_substring", "sles_sap", "", "rpm suse"}, Row{"archarm_by_substring", "archarm", "", "pacman"},
-        Row{"substring_at_the_end", "x-fedora", "", "rpm"}, Row{"kept_quotes_do_not_hide", "\"debian\"\r", "", "deb"},
+        Row{"substring_at_the_end", "x-fedora", "", "rpm"}, Row{"quotes_do_not_matter", "\"debian\"\r", "", "deb"},
         Row{"two_families_in_one_identifier", "debian-arch", "", "deb pacman"}),
     rowName);
 

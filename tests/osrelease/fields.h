@@ -5,7 +5,7 @@
 
 #include <tuple>
 
-/// All that a release holds, to compare two or one before and after.
+/// Returns all fields, to compare two releases or one before and after a call.
 inline auto fieldsOf(const COSRelease& os)
 {
     return std::make_tuple(os.m_verifiedReleases, os.m_error, os.m_id, os.m_idLike, os.m_versionId, os.m_prettyName,

@@ -29,7 +29,7 @@ void PrintTo(const Forced& row, std::ostream* out)
 class ForcedIdentity : public testing::TestWithParam<Forced>
 {
 protected:
-    // A file that detection would take, so that a look at it shows.
+    // If the detection read this file, the fields would show it.
     void SetUp() override { fakes::osRelease("ID=file\nID_LIKE=like\nVERSION_ID=1.2.3\nPRETTY_NAME=Pretty\n"); }
     void TearDown() override
     {
@@ -112,7 +112,7 @@ protected:
     }
 };
 
-TEST_P(RejectedName, leaves_its_complaint)
+TEST_P(RejectedName, sets_the_error)
 {
     CommandLine line(GetParam().words);
     const COSRelease os(line.argc(), line.argv());
@@ -142,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Override, RejectedName,
         Rejected{"the_option_itself_as_name", {"zk_install", "--distrib", "--distrib", "arch"},
             "Unknown distribution \"--distrib\"\n\n" + usage},
         Rejected{"empty_name", {"zk_install", "--distrib", ""}, "Unknown distribution \"\"\n\n" + usage},
-        Rejected{"name_with_more_behind", {"zk_install", "--distrib", "arch "},
+        Rejected{"name_with_a_trailing_blank", {"zk_install", "--distrib", "arch "},
             "Unknown distribution \"arch \"\n\n" + usage},
         Rejected{"identifier_instead_of_the_name", {"zk_install", "--distrib", "almalinux"},
             "Unknown distribution \"almalinux\"\n\n" + usage},
@@ -269,7 +269,7 @@ TEST_F(ForceOS, never_changes_the_arguments)
     EXPECT_EQ(line.pointers(), pointers);
 }
 
-TEST_F(ForceOS, looks_no_further_than_argc)
+TEST_F(ForceOS, reads_only_argc_arguments)
 {
     CommandLine line({"zk_install", "-x", "--distrib", "arch"});
     EXPECT_FALSE(os.ForceOS(2, line.argv()));

@@ -1,8 +1,8 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
-#include "fields.h"
 #include "fakes.h"
+#include "fields.h"
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/rows.h"
@@ -63,7 +63,7 @@ TEST_P(PackageQuery, runs_one_command_line)
     EXPECT_EQ(fakes::commands(), std::vector<std::string>{GetParam().commandForBinutils});
 }
 
-TEST_P(PackageQuery, asks_again_every_time)
+TEST_P(PackageQuery, runs_the_tool_on_every_call)
 {
     fakes::shell([](const std::string&) { return 0; });
     (os.*GetParam().installed)("binutils");
@@ -71,7 +71,7 @@ TEST_P(PackageQuery, asks_again_every_time)
     EXPECT_EQ(fakes::commands().size(), 2U);
 }
 
-TEST_P(PackageQuery, puts_the_name_in_unquoted)
+TEST_P(PackageQuery, does_not_quote_the_name)
 {
     fakes::shell([](const std::string&) { return 0; });
     (os.*GetParam().installed)("two words; $x");
@@ -125,7 +125,7 @@ TEST_P(PackageQuery, bits_above_the_status_do_not_count)
 
 INSTANTIATE_TEST_SUITE_P(Tools, PackageQuery, testing::ValuesIn(tools), rowName);
 
-// The real shell, with programs on the path in the tools' place that note how they were called.
+// Runs the real shell, with fake tools on the path that record how they were called.
 class QueryThroughTheShell : public testing::Test
 {
 protected:
@@ -183,14 +183,14 @@ TEST_F(QueryThroughTheShell, dpkg_status_words_decide_whatever_the_exit_status)
 
 TEST_F(QueryThroughTheShell, shell_ended_by_a_signal_is_installed)
 {
-    // The name is interpreted by the shell, so it can make the shell end itself.
+    // The shell interprets the name, so a name can make the shell kill itself.
     const std::string name = "x; kill -KILL $$ #";
     EXPECT_TRUE(os.RpmInstalled(name));
     EXPECT_TRUE(os.DebInstalled(name));
     EXPECT_TRUE(os.PacmanInstalled(name));
 }
 
-TEST_F(QueryThroughTheShell, dpkg_query_ended_by_a_signal_is_absent_since_it_says_nothing)
+TEST_F(QueryThroughTheShell, dpkg_query_ended_by_a_signal_is_absent_because_it_prints_nothing)
 {
     toolIs("dpkg-query", "kill -KILL $$\n");
     EXPECT_FALSE(os.DebInstalled("binutils"));
@@ -204,7 +204,7 @@ TEST_F(QueryThroughTheShell, missing_tool_is_absent)
     EXPECT_FALSE(os.PacmanInstalled("binutils"));
 }
 
-TEST_F(QueryThroughTheShell, tools_are_never_heard)
+TEST_F(QueryThroughTheShell, output_of_the_tools_is_discarded)
 {
     const std::string noise = "echo loud; echo loud >&2; exit 1\n";
     for (const char* const tool : {"rpm", "dpkg-query", "pacman"})

@@ -1,8 +1,8 @@
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
-#include "fields.h"
 #include "fakes.h"
+#include "fields.h"
 #include "support/rows.h"
 #include "texts.h"
 
@@ -43,7 +43,7 @@ class SupportedRelease : public testing::TestWithParam<Supported>
 {
 };
 
-TEST_P(SupportedRelease, leaves_the_message_alone)
+TEST_P(SupportedRelease, keeps_the_message)
 {
     COSRelease os = detected(GetParam().id, GetParam().major);
     const auto before = fieldsOf(os);
@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(Policy, SupportedRelease,
         Supported{"almalinux_8_although_the_text_says_9", "almalinux", 8}, Supported{"fedora_43", "fedora", 43},
         Supported{"ubuntu_22", "ubuntu", 22}, Supported{"linuxmint_22", "linuxmint", 22},
         Supported{"sled_16", "sled", 16}, Supported{"sles_16", "sles", 16}, Supported{"opensuse_16", "opensuse", 16},
-        Supported{"tumbleweed_dates_its_version", "opensuse-tumbleweed", 20240101}, Supported{"arch_0", "arch", 0},
+        Supported{"tumbleweed_version_is_a_date", "opensuse-tumbleweed", 20240101}, Supported{"arch_0", "arch", 0},
         Supported{"arch_of_any_version", "arch", lowest}, Supported{"archarm_by_substring", "archarm", 0},
         Supported{"largest_version", "fedora", highest}, Supported{"rhel_row_comes_before_fedora", "fedora-rhel", 8},
         Supported{"centos_row_comes_before_rocky", "rocky-centos", 8},
@@ -185,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(Policy, NotVerifiedRelease,
             "alma_alone_has_no_row", "alma", "", "", "9", "Zentrak'26 was not verified to run under \"alma\" 9\n\n"}),
     rowName);
 
-TEST(PolicyOf, overridden_release_has_no_list_of_verified_ones)
+TEST(PolicyOf, overridden_release_has_no_list_of_verified_releases)
 {
     CommandLine line({"zk_install", "--distrib", "rhel"});
     COSRelease os(line.argc(), line.argv());

@@ -35,7 +35,7 @@ static_assert(std::is_same_v<decltype(&COSRelease::CheckPrerequisites), void (*)
 
 using Words = std::vector<std::string>;
 
-// What one family asks for and says, written out by hand.
+// The commands, packages and texts of one family, written out by hand.
 struct Family
 {
     const char* override;
@@ -107,7 +107,7 @@ protected:
     }
 
     void thenOutputIs(const std::string& expected) const { EXPECT_EQ(m_output, expected); }
-    void thenAskedFor(const Family& family, const Words& packages) const
+    void thenQueried(const Family& family, const Words& packages) const
     {
         Words expected;
         for (const std::string& package : packages)
@@ -150,7 +150,7 @@ private:
     std::string m_inputLeft;
 };
 
-TEST_F(Prerequisites, of_no_known_family_ask_nothing_and_say_nothing)
+TEST_F(Prerequisites, unknown_family_queries_and_prints_nothing)
 {
     checkDetected("ID=gentoo\nVERSION_ID=2\n");
     thenOutputIs("");
@@ -158,7 +158,7 @@ TEST_F(Prerequisites, of_no_known_family_ask_nothing_and_say_nothing)
     EXPECT_EQ(inputLeft(), "\n");
 }
 
-TEST_F(Prerequisites, of_an_unknown_release_say_nothing_of_it)
+TEST_F(Prerequisites, unknown_release_prints_nothing)
 {
     checkDetected("");
     thenOutputIs("");
@@ -166,7 +166,7 @@ TEST_F(Prerequisites, of_an_unknown_release_say_nothing_of_it)
     EXPECT_TRUE(fakes::commands().empty());
 }
 
-TEST_F(Prerequisites, of_a_rejected_override_say_nothing)
+TEST_F(Prerequisites, rejected_override_prints_nothing)
 {
     fakes::shell([](const std::string&) { return 1 << 8; });
     CommandLine line({"zk_install", "--distrib", "beos"});
@@ -174,32 +174,32 @@ TEST_F(Prerequisites, of_a_rejected_override_say_nothing)
     EXPECT_TRUE(fakes::commands().empty());
 }
 
-TEST_F(Prerequisites, of_a_refused_release_are_checked_all_the_same)
+TEST_F(Prerequisites, unsupported_release_is_checked_too)
 {
     checkDetected("ID=debian\nVERSION_ID=8\n");
     thenOutputIs(request(debian, "binutils"));
 }
 
-TEST_F(Prerequisites, of_a_release_both_rpm_and_debian_are_those_of_rpm)
+TEST_F(Prerequisites, release_like_rpm_and_debian_is_checked_as_rpm)
 {
     checkDetected("ID=x\nID_LIKE=\"debian fedora\"\n");
     thenOutputIs(request(rpm, "binutils"));
-    thenAskedFor(rpm, rpm.base + rpm.display);
+    thenQueried(rpm, rpm.base + rpm.display);
 }
 
-TEST_F(Prerequisites, of_a_release_like_suse_are_those_of_suse)
+TEST_F(Prerequisites, release_like_suse_is_checked_as_suse)
 {
     checkDetected("ID=x\nID_LIKE=suse\n");
     thenOutputIs(request(suse, "binutils libgthread-2_0-0"));
 }
 
-TEST_F(Prerequisites, of_a_release_both_debian_and_arch_are_those_of_debian)
+TEST_F(Prerequisites, release_like_debian_and_arch_is_checked_as_debian)
 {
     checkDetected("ID=archdebian\n");
     thenOutputIs(request(debian, "binutils"));
 }
 
-TEST_F(Prerequisites, are_the_same_for_every_version_of_a_family)
+TEST_F(Prerequisites, version_does_not_matter)
 {
     checkDetected("ID=fedora\nVERSION_ID=1\n");
     thenOutputIs(request(rpm, "binutils"));
@@ -207,7 +207,7 @@ TEST_F(Prerequisites, are_the_same_for_every_version_of_a_family)
     thenOutputIs(request(rpm, "binutils"));
 }
 
-TEST_F(Prerequisites, version_that_is_no_number_throws_before_anything_is_asked)
+TEST_F(Prerequisites, version_that_is_not_a_number_throws_before_any_query)
 {
     EXPECT_THROW(checkDetected("ID=fedora\nVERSION_ID=rolling\n"), std::invalid_argument);
     EXPECT_TRUE(fakes::commands().empty());
@@ -222,7 +222,7 @@ TEST_F(Prerequisites, second_check_repeats_everything)
     thenOutputIs(request(debian, "binutils"));
 }
 
-TEST_F(Prerequisites, second_check_detects_anew)
+TEST_F(Prerequisites, second_check_detects_again)
 {
     checkDetected("ID=fedora\nVERSION_ID=43\n");
     thenOutputIs(request(rpm, "binutils"));
@@ -230,7 +230,7 @@ TEST_F(Prerequisites, second_check_detects_anew)
     thenOutputIs(request(debian, "binutils"));
 }
 
-TEST_F(Prerequisites, leave_their_release_allocated)
+TEST_F(Prerequisites, release_stays_on_the_heap)
 {
     checkDetected("ID=fedora\nVERSION_ID=43\n");
     // The first member and the last that is set: a freed block holds other bytes.
@@ -238,10 +238,10 @@ TEST_F(Prerequisites, leave_their_release_allocated)
     EXPECT_EQ(newestRelease->m_major, 43);
 }
 
-TEST_F(Prerequisites, are_not_asked_again_after_the_wait)
+TEST_F(Prerequisites, nothing_is_queried_after_the_wait)
 {
     check(debian, {});
-    thenAskedFor(debian, debian.base + debian.display);
+    thenQueried(debian, debian.base + debian.display);
 }
 
 TEST_F(Prerequisites, end_of_input_ends_the_wait)
@@ -275,14 +275,14 @@ TEST_F(Prerequisites, nothing_missing_reads_nothing)
     EXPECT_EQ(inputLeft(), "line\n");
 }
 
-// What is installed, and the whole of what the user sees then.
+// The installed packages and what is printed then.
 struct Situation
 {
     const char* name;
     const Family* family;
     Words installed;
-    std::string missing; // nothing is printed when it is empty
-    bool gluIsAsked;
+    std::string missing; // if empty, nothing is printed
+    bool gluIsQueried;
 };
 
 void PrintTo(const Situation& situation, std::ostream* out)
@@ -294,14 +294,14 @@ class PrerequisitesOf : public Prerequisites, public testing::WithParamInterface
 {
 };
 
-TEST_P(PrerequisitesOf, situation)
+TEST_P(PrerequisitesOf, installed_packages)
 {
     const Family& family = *GetParam().family;
     check(family, GetParam().installed);
 
     const std::string& missing = GetParam().missing;
     thenOutputIs(missing.empty() ? "" : request(family, missing));
-    thenAskedFor(family, family.base + family.display + (GetParam().gluIsAsked ? family.glu : Words{}));
+    thenQueried(family, family.base + family.display + (GetParam().gluIsQueried ? family.glu : Words{}));
     EXPECT_EQ(errors(), "");
     EXPECT_EQ(inputLeft(), missing.empty() ? "\n" : "");
 }
@@ -382,12 +382,12 @@ INSTANTIATE_TEST_SUITE_P(Pacman, PrerequisitesOf,
             true}),
     rowName);
 
-// Every package of every family, missing alone and installed alone.
+// Each package of each family as the only missing one and as the only installed one.
 class SinglePackage : public Prerequisites, public testing::WithParamInterface<const Family*>
 {
 };
 
-TEST_P(SinglePackage, missing_alone_is_all_that_is_printed)
+TEST_P(SinglePackage, only_missing_package_is_printed_alone)
 {
     const Family& family = *GetParam();
     const Words all = family.base + family.display + family.glu;
@@ -396,11 +396,11 @@ TEST_P(SinglePackage, missing_alone_is_all_that_is_printed)
         installed.erase(std::find(installed.begin(), installed.end(), package));
         check(family, installed);
         thenOutputIs(request(family, package));
-        thenAskedFor(family, all);
+        thenQueried(family, all);
     }
 }
 
-TEST_P(SinglePackage, of_the_display_list_installed_alone_makes_the_rest_count)
+TEST_P(SinglePackage, only_installed_display_package_makes_the_others_count)
 {
     const Family& family = *GetParam();
     const Words all = family.base + family.display + family.glu;
@@ -410,7 +410,7 @@ TEST_P(SinglePackage, of_the_display_list_installed_alone_makes_the_rest_count)
             missing += other == package ? "" : (missing.empty() ? "" : " ") + other;
         check(family, {package});
         thenOutputIs(request(family, missing));
-        thenAskedFor(family, all);
+        thenQueried(family, all);
     }
 }
 

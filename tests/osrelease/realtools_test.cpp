@@ -1,4 +1,4 @@
-// The package queries against the real tools, each on a package database that the test makes.
+// Runs the package queries with the real tools on package databases that the tests create.
 #include "osrelease/osrelease.h"
 
 #include "commandline.h"
@@ -137,7 +137,7 @@ private:
         return dir / ("build/RPMS/noarch/" + package + "-1-1.noarch.rpm");
     }
 
-    // Debian's rpm wants to be told that it is meant; the others do not know that option.
+    // Debian's rpm refuses to install without --force-debian; other builds do not have that option.
     static void thenSucceeds(const std::vector<std::string>& command, const std::vector<std::string>& otherwise = {})
     {
         Finished finished = run(command);
@@ -190,7 +190,7 @@ protected:
         mountOver("/var/lib/pacman", dir / "db");
         install("zentrak-test");
     }
-    // The place that the mount covers is free again once it is lazily taken away.
+    // A lazy unmount works even while the directory is in use.
     void TearDown() override
     {
         run({"umount", "-l", "/var/lib/pacman"});

@@ -18,7 +18,7 @@ std::vector<std::string> pieces(const std::string& line, char delimiter)
     return found;
 }
 
-// The lines as reads of at most 255 characters give them, each up to its first NUL.
+// Returns the lines as fgets with a buffer of 256 bytes reads them, each up to its first NUL.
 std::vector<std::string> reads(std::string_view file)
 {
     std::vector<std::string> lines;

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-/// The two ways to parse a document for the DOM: names as they are written, or split into prefix and local name.
+/// The two ways to parse names for the DOM: as written, or split into prefix and local name.
 enum class Names
 {
     Plain,
@@ -21,7 +21,7 @@ inline QDomDocument parsed(const QByteArray& xml, Names names = Names::Plain)
     return document;
 }
 
-/// The whole document as text, without line breaks of Qt's own.
+/// Returns the whole document as text, without the line breaks that Qt adds.
 inline QString written(const QDomDocument& document)
 {
     return document.toString(-1);

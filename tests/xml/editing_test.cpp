@@ -106,7 +106,7 @@ TEST(UpdateElementText, empty_text_leaves_an_empty_node)
     }
 }
 
-TEST(UpdateElementText, an_empty_first_text_node_is_the_one_rewritten)
+TEST(UpdateElementText, empty_first_text_node_is_replaced)
 {
     QDomDocument document = parsed("<a>tail</a>");
     QDomElement root = document.documentElement();
@@ -230,7 +230,7 @@ TEST_F(Insertion, reference_of_another_document_inserts_nothing)
     thenDocumentIs("<r><a/></r>");
 }
 
-TEST_F(Insertion, null_parent_leaves_the_document_and_asks_for_none)
+TEST_F(Insertion, null_parent_inserts_nothing_and_needs_no_document)
 {
     given("<r><a/></r>");
     const QDomElement reference = child("a");
@@ -258,7 +258,7 @@ TEST_F(Insertion, empty_tag_name_inserts_nothing)
     thenDocumentIs("<r><a/></r>");
 }
 
-/// What becomes of names and texts that XML forbids, which is Qt's decision.
+/// What Qt makes of names and texts that XML forbids.
 struct PolicyRow
 {
     const char* name;

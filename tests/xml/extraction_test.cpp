@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What the two forms give; null where a pointer is.
+/// The result of both forms. A null pointer stands for a null result.
 struct Row
 {
     const char* name;
@@ -62,8 +62,8 @@ TEST_P(Extraction, whole_element)
         KQXml::ExtractElement(bytes(GetParam().xml), QString::fromUtf8(GetParam().tag), false), GetParam().whole);
 }
 
-// The reference implementation passes the same rows, since it judges the random cases.
-TEST_P(Extraction, by_the_reference)
+// The reference implementation must pass the same rows before random cases are compared with it.
+TEST_P(Extraction, reference_implementation)
 {
     const QString tag = QString::fromUtf8(GetParam().tag);
     expectBytes(reference::extractElement(bytes(GetParam().xml), tag, true), GetParam().content);
@@ -75,8 +75,8 @@ INSTANTIATE_TEST_SUITE_P(Found, Extraction,
         Row{"white_space_is_trimmed_from_the_content", "<r><k>  abc  </k></r>", "k", "abc", "<k>  abc  </k>"},
         Row{"first_of_two_siblings", "<r><k>1</k><k>2</k></r>", "k", "1", "<k>1</k>"},
         Row{"innermost_of_nested_closes_first", "<r><k>a<k>b</k>c</k></r>", "k", "b", "<k>b</k>"},
-        Row{"entity_and_cdata_stand_as_written", "<r><k>&lt;x&gt;<![CDATA[y]]></k></r>", "k", "&lt;x&gt;<![CDATA[y]]>",
-            "<k>&lt;x&gt;<![CDATA[y]]></k>"},
+        Row{"entity_and_cdata_are_kept_as_written", "<r><k>&lt;x&gt;<![CDATA[y]]></k></r>", "k",
+            "&lt;x&gt;<![CDATA[y]]>", "<k>&lt;x&gt;<![CDATA[y]]></k>"},
         Row{"commented_out_tag_is_skipped", "<r><!-- <k>no</k> --><k>yes</k></r>", "k", "yes", "<k>yes</k>"},
         Row{"tag_in_cdata_is_skipped", "<r><![CDATA[<k>no</k>]]><k>yes</k></r>", "k", "yes", "<k>yes</k>"},
         Row{"tag_in_an_attribute_is_skipped", "<r a=\"&lt;k>no&lt;/k>\"><k>yes</k></r>", "k", "yes", "<k>yes</k>"},
@@ -147,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(Encoding, Extraction,
             "1&e;2", "<k>1&e;2</k>"}),
     rowName);
 
-/// UTF-16 text of two bytes a character, cut as if it had one.
+/// UTF-16 takes two bytes per character, but the cut counts one.
 struct Utf16Row
 {
     const char* name;
@@ -166,7 +166,7 @@ class Utf16 : public testing::TestWithParam<Utf16Row>
 {
 };
 
-TEST_P(Utf16, is_cut_by_characters)
+TEST_P(Utf16, is_counted_in_characters)
 {
     const QByteArray xml = bytes(utf16("<r><k>1</k></r>", GetParam().bigEndian, GetParam().mark));
     EXPECT_EQ(KQXml::ExtractElement(xml, QStringLiteral("k"), true), bytes(GetParam().content));
@@ -187,7 +187,7 @@ TEST(ExtractElement, null_input_and_null_name_give_null)
     EXPECT_TRUE(KQXml::ExtractElement(QByteArray("<k>1</k>"), QString(), true).isNull());
 }
 
-TEST(ExtractElement, leaves_its_input)
+TEST(ExtractElement, does_not_change_its_input)
 {
     const QByteArray xml("<k> 1 </k>");
     QByteArray found = KQXml::ExtractElement(xml, QStringLiteral("k"), false);

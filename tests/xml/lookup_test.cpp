@@ -88,7 +88,7 @@ TEST_F(Lookup, siblings_and_ancestors_of_the_element_are_outside)
     thenNothingIsFound("a");
 }
 
-TEST_F(Lookup, tag_name_is_compared_by_case)
+TEST_F(Lookup, tag_name_is_case_sensitive)
 {
     given("<r><name>x</name></r>");
     thenNothingIsFound("Name");
@@ -116,7 +116,7 @@ TEST_F(Lookup, attribute_gives_its_value_unescaped)
     EXPECT_EQ(attribute("k", "v"), u("<1 \xc3\xa9"));
 }
 
-TEST_F(Lookup, attribute_of_a_later_match_is_not_asked)
+TEST_F(Lookup, attribute_of_a_later_match_is_ignored)
 {
     given("<r><k/><k v=\"1\"/></r>");
     EXPECT_TRUE(attribute("k", "v").isNull());
@@ -138,13 +138,13 @@ TEST_F(Lookup, equal_texts_are_all_listed_untrimmed)
     EXPECT_EQ(texts("k").first(), u(" 1 "));
 }
 
-TEST_F(Lookup, text_holds_nested_text_cdata_and_entities)
+TEST_F(Lookup, text_includes_nested_text_cdata_and_entities)
 {
     given("<r><k>a<b>b<!--no--></b><![CDATA[<c>]]>&amp;d</k></r>");
     EXPECT_EQ(text("k"), u("ab<c>&d"));
 }
 
-TEST_F(Lookup, names_in_comments_cdata_attributes_and_instructions_are_no_elements)
+TEST_F(Lookup, names_in_comments_cdata_attributes_and_instructions_do_not_match)
 {
     given("<r a=\"k\" k=\"1\"><!--<k>1</k>--><![CDATA[<k>2</k>]]><?k 3?>k</r>");
     thenNothingIsFound("k");
@@ -178,7 +178,7 @@ TEST_F(Lookup, with_namespaces_only_the_local_name_counts)
     thenFound("k", {"1", "2"});
 }
 
-TEST_F(Lookup, with_namespaces_an_attribute_too_goes_by_its_local_name)
+TEST_F(Lookup, with_namespaces_only_the_local_name_of_an_attribute_counts)
 {
     given("<r xmlns:x=\"u\"><k x:v=\"1\"/></r>", Names::Namespaces);
     EXPECT_EQ(attribute("k", "v"), u("1"));
@@ -208,7 +208,7 @@ TEST_F(Lookup, empty_name_matches_an_element_renamed_to_nothing)
     thenFound("", {"1"});
 }
 
-TEST_F(Lookup, null_name_stands_for_the_child_elements)
+TEST_F(Lookup, null_name_selects_the_child_elements)
 {
     given("<r><k>1<j>2</j></k>t<j>3</j><!--c--></r>");
     EXPECT_EQ(text(nullptr), u("12"));
@@ -217,7 +217,7 @@ TEST_F(Lookup, null_name_stands_for_the_child_elements)
     EXPECT_EQ(elements(nullptr).size(), 2);
 }
 
-TEST_F(Lookup, null_name_finds_no_first_element_behind_a_text)
+TEST_F(Lookup, null_name_has_no_first_match_if_the_first_child_is_text)
 {
     given("<r>t<k v=\"x\">1</k></r>");
     EXPECT_TRUE(text(nullptr).isNull());
@@ -226,7 +226,7 @@ TEST_F(Lookup, null_name_finds_no_first_element_behind_a_text)
     EXPECT_EQ(texts(nullptr), QStringList({u("1")}));
 }
 
-TEST_F(Lookup, null_name_with_no_child)
+TEST_F(Lookup, null_name_without_children)
 {
     given("<r/>");
     thenNothingIsFound(nullptr);
@@ -243,7 +243,7 @@ TEST_F(Lookup, elements_inside_an_entity_reference_are_found)
     thenFound("k", {"1", "2"});
 }
 
-TEST_F(Lookup, node_named_like_the_tag_but_no_element)
+TEST_F(Lookup, other_nodes_with_the_name_do_not_match)
 {
     given("<r/>");
     root.appendChild(document.createEntityReference(u("k")));
@@ -252,7 +252,7 @@ TEST_F(Lookup, node_named_like_the_tag_but_no_element)
     thenNothingIsFound("#text");
 }
 
-TEST_F(Lookup, works_in_a_tree_that_was_never_inserted)
+TEST_F(Lookup, tree_that_was_never_inserted)
 {
     given("<r/>");
     root = document.createElement(u("free"));
@@ -262,7 +262,7 @@ TEST_F(Lookup, works_in_a_tree_that_was_never_inserted)
     thenFound("k", {"1"});
 }
 
-TEST_F(Lookup, works_when_the_document_handle_is_gone)
+TEST_F(Lookup, document_handle_that_is_gone)
 {
     given("<r><k>1</k><k>2</k></r>");
     document = QDomDocument();
@@ -270,7 +270,7 @@ TEST_F(Lookup, works_when_the_document_handle_is_gone)
     thenNothingIsFound("j");
 }
 
-/// Where the match stands among the nodes below the root, which must not change what is found.
+/// The position of the match among the nodes below the root.
 struct Position
 {
     const char* name;
@@ -332,7 +332,7 @@ INSTANTIATE_TEST_SUITE_P(Position, MatchPosition,
         Position{"after_16_and_last", 16, 0}, Position{"after_17_and_last", 17, 0}),
     rowName);
 
-TEST_F(Lookup, long_walk_stays_below_the_element)
+TEST_F(Lookup, search_stays_below_the_element)
 {
     const QByteArray filler = QByteArray("<f/>").repeated(200);
     given("<r><a>" + filler + "</a><k>outside</k></r>");

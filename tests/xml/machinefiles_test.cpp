@@ -39,7 +39,7 @@ QStringList xmlFiles()
     return found;
 }
 
-/// The names of the first, the middle and the last element, and one that is not there.
+/// Returns the names of the first, the middle and the last element, and one that does not occur.
 std::set<QString> namesIn(const QByteArray& xml)
 {
     QList<QString> names;
@@ -53,7 +53,7 @@ std::set<QString> namesIn(const QByteArray& xml)
     return chosen;
 }
 
-/// How many elements were found.
+/// Returns how many elements were found.
 int expectSameExtraction(const QByteArray& xml)
 {
     int found = 0;
@@ -68,7 +68,7 @@ int expectSameExtraction(const QByteArray& xml)
     return found;
 }
 
-/// How many elements were found; none in a file that Qt does not parse.
+/// Returns how many elements were found; 0 if Qt does not parse the file.
 int expectSameLookups(const QByteArray& xml)
 {
     QDomDocument document;

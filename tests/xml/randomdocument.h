@@ -7,11 +7,11 @@
 #include <QString>
 #include <QStringList>
 
-/// The names that random documents are made of, some of them alike but for case or prefix.
+/// Returns the element names in random documents. Some differ only in case or prefix.
 const QStringList& elementNames();
 
-/// A document of elements with and without prefix and content, attributes, text outside ASCII, CDATA, comments,
-/// instructions and entities. Most are well-formed; a prefix is now and then not declared.
+/// Returns a document of elements with and without prefix and content, attributes, text outside ASCII, CDATA, comments,
+/// processing instructions and entities. Most are well-formed; sometimes a prefix is not declared.
 QByteArray randomDocument(Random& random);
 
 #endif

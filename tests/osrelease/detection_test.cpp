@@ -223,11 +223,6 @@ struct Release
     std::int32_t patch = 0;
 };
 
-void PrintTo(const Release& release, std::ostream* out)
-{
-    *out << release.name;
-}
-
 class DetectedFrom : public testing::TestWithParam<Release>
 {
 protected:
@@ -337,11 +332,6 @@ struct BadVersion
     bool outOfRange;
 };
 
-void PrintTo(const BadVersion& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class VersionThrows : public testing::TestWithParam<BadVersion>
 {
 protected:
@@ -381,11 +371,6 @@ struct Quoted
     const char* after;
 };
 
-void PrintTo(const Quoted& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class RemoveQuotes : public testing::TestWithParam<Quoted>
 {
 };
@@ -414,11 +399,6 @@ struct Split
     char delimiter;
     std::vector<std::string> pieces;
 };
-
-void PrintTo(const Split& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class SplitLine : public testing::TestWithParam<Split>
 {

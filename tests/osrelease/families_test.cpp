@@ -20,11 +20,6 @@ struct Row
     std::string families; // those that apply, in the order "rpm suse deb pacman"
 };
 
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class Families : public testing::TestWithParam<Row>
 {
 protected:

@@ -21,11 +21,6 @@ struct Forced
     std::int32_t patch;
 };
 
-void PrintTo(const Forced& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class ForcedIdentity : public testing::TestWithParam<Forced>
 {
 protected:
@@ -96,11 +91,6 @@ struct Rejected
     std::string error;
 };
 
-void PrintTo(const Rejected& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class RejectedName : public testing::TestWithParam<Rejected>
 {
 protected:
@@ -155,11 +145,6 @@ struct NoOverride
     const char* name;
     std::vector<const char*> words;
 };
-
-void PrintTo(const NoOverride& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class WithoutOverride : public testing::TestWithParam<NoOverride>
 {

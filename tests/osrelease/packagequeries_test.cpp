@@ -32,11 +32,6 @@ struct Tool
     std::string commandForBinutils;
 };
 
-void PrintTo(const Tool& tool, std::ostream* out)
-{
-    *out << tool.name;
-}
-
 const Tool tools[] = {
     {"rpm", &COSRelease::RpmInstalled, "rpm -q --quiet binutils >/dev/null 2>&1"},
     {"dpkg", &COSRelease::DebInstalled, "dpkg-query -W -f='${Status}' binutils 2>/dev/null | grep -q 'ok installed'"},

@@ -34,11 +34,6 @@ struct Supported
     std::int32_t major;
 };
 
-void PrintTo(const Supported& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class SupportedRelease : public testing::TestWithParam<Supported>
 {
 };
@@ -74,11 +69,6 @@ struct Refused
     std::int32_t major;
     const char* text;
 };
-
-void PrintTo(const Refused& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class RefusedRelease : public testing::TestWithParam<Refused>
 {
@@ -143,11 +133,6 @@ struct NotVerified
     const char* versionId;
     const char* text;
 };
-
-void PrintTo(const NotVerified& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class NotVerifiedRelease : public testing::TestWithParam<NotVerified>
 {

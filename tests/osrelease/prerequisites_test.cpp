@@ -285,11 +285,6 @@ struct Situation
     bool gluIsQueried;
 };
 
-void PrintTo(const Situation& situation, std::ostream* out)
-{
-    *out << situation.name;
-}
-
 class PrerequisitesOf : public Prerequisites, public testing::WithParamInterface<Situation>
 {
 };

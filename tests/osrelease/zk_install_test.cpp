@@ -185,11 +185,6 @@ struct Misuse
     std::string message;
 };
 
-void PrintTo(const Misuse& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class Misused : public Installer, public testing::WithParamInterface<Misuse>
 {
 };

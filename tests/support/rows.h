@@ -4,10 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <ostream>
 #include <string>
 
 /// Names the cases of a parameterised test after their rows: every row type has a `name` of letters, digits and '_'.
 inline constexpr auto rowName = [](const auto& info) { return std::string(info.param.name); };
+
+namespace {
+
+/// Prints a row as its name. In the unnamed namespace, where GoogleTest finds it for the row types of the tests.
+template <typename Row>
+auto operator<<(std::ostream& out, const Row& row) -> decltype(out << row.name)
+{
+    return out << row.name;
+}
+
+} // namespace
 
 /// For what a machine may not allow (a namespace, a tool). Says why the test skips; on the CI machine nothing may skip,
 /// so there it fails.

@@ -17,11 +17,6 @@ struct UpdateRow
     const char* after;
 };
 
-void PrintTo(const UpdateRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class UpdateText : public testing::TestWithParam<UpdateRow>
 {
 };
@@ -269,11 +264,6 @@ struct PolicyRow
     const char* insertedName;  ///< `<r/>` with an element `a<b` and the text "x" inserted
     const char* insertedNoise; ///< `<r/>` with an element `<<` and the text "x" inserted
 };
-
-void PrintTo(const PolicyRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class InvalidData : public testing::TestWithParam<PolicyRow>
 {

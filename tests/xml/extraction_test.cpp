@@ -20,11 +20,6 @@ struct Row
     const char* whole;
 };
 
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 QByteArray bytes(const std::string& text)
 {
     return QByteArray(text.data(), qsizetype(text.size()));
@@ -156,11 +151,6 @@ struct Utf16Row
     std::string content;
     std::string whole;
 };
-
-void PrintTo(const Utf16Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class Utf16 : public testing::TestWithParam<Utf16Row>
 {

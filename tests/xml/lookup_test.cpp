@@ -278,11 +278,6 @@ struct Position
     int after;
 };
 
-void PrintTo(const Position& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class MatchPosition : public testing::TestWithParam<Position>
 {
 protected:

@@ -52,11 +52,6 @@ struct Shown
     std::string out;
 };
 
-void PrintTo(const Shown& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class Show : public Program, public testing::WithParamInterface<Shown>
 {
 };
@@ -101,11 +96,6 @@ struct Refused
     int status;
     const char* message; ///< with {} for the path of the settings file
 };
-
-void PrintTo(const Refused& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class Refuse : public Program, public testing::WithParamInterface<Refused>
 {
@@ -164,11 +154,6 @@ struct Extracted
     const char* content;
 };
 
-void PrintTo(const Extracted& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class Extract : public Program, public testing::WithParamInterface<Extracted>
 {
 protected:
@@ -219,11 +204,6 @@ struct Edited
     const char* value;
     const char* out;
 };
-
-void PrintTo(const Edited& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class Edit : public testing::TestWithParam<std::tuple<const char*, Edited>>
 {

@@ -25,9 +25,9 @@ constexpr char description[] =
     "Exit status: 0 the release is supported and no package is missing, 1 it is not supported or packages are missing\n"
     "(run the program again once they are installed), 2 anything else.";
 
-int complain(const QString& message)
+int complain(const char* message)
 {
-    std::fprintf(stderr, "zk_install: %s\n", message.toLocal8Bit().constData());
+    std::fprintf(stderr, "zk_install: %s\n", message);
     return trouble;
 }
 
@@ -45,7 +45,7 @@ const char* familyOf(COSRelease& os)
 ssize_t writeThrough(void* isWritten, const char* bytes, std::size_t size)
 {
     *static_cast<bool*>(isWritten) = true;
-    return write(STDOUT_FILENO, bytes, size);
+    return std::max<ssize_t>(write(STDOUT_FILENO, bytes, size), 0); // a stream expects 0 for an error
 }
 
 // CheckPrerequisites has no result: it prints if packages are missing. So it gets a standard output that notices.
@@ -77,7 +77,7 @@ int check(int argc, char** argv)
 {
     COSRelease os(argc, argv);
     if (!os.m_error.empty())
-        return complain(QString::fromLocal8Bit(os.m_error.c_str()));
+        return complain(os.m_error.c_str());
 
     const char* const family = familyOf(os);
     const std::string name = os.m_prettyName.empty() ? os.m_id + ' ' + os.m_versionId : os.m_prettyName;
@@ -88,6 +88,8 @@ int check(int argc, char** argv)
     if (!isSupported)
         std::printf("%s\n\n", refusal.c_str());
     const bool isComplete = checkPackages(family, argc, argv);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        return complain("cannot write standard output");
     return isSupported && isComplete ? ready : notReady;
 }
 
@@ -99,12 +101,12 @@ int run(QCommandLineParser& parser, int argc, char** argv)
         parser.showHelp();
     const auto isJoined = [](const QString& argument) { return argument.startsWith(QLatin1String("--distrib=")); };
     if (std::any_of(arguments.begin(), arguments.end(), isJoined)) // the library would ignore it
-        return complain(QStringLiteral("write --distrib and the name as two arguments"));
+        return complain("write --distrib and the name as two arguments");
     // A --distrib without a name is left to the library, whose message lists the names.
     if (!isUnderstood && arguments.last() != QLatin1String("--distrib"))
-        return complain(parser.errorText());
+        return complain(qPrintable(parser.errorText()));
     if (!parser.positionalArguments().isEmpty())
-        return complain(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().constFirst()));
+        return complain("unexpected argument");
     g_kq_verbose = parser.isSet(QStringLiteral("verbose"));
     return check(argc, argv);
 }
@@ -127,7 +129,7 @@ int main(int argc, char** argv)
     try {
         return run(parser, argc, argv);
     } catch (const std::logic_error&) { // the conversion of VERSION_ID throws invalid_argument or out_of_range
-        return complain(QStringLiteral("The VERSION_ID in /etc/os-release is not a version number. "
-                                       "Name the distribution with --distrib."));
+        return complain(
+            "the VERSION_ID in /etc/os-release is not a version number; name the distribution with --distrib");
     }
 }

@@ -9,12 +9,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Settings files of one kind, where packages put them. Debian 12's systemd, hicolor-icon-theme, adwaita-icon-theme,
-// htop, php8.2-cli and mariadb-common alone bring as many as `atLeast`.
+// Settings files of one kind. A bare Debian with the packages that the build needs has as many as `atLeast`.
 struct Kind
 {
     const char* name;
-    std::vector<const char*> directories;
     std::vector<const char*> endings;
     int atLeast;
     const char* section; // that a good part of them has
@@ -36,7 +34,7 @@ bool endsLike(const std::string& path, const std::vector<const char*>& endings)
 std::vector<std::string> filesOf(const Kind& kind)
 {
     std::vector<std::string> files;
-    for (const char* const directory : kind.directories) {
+    for (const char* const directory : {"/usr/lib", "/usr/lib64", "/usr/share"}) {
         std::error_code missing;
         const auto options = fs::directory_options::skip_permission_denied;
         const fs::recursive_directory_iterator end;
@@ -68,21 +66,15 @@ TEST_P(RealFiles, round_trip_byte_for_byte)
         ++roundTrips;
         understood += !real.GetValues(Text(GetParam().section), Text(GetParam().key)).isEmpty();
     }
-    EXPECT_GE(roundTrips, GetParam().atLeast) << "are the packages installed?";
+    EXPECT_GE(roundTrips, GetParam().atLeast) << "is Qt installed?";
     EXPECT_GE(understood, (GetParam().atLeast + 3) / 4);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kind, RealFiles,
     testing::ValuesIn(std::vector<Kind>{
-        {"desktop_entries", {"/usr/share/applications", "/etc/xdg/autostart"}, {".desktop"}, 1, "desktop entry",
-            "exec"},
-        {"unit_files", {"/usr/lib/systemd", "/etc/systemd"}, {".service", ".socket", ".target", ".timer", ".mount"},
-            150, "unit", "description"},
-        {"manager_configuration", {"/etc/systemd", "/usr/lib/systemd"}, {".conf"}, 4, "manager", "#loglevel"},
-        {"theme_indexes", {"/usr/share/icons", "/usr/share/themes"}, {"index.theme"}, 2, "Icon Theme", "Directories"},
-        {"php_configuration", {"/etc/php", "/usr/lib/php"}, {".ini", "php.ini-development", "php.ini-production"}, 3,
-            "PHP", "memory_limit"},
-        {"database_configuration", {"/etc/mysql"}, {".cnf"}, 3, "client-server", "socket"},
+        {"pkg_config_files", {".pc"}, 10, "", "prefix"},
+        {"qmake_specifications", {"qmake.conf"}, 20, "", "MAKEFILE_GENERATOR"},
+        {"unit_files", {".service", ".socket", ".target", ".timer", ".mount"}, 6, "unit", "description"},
     }),
     rowName);
 

@@ -20,7 +20,8 @@ bool isXml(const fs::directory_entry& entry)
 {
     static const std::set<std::string> endings = {".xml", ".svg", ".ui", ".xsd", ".xsl", ".rng"};
     std::error_code ignored;
-    return entry.is_regular_file(ignored) && endings.count(entry.path().extension()) > 0 &&
+    const bool fonts = entry.path().string().find("/fontconfig/") != std::string::npos; // NAME.conf
+    return entry.is_regular_file(ignored) && (fonts || endings.count(entry.path().extension()) > 0) &&
            entry.file_size(ignored) <= 4'000'000;
 }
 
@@ -85,17 +86,17 @@ int expectSameLookups(const QByteArray& xml)
     return found;
 }
 
-// Debian's shared-mime-info, xkb-data and iso-codes bring enough files, some of megabytes.
+// Qt itself needs the keyboard layouts (xkb-data) and fontconfig, which bring enough files.
 TEST(FilesOfThisMachine, extraction_and_lookups_agree_with_the_reference)
 {
     const QStringList files = xmlFiles();
-    EXPECT_GT(files.size(), 10) << "install shared-mime-info, xkb-data and iso-codes";
+    EXPECT_GT(files.size(), 10) << "is Qt installed?";
 
     qsizetype total = 0;
     int extracted = 0;
     int lookedUp = 0;
     for (const QString& file : files) {
-        if (total > 24'000'000)
+        if (total > 8'000'000)
             break;
         SCOPED_TRACE(file.toStdString());
         const QByteArray xml = QByteArray::fromStdString(readFile(file.toStdString()));
@@ -106,7 +107,7 @@ TEST(FilesOfThisMachine, extraction_and_lookups_agree_with_the_reference)
     std::cout << files.size() << " files, " << total << " bytes read\n";
     EXPECT_GT(extracted, 20);
     EXPECT_GT(lookedUp, 1'000);
-    EXPECT_GT(total, 1'000'000) << "install shared-mime-info, xkb-data and iso-codes";
+    EXPECT_GT(total, 500'000) << "is Qt installed?";
 }
 
 } // namespace

@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-/// What a fuzz target is: called with each input, it returns 0 or ends the process.
+/// A fuzz target: called with each input, returns 0 or ends the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// The bytes of one input, taken off the front. Past the end everything is empty or 0.
+/// The bytes of one input, taken from the front. Past the end everything is empty or 0.
 class Input
 {
 public:
@@ -22,7 +22,7 @@ public:
     }
 
     std::uint8_t byte() { return m_rest.empty() ? std::uint8_t(0) : static_cast<std::uint8_t>(take(1).front()); }
-    /// The text up to the next line end, which is taken too.
+    /// The text up to the next line end, which is removed too.
     std::string_view line()
     {
         const std::string_view text = take(std::min(m_rest.find('\n'), m_rest.size()));
@@ -42,7 +42,7 @@ private:
     std::string_view m_rest;
 };
 
-/// Ends the process, which the fuzzer keeps as a finding, when what must hold does not.
+/// Ends the process when `holds` is false, which the fuzzer records as a finding.
 inline void require(bool holds, const char* what)
 {
     if (holds)

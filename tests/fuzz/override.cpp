@@ -1,4 +1,4 @@
-// Any command line, one argument a line: an identity, a complaint or neither, as its first --distrib has it.
+// Any command line, one argument per line. The first --distrib decides: an identity, an error message, or neither.
 #include "osrelease/osrelease.h"
 
 #include "input.h"

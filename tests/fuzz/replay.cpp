@@ -1,4 +1,4 @@
-// Stands in for the fuzzer in an ordinary build: gives the target every file of the folders that it is called with.
+// The main function of an ordinary build, without a fuzzer: runs the target on every file of the given folders.
 #include "input.h"
 
 #include <filesystem>

@@ -6,7 +6,7 @@ using namespace std::string_literals;
 
 namespace {
 
-// Bytes before, edits, bytes after.
+// The bytes before the edits and after them.
 struct EditRow
 {
     const char* name;
@@ -53,11 +53,11 @@ INSTANTIATE_TEST_SUITE_P(Append, EditOf,
         {"to_an_empty_document", "", {append("net", "Port", "8080")}, "[net]\nPort = 8080\n"},
         {"new_section_goes_to_the_end", "[a]\nk=1\n\n; end\n", {append("b", "k", "2")},
             "[a]\nk=1\n\n; end\n[b]\nk = 2\n"},
-        {"new_key_goes_behind_trailing_blanks_and_comments", "[a]\nk=1\n\n; about b\n[b]\n", {append("a", "n", "2")},
+        {"new_key_goes_after_trailing_blanks_and_comments", "[a]\nk=1\n\n; about b\n[b]\n", {append("a", "n", "2")},
             "[a]\nk=1\n\n; about b\nn = 2\n[b]\n"},
-        {"behind_the_values_that_stand_together", "[s]\nk=1\nk=2\nx=0\nk=3\n", {append("s", "k", "n")},
+        {"after_the_first_run_of_the_key", "[s]\nk=1\nk=2\nx=0\nk=3\n", {append("s", "k", "n")},
             "[s]\nk=1\nk=2\nk = n\nx=0\nk=3\n"},
-        {"behind_a_last_run", "[s]\nx=0\nk=1\nk=2\n[t]\n", {append("s", "k", "n")}, "[s]\nx=0\nk=1\nk=2\nk = n\n[t]\n"},
+        {"after_a_last_run", "[s]\nx=0\nk=1\nk=2\n[t]\n", {append("s", "k", "n")}, "[s]\nx=0\nk=1\nk=2\nk = n\n[t]\n"},
         {"comment_ends_the_run", "[s]\nk=1\n; c\nk=2\n", {append("s", "k", "n")}, "[s]\nk=1\nk = n\n; c\nk=2\n"},
         {"run_ignores_case", "[s]\nkey=1\nKEY=2\nx=0\n", {append("s", "Key", "n")},
             "[s]\nkey=1\nKEY=2\nKey = n\nx=0\n"},
@@ -138,11 +138,11 @@ INSTANTIATE_TEST_SUITE_P(Update, EditOf,
         {"empty_key_skips_lines_without_an_equals_sign", "[s]\n\nstray\n=1\n", {update("s", "", "2")},
             "[s]\n\nstray\n=2\n"},
         {"empty_key_with_only_blank_lines_appends", "[s]\n\n\n[t]\n", {update("s", "", "v")}, "[s]\n\n\n = v\n[t]\n"},
-        {"empty_key_changes_a_comment_that_holds_an_equals_sign", "[s]\n\n; a=b\n=1\n", {update("s", "", "v")},
+        {"empty_key_changes_a_comment_with_an_equals_sign", "[s]\n\n; a=b\n=1\n", {update("s", "", "v")},
             "[s]\n\nv; a=b\n=1\n"},
         {"null_key_is_an_empty_one", "=1\n", {update(null, null, "2")}, "=2\n"},
         {"other_script_ignores_case", "GRÖSSE=日\n", {update("", "grösse", "本")}, "GRÖSSE=本\n"},
-        {"new_value_is_put_in_as_it_comes", "k=1\n", {update("", "k", "a;b\n[c]%1%2")}, "k=a;b\n[c]%1%2\n"},
+        {"new_value_is_inserted_unchanged", "k=1\n", {update("", "k", "a;b\n[c]%1%2")}, "k=a;b\n[c]%1%2\n"},
         {"byte_order_mark_of_a_changed_line_is_lost", "\xef\xbb\xbfk=1\nl=2\n", {update("", "k", "3")}, "k=3\nl=2\n"},
         {"byte_order_mark_of_another_line_stays", "\xef\xbb\xbfk=1\nl=2\n", {update("", "l", "3")},
             "\xef\xbb\xbfk=1\nl=3\n"},
@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(RemoveValue, EditOf,
         {"ignores_case_in_all_three", "[Sec]\nKey=Value\n", {remove("sEC", "kEY", "vALUE")}, "[Sec]\n"},
         {"ignores_case_of_other_scripts", "[ÜBER]\nСтрана=ΑΒΓ\n", {remove("über", "СТРАНА", "αβγ")}, "[ÜBER]\n"},
         {"one_line_for_each_call", "k=1\nk=1\n", {remove("", "k", "1")}, "k=1\n"},
-        {"pair_that_stands_twice_needs_two_calls", "k=1\nk=1\n",
+        {"repeated_pair_needs_two_calls", "k=1\nk=1\n",
             {remove("", "k", "1"), remove("", "k", "1"), miss("", "k", "1")}, ""},
         {"picks_the_value_among_several", "k=1\nk=2\nk=3\n", {remove("", "k", "2")}, "k=1\nk=3\n"},
         {"looks_into_every_section_of_the_name", "[s]\nk=1\n[t]\nk=2\n[S]\nk=2\n", {remove("s", "k", "2")},
@@ -191,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(RemoveValue, EditOf,
     }),
     rowName);
 
-// Each argument fills every marker of the lowest number then present, also those that an earlier argument brought in.
+// Each argument replaces every marker of the lowest number that is there then, those in earlier arguments included.
 INSTANTIATE_TEST_SUITE_P(Markers, EditOf,
     testing::ValuesIn(std::vector<EditRow>{
         {"key_with_the_first_takes_the_value", "", {append("", "%1", "v")}, "v = \n%3"},
@@ -207,7 +207,7 @@ INSTANTIATE_TEST_SUITE_P(Markers, EditOf,
         {"section_with_the_first_takes_the_newline", "", {append("%1", "k", "v")}, "[\n]%2k = v\n"},
         {"section_with_the_second_takes_the_newline", "", {append("%2", "k", "v")}, "[\n]\nk = v\n"},
         {"section_with_the_third_stays", "", {append("%3", "k", "v")}, "[%3]\nk = v\n"},
-        {"prepended_line_is_filled_alike", "", {prepend("%2", "%2", "v")}, "[\n]\nv = v\n"},
+        {"prepended_line_is_composed_alike", "", {prepend("%2", "%2", "v")}, "[\n]\nv = v\n"},
     }),
     rowName);
 
@@ -246,9 +246,9 @@ TEST_F(Composing, takes_a_newline_that_is_empty_or_null)
     }
 }
 
-TEST_F(Composing, fills_no_marker_inside_the_newline)
+TEST_F(Composing, replaces_no_marker_in_the_newline)
 {
-    // It is the last argument: nothing is filled after it.
+    // It is the last argument, so no marker is replaced after it.
     const WithNewline markers(Text("%1%2%3\n"));
     perform(append("s", "k", "v"));
     thenFileIs("[s]%1%2%3\nk = v%1%2%3\n");
@@ -325,14 +325,14 @@ class Values : public Editing
 {
 };
 
-TEST_F(Values, stand_in_call_order_after_appends)
+TEST_F(Values, are_in_call_order_after_appends)
 {
     perform(append("s", "k", "1"));
     perform(append("s", "k", "2"));
     thenValuesAre("s", "k", {"1", "2"});
 }
 
-TEST_F(Values, stand_in_reverse_call_order_after_prepends)
+TEST_F(Values, are_in_reverse_call_order_after_prepends)
 {
     perform(prepend("s", "k", "1"));
     perform(prepend("s", "k", "2"));
@@ -394,7 +394,7 @@ TEST_F(Updating, leaves_a_value_with_spaces_as_passed)
 
 TEST_F(Updating, replaces_half_a_surrogate_pair_that_the_comment_left)
 {
-    // The low half stays behind, and UTF-8 has no form for it: what stands there then is up to Qt.
+    // The low half stays. UTF-8 cannot encode it: what is written is up to Qt.
     given("k=😀;c\n");
     perform(update("", "k", "x"));
     thenLineIs(0, 0, Text("k"), Text("x"), "k=x" + QString(QChar(0xde00)).toStdString() + ";c\n");
@@ -422,7 +422,7 @@ TEST_F(Editing, text_with_markers_is_added_through_the_record)
     thenFileIs("[s]\n%L1 = %02d %2\n");
 }
 
-TEST_F(Updating, skips_a_line_whose_value_stands_behind_a_nul)
+TEST_F(Updating, skips_a_line_with_the_value_after_a_nul)
 {
     perform(append("", "k", "a\0b"s));
     perform(append("", "k", "1"));
@@ -431,7 +431,7 @@ TEST_F(Updating, skips_a_line_whose_value_stands_behind_a_nul)
     thenLineIs(0, 1, Text("k"), Text("2"), "k = 2\n");
 }
 
-TEST_F(Updating, skips_a_line_whose_equals_sign_stands_behind_a_nul)
+TEST_F(Updating, skips_a_line_with_the_equals_sign_after_a_nul)
 {
     perform(append("", "k\0"s, "1"));
     perform(update("", "k\0"s, "2"));
@@ -460,7 +460,7 @@ TEST_F(Updating, takes_the_separator_where_the_value_is_one)
     thenLineIs(0, 0, Text(""), Text("x"), "x=\n");
 }
 
-TEST_F(Updating, skips_a_line_whose_bytes_hold_no_equals_sign)
+TEST_F(Updating, skips_a_line_without_an_equals_sign_in_its_bytes)
 {
     // Clients may set the fields themselves.
     store.m_sections[0].m_lines.append(INILine(Text("k"), Text("v"), "k:v\n"));
@@ -469,7 +469,7 @@ TEST_F(Updating, skips_a_line_whose_bytes_hold_no_equals_sign)
     thenLineIs(0, 1, Text("k"), Text("w"), "k = w\n");
 }
 
-TEST_F(Updating, arguments_may_be_texts_of_the_store_itself)
+TEST_F(Updating, arguments_may_be_references_into_the_store)
 {
     given("[s]\nk=old\nl=new\n");
     const INILine& first = store.m_sections.at(1).m_lines.at(0);
@@ -478,7 +478,7 @@ TEST_F(Updating, arguments_may_be_texts_of_the_store_itself)
     thenFileIs("[s]\nk=new\nl=new\n");
 }
 
-TEST_F(Editing, removal_may_be_told_the_texts_of_the_line_that_goes)
+TEST_F(Editing, removal_arguments_may_be_references_into_the_removed_line)
 {
     given("[s]\nk=v\nl=w\n");
     const INILine& line = store.m_sections.at(1).m_lines.at(0);
@@ -486,10 +486,10 @@ TEST_F(Editing, removal_may_be_told_the_texts_of_the_line_that_goes)
     thenFileIs("[s]\nl=w\n");
 }
 
-TEST_F(Editing, appending_may_be_told_the_texts_of_the_section_that_grows)
+TEST_F(Editing, append_arguments_may_be_references_into_the_growing_section)
 {
     given("[s]\nk=v\n");
-    // Each call may move the lines, so each is told the texts anew.
+    // Each call may move the lines, so each passes the texts anew.
     const auto section = [&]() -> const INISection& { return store.m_sections.at(1); };
     for (int i = 0; i < 40; ++i) {
         store.AppendKey(section().m_name, section().m_lines.at(0).m_key, section().m_lines.at(0).m_value);

@@ -1,12 +1,12 @@
-// Runs the examples of docs/ini-format.md as they stand there.
-#include "inistore/inistore.h"
-
+// Runs the examples of docs/ini-format.md.
+#include "inistore/edits.h"
 #include "support/files.h"
 #include "support/qtprinting.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -16,7 +16,7 @@ namespace {
 
 struct Example
 {
-    int line = 0; // of the document, where it begins
+    int line = 0; // where it begins in the document
     std::string before;
     std::vector<std::string> edits;
     std::string after;
@@ -120,6 +120,9 @@ QStringList valuesIn(const std::string& bars)
     return textOf(bars.substr(1, bars.size() - 2)).split(QLatin1Char('|'));
 }
 
+const std::map<std::string, Edit::Kind> kinds = {
+    {"append", Edit::Append}, {"prepend", Edit::Prepend}, {"update", Edit::Update}, {"remove", Edit::Remove}};
+
 void apply(INIStore& store, const std::string& edit)
 {
     const std::size_t arrow = edit.find(" ->");
@@ -130,16 +133,9 @@ void apply(INIStore& store, const std::string& edit)
         const std::size_t bars = edit.find('|', arrow);
         const QStringList values = valuesIn(bars == std::string::npos ? std::string() : edit.substr(bars));
         EXPECT_EQ(store.GetValues(call.at(1), call.at(2)), values);
-    } else if (name == QLatin1String("append")) {
-        store.AppendKey(call.at(1), call.at(2), call.at(3));
-    } else if (name == QLatin1String("prepend")) {
-        store.PrependKey(call.at(1), call.at(2), call.at(3));
-    } else if (name == QLatin1String("update")) {
-        store.UpdateKey(call.at(1), call.at(2), call.at(3));
-    } else if (name == QLatin1String("remove")) {
-        EXPECT_TRUE(store.RemoveKeyValue(call.at(1), call.at(2), call.at(3)));
     } else {
-        FAIL() << "unknown edit";
+        const Edit::Kind kind = kinds.at(name.toStdString());
+        EXPECT_TRUE(perform(store, Edit{kind, call.at(1), call.at(2), call.at(3)}));
     }
 }
 
@@ -162,7 +158,7 @@ void runExample(const Example& example)
     EXPECT_EQ(readFile(dir / "after"), example.after);
 }
 
-TEST(FormatDocument, every_example_holds)
+TEST(FormatDocument, every_example_is_right)
 {
     const std::vector<Example> found = examples(readFile(INI_FORMAT_DOC));
     ASSERT_FALSE(found.empty());

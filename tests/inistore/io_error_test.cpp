@@ -18,7 +18,7 @@
 #include <thread>
 #include <unistd.h>
 
-// A stand-in for `read` at the process's edge: one chosen file gives so many bytes, then an input/output error.
+// This program's own `read`, which the library calls too: one chosen file gives so many bytes, then an I/O error.
 namespace {
 
 struct BrokenFile
@@ -94,8 +94,8 @@ protected:
     void TearDown() override
     {
         brokenFile.active = false;
-        // Without a failure that was really met, no result here would mean anything.
-        EXPECT_GE(brokenFile.failures, 1) << "the stand-in for read was never asked to fail";
+        // Without a failure the results would mean nothing.
+        EXPECT_GE(brokenFile.failures, 1) << "read never failed";
     }
 
     bool opened = false;
@@ -134,7 +134,7 @@ TEST_F(ReadError, far_into_a_large_file_keeps_the_lines_before_it)
 
 TEST_F(ReadError, inside_a_line_keeps_every_line_before_that_one)
 {
-    // Whether the piece of the broken line is kept is left open; more than the file gave there cannot be.
+    // The part of the broken line that was read may be kept or not.
     givenFileThatBreaksAfter("a=1\nb=2\nc=3\n", 10);
     whenOpened();
     EXPECT_TRUE(opened);
@@ -172,7 +172,7 @@ TEST_F(Unreadable, directory_leaves_the_document)
     thenDocumentIs("[s]\nk=1\n");
 }
 
-TEST_F(Unreadable, path_in_the_message_stands_as_it_was_passed)
+TEST_F(Unreadable, message_has_the_path_as_passed)
 {
     ASSERT_EQ(mkdir((dir / "100%1%2").c_str(), 0700), 0);
     const std::string path = dir.path() + "/./100%1%2//";
@@ -205,19 +205,19 @@ class NoPermission : public Fault
 protected:
     void SetUp() override { ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0); }
 
-    // "true" or "false", and the message behind it.
-    std::string told(bool result) const
+    // "true" or "false", then the message.
+    std::string described(bool result) const
     {
         return (result ? "true: " : "false: ") +
                (store.m_lastError.isNull() ? "null" : store.m_lastError.toStdString());
     }
     std::string openedByOrdinaryUser(const std::string& path)
     {
-        return asOrdinaryUser([&] { return told(store.Open(toPath(path))); });
+        return asOrdinaryUser([&] { return described(store.Open(toPath(path))); });
     }
     std::string writtenByOrdinaryUser(const std::string& path)
     {
-        return asOrdinaryUser([&] { return told(store.Write(toPath(path))); });
+        return asOrdinaryUser([&] { return described(store.Write(toPath(path))); });
     }
     void givenFile(const std::string& path, const std::string& bytes, mode_t mode)
     {
@@ -226,7 +226,7 @@ protected:
     }
 };
 
-TEST_F(NoPermission, to_read_is_told_with_the_path)
+TEST_F(NoPermission, to_read_gives_a_message_with_the_path)
 {
     givenFile(dir / "a.ini", "k=1\n", 0000);
     EXPECT_EQ(openedByOrdinaryUser(dir / "a.ini"), "false: Unable to open " + dir / "a.ini" + ", with read permission");
@@ -248,7 +248,7 @@ TEST_F(NoPermission, is_not_needed_to_write_for_reading)
     EXPECT_EQ(openedByOrdinaryUser(dir / "a.ini"), "true: null");
 }
 
-TEST_F(NoPermission, to_write_is_told_and_leaves_the_file)
+TEST_F(NoPermission, to_write_gives_a_message_and_leaves_the_file)
 {
     given(smallDocument);
     givenFile(dir / "a.ini", "old\n", 0444);
@@ -257,7 +257,7 @@ TEST_F(NoPermission, to_write_is_told_and_leaves_the_file)
     EXPECT_EQ(readFile(dir / "a.ini"), "old\n");
 }
 
-TEST_F(NoPermission, to_create_is_told_and_creates_nothing)
+TEST_F(NoPermission, to_create_gives_a_message_and_creates_nothing)
 {
     given(smallDocument);
     ASSERT_EQ(mkdir((dir / "locked").c_str(), 0555), 0);
@@ -302,7 +302,7 @@ TEST_F(Unwritable, empty_path)
     thenMessageIs("Unable to open , with write permission");
 }
 
-TEST_F(Unwritable, path_in_the_message_stands_as_it_was_passed)
+TEST_F(Unwritable, message_has_the_path_as_passed)
 {
     EXPECT_FALSE(store.Write(toPath(dir / "none%1%2//./a.ini")));
     thenMessageIs("Unable to open " + dir / "none%1%2//./a.ini" + ", with write permission");
@@ -312,7 +312,7 @@ class FullDevice : public Fault
 {
 };
 
-TEST_F(FullDevice, small_document_shows_nothing_since_the_last_flush_is_ignored)
+TEST_F(FullDevice, goes_unnoticed_with_a_small_document_as_the_last_flush_is_ignored)
 {
     given(smallDocument);
     EXPECT_TRUE(store.Write(Text("/dev/full")));
@@ -320,7 +320,7 @@ TEST_F(FullDevice, small_document_shows_nothing_since_the_last_flush_is_ignored)
     thenDocumentIs(smallDocument);
 }
 
-TEST_F(FullDevice, large_document_is_told)
+TEST_F(FullDevice, fails_with_a_large_document)
 {
     given(largeDocument);
     EXPECT_FALSE(store.Write(Text("/dev/full")));
@@ -328,7 +328,7 @@ TEST_F(FullDevice, large_document_is_told)
     thenDocumentIs(largeDocument);
 }
 
-TEST_F(FullDevice, single_large_line_is_told)
+TEST_F(FullDevice, fails_with_a_single_large_line)
 {
     given("k=" + std::string(1 << 20, 'x'));
     EXPECT_FALSE(store.Write(Text("/dev/full")));
@@ -348,7 +348,7 @@ TEST_F(FullDevice, through_a_descriptor_leaves_it_open)
     close(descriptor);
 }
 
-// No file of this process may grow beyond so many bytes, and reaching the limit is an error, not a signal.
+// Limits the size of the files that this process writes. At the limit a write fails, without a signal.
 class FileSizeLimit
 {
 public:
@@ -407,8 +407,8 @@ TEST_F(SizeLimit, as_large_as_the_document_is_no_fault)
     EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument);
 }
 
-// 256 of these lines fill QFile's buffer of 16 KiB: ten times it is emptied for the next line, which shows a failure,
-// and what waits in it at the end shows none.
+// 256 of these lines fill QFile's buffer of 16 KiB. The next line flushes it ten times, where a failure shows. The last
+// flush, on closing, shows none.
 TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
 {
     const std::string line = std::string(63, 'x') + '\n';
@@ -420,7 +420,7 @@ TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
     EXPECT_FALSE(writesWithin(10 * 16'384 - 1));
 }
 
-// Together one byte too long for the buffer: the first is flushed for the second, which waits.
+// Together one byte too long for the buffer: the second line flushes the first and waits.
 const std::string firstLine = std::string(8'191, 'x') + '\n';
 const std::string secondLine = std::string(8'192, 'y') + '\n';
 
@@ -446,11 +446,11 @@ TEST_F(SizeLimit, counts_for_a_header_that_its_line_pushes_out)
     EXPECT_FALSE(writesWithin(4'000));
 }
 
-// In a file that its owner has written to before, QFile's buffer fills at another line.
+// After earlier writes of the file's owner, QFile's buffer fills at another line.
 class OwnersFile : public SizeLimit
 {
 protected:
-    // Behind so many bytes in the buffer.
+    // With so many bytes in the buffer before.
     bool writesLinesBehind(qint64 before, const std::string& line, rlim_t limit)
     {
         std::string document;
@@ -523,7 +523,7 @@ TEST_F(SizeLimit, met_anywhere_gives_what_the_reference_implementation_gives)
     EXPECT_LT(failures, cases);
 }
 
-// Qt opens a file object on any number and meets the fault when bytes leave its buffer.
+// Qt opens a file object on any number. The error shows when its buffer is flushed.
 class BadDescriptor : public Fault
 {
 protected:
@@ -623,7 +623,7 @@ TEST_F(FileObject, open_for_reading_is_never_asked_by_an_empty_document)
     thenThereIsNoMessage();
 }
 
-// Writes the pieces to a pipe's end, with a pause between them, from a thread of its own.
+// Writes the pieces to a pipe, with a pause after each.
 void feed(int descriptor, const std::vector<std::string>& pieces)
 {
     for (const std::string& piece : pieces) {
@@ -647,7 +647,7 @@ protected:
     }
 };
 
-TEST_F(Pipe, named_one_is_read_to_its_end)
+TEST_F(Pipe, with_a_name_is_read_to_its_end)
 {
     whenFedThroughFifo({"a=1\n[s]\nb=2\n"});
     thenDocumentIs("a=1\n[s]\nb=2\n");
@@ -667,7 +667,7 @@ TEST_F(Pipe, large_document_is_read_whole)
     EXPECT_TRUE(documentOf(store) == largeDocument);
 }
 
-TEST_F(Pipe, unnamed_one_is_read_by_its_descriptor)
+TEST_F(Pipe, without_a_name_is_read_by_its_descriptor)
 {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
@@ -679,7 +679,7 @@ TEST_F(Pipe, unnamed_one_is_read_by_its_descriptor)
     thenValuesAre("", "b", {"2"});
 }
 
-TEST_F(Pipe, empty_one_loads_nothing)
+TEST_F(Pipe, without_bytes_loads_nothing)
 {
     whenFedThroughFifo({});
     ASSERT_EQ(store.m_sections.size(), 1);
@@ -709,7 +709,7 @@ class OddFile : public Fault
 {
 };
 
-TEST_F(OddFile, that_reports_no_size_is_read_all_the_same)
+TEST_F(OddFile, without_a_size_is_read)
 {
     ASSERT_TRUE(store.Open(Text("/proc/version")));
     thenDocumentIs(readFile("/proc/version"));

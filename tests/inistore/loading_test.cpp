@@ -11,7 +11,7 @@ using namespace std::string_literals;
 
 namespace {
 
-// How one line parses, loaded as the only line of a file. A null key or value is nullptr.
+// A file of one line, and the key and value that it gives. nullptr is a null text.
 struct LineRow
 {
     const char* name;
@@ -29,7 +29,7 @@ class OrdinaryLine : public Settings, public testing::WithParamInterface<LineRow
 {
 };
 
-TEST_P(OrdinaryLine, keeps_its_bytes_beside_key_and_value)
+TEST_P(OrdinaryLine, has_key_and_value_and_keeps_its_bytes)
 {
     const LineRow& row = GetParam();
     given(row.raw);
@@ -143,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(NulByte, OrdinaryLine,
     }),
     rowName);
 
-// Invalid bytes become replacement characters, U+FFFD, in the parsed texts alone.
+// Invalid bytes become U+FFFD in the texts. The line's bytes stay.
 INSTANTIATE_TEST_SUITE_P(InvalidUtf8, OrdinaryLine,
     testing::ValuesIn(std::vector<LineRow>{
         {"latin1_byte",
@@ -321,7 +321,7 @@ TEST_F(Loading, nul_byte_hides_the_rest_of_its_line_alone)
 
 TEST_F(Loading, long_lines_stay_whole)
 {
-    // Longer than any buffer on the way, with the line end on, before and after a power of two.
+    // Longer than any buffer, with the line end at a power of two, before it and after it.
     for (const std::size_t length : {4095U, 4096U, 16383U, 16384U, 16385U, 65536U, 1U << 20}) {
         INIStore fresh;
         const std::string value(length - 3, 'x');
@@ -345,7 +345,7 @@ TEST_F(Loading, every_prefix_of_a_document_keeps_every_byte)
     }
 }
 
-TEST_F(Loading, missing_file_is_told_by_false_without_a_message)
+TEST_F(Loading, missing_file_returns_false_without_a_message)
 {
     EXPECT_FALSE(store.Open(toPath(dir / "none.ini")));
     EXPECT_EQ(exactly(store.m_lastError), exactly(null));
@@ -399,7 +399,7 @@ class Merging : public Settings
 {
 };
 
-constexpr qint32 nowhere = 2'000'000'000; // far behind all memory that a document takes
+constexpr qint32 nowhere = 2'000'000'000; // far outside the document's memory
 
 TEST_F(Merging, file_that_begins_with_a_header_needs_no_current_section)
 {
@@ -505,7 +505,7 @@ TEST(Newline, is_one_line_feed_when_the_library_is_loaded)
     EXPECT_EQ(exactly(INIStore::s_newline), exactly(Text("\n")));
 }
 
-// Read while this program's own globals are set up.
+// Read while this program's globals are initialised.
 const QString newlineBeforeMain = INIStore::s_newline;
 
 TEST(Newline, is_set_before_main_runs)

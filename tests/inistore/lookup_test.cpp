@@ -23,7 +23,7 @@ TEST_F(Lookup, empty_and_null_names_are_the_leading_section)
     EXPECT_EQ(store.GetSection(Text("")), 0);
 }
 
-TEST_F(Lookup, leading_section_is_found_in_a_store_just_constructed)
+TEST_F(Lookup, leading_section_is_found_in_a_new_store)
 {
     EXPECT_EQ(store.GetSection(null), 0);
     EXPECT_EQ(store.GetSection(Text("a")), -1);
@@ -59,7 +59,7 @@ TEST_F(Lookup, gives_repeated_keys_in_file_order)
     thenValuesAre("s", "k", {"3", "1", "2"});
 }
 
-TEST_F(Lookup, gives_nothing_for_what_is_not_there)
+TEST_F(Lookup, gives_nothing_for_an_absent_section_or_key)
 {
     given("[s]\nk=1\n");
     thenValuesAre("t", "k", {});
@@ -95,7 +95,7 @@ TEST_F(Lookup, changes_nothing)
     EXPECT_EQ(documentOf(store), "k=1\n[s]\nk=2\n");
 }
 
-// Whether two texts name the same section and key, whichever of them stands in the file.
+// Whether two names match, whichever of them is in the file.
 struct PairRow
 {
     const char* name;

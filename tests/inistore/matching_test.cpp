@@ -6,8 +6,8 @@
 
 #include <array>
 
-// Names match as QString::compare with Qt::CaseInsensitive has it, whatever shortcut a lookup takes: held against it
-// over all of Unicode, both for what the file holds and for what the caller asks.
+// Names match as QString::compare with Qt::CaseInsensitive does, whatever shortcut a lookup takes. Compared with it
+// over all of Unicode, in the file and in the argument.
 
 namespace {
 
@@ -19,7 +19,7 @@ bool qtMatches(const QString& a, const QString& b)
     return QString::compare(a, b, Qt::CaseInsensitive) == 0;
 }
 
-// A half of a surrogate pair counts as the one unit that it is.
+// Half a surrogate pair is one unit.
 QString textOf(char32_t codePoint)
 {
     if (QChar::requiresSurrogates(codePoint))
@@ -27,7 +27,7 @@ QString textOf(char32_t codePoint)
     return QString(QChar(char16_t(codePoint)));
 }
 
-// One key for each line, numbered by the values.
+// A line for each key. The values are numbers.
 void setKeys(INIStore& store, const QStringList& keys)
 {
     QList<INILine>& lines = store.m_sections[0].m_lines;
@@ -69,7 +69,7 @@ TEST(Matching, every_code_point_in_the_file_against_every_ascii_letter)
             matched += int(found.size());
         }
     }
-    // Each letter and its other case, and for either of them: the Kelvin sign for k, the long s for s.
+    // Each letter in both cases. k and K also match the Kelvin sign, s and S the long s.
     EXPECT_EQ(matched, 52 * 2 + 2 + 2);
 }
 
@@ -90,7 +90,7 @@ TEST(Matching, every_ascii_letter_in_the_file_against_every_code_point)
     EXPECT_EQ(matched, 52 * 2 + 2 + 2);
 }
 
-// Whether a store whose section and key are `stored` finds them by `asked`; set in place, since this runs for millions.
+// Whether a store with the section and key `stored` finds them by `asked`. Reuses one store for millions of names.
 class OneName
 {
 public:
@@ -132,7 +132,7 @@ TEST(Matching, every_code_point_against_its_own_case_variants)
 
 TEST(Matching, every_code_point_inside_a_word)
 {
-    // Beside a shortcut's ordinary letters, and behind an unpaired first half, which makes a pair with some.
+    // Between ASCII letters, which a shortcut may compare, and after a lone high half, which makes a pair with some.
     const QString half = QChar(0xd801);
     OneName one;
     for (char32_t c = 0; c < codePoints; ++c) {

@@ -45,7 +45,7 @@ std::string randomDocument(Random& random)
     return document;
 }
 
-// Mostly the text of some line, so that edits and removals hit.
+// Often the text of some line, so that edits find it.
 QString randomText(
     Random& random, const INIStore& store, decltype(&INILine::m_key) member, const std::vector<Text>& others)
 {
@@ -68,7 +68,7 @@ struct Change
     bool atEnd;
 };
 
-// What lies between the longest common beginning and end of two documents.
+// What differs between the longest common beginning and end of two documents.
 Change changeBetween(const std::vector<Entry>& before, const std::vector<Entry>& after)
 {
     const std::size_t shorter = std::min(before.size(), after.size());
@@ -234,7 +234,7 @@ void Pair::expectAgreement()
     EXPECT_EQ(exactly(m_store.m_lastError), exactly(m_reference.m_lastError));
 }
 
-// Qt warns of markers that a composed text no longer has; these tests mean them.
+// Silences Qt's warnings about missing markers, which random texts often cause.
 class Property : public testing::Test
 {
 protected:

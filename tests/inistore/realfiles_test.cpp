@@ -15,7 +15,7 @@ struct Kind
     const char* name;
     std::vector<const char*> endings;
     int atLeast;
-    const char* section; // that a good part of them has
+    const char* section; // at least a quarter of them have this key
     const char* key;
 };
 

@@ -1,5 +1,5 @@
-// Qt 6 opens a file object on any descriptor, so its refusal is stood in for: this program defines that `open` itself,
-// and the dynamic linker gives its definition to the library.
+// Qt 6 opens a file object on any descriptor. To see a refusal, this program defines that `open` itself, and the
+// dynamic linker gives the library this definition.
 #include "inistore/storetest.h"
 
 #include <QFile>

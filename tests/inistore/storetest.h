@@ -9,13 +9,13 @@
 
 #include <gtest/gtest.h>
 
-/// The null text, where a test must tell it from "".
+/// The null text, where it differs from "".
 inline const QString null;
 
 void PrintTo(const Entry& entry, std::ostream* out);
 void PrintTo(const Edit& edit, std::ostream* out);
 
-/// The bytes of a document: every header and line as it is stored, whether it could be written or not.
+/// The bytes of every header and line in the store.
 std::string documentOf(const INIStore& store);
 
 std::string bytesOf(const QByteArray& bytes);
@@ -23,7 +23,7 @@ QByteArray toBytes(const std::string& bytes);
 QString toPath(const std::string& path);
 QStringList toList(const std::vector<Text>& texts);
 
-/// Gives composed lines a terminator for as long as it lives.
+/// Sets INIStore::s_newline for its lifetime.
 class WithNewline
 {
 public:
@@ -44,7 +44,7 @@ private:
 class Settings : public testing::Test
 {
 public:
-    /// Loads a file of these bytes. Said twice, the second document joins the first.
+    /// Loads a file of these bytes. A second one joins the first.
     void given(const std::string& bytes);
 
     /// A removal must find its line, unless it is a `miss`.

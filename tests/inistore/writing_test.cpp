@@ -60,7 +60,7 @@ protected:
     bool written(const std::string& path) { return store.Write(toPath(path)); }
 };
 
-TEST_F(Writing, store_that_was_only_constructed_writes_an_empty_file)
+TEST_F(Writing, new_store_writes_an_empty_file)
 {
     thenFileIs("");
 }
@@ -90,7 +90,7 @@ TEST_F(Writing, replaces_the_file_that_was_loaded)
 
 TEST_F(Writing, happens_in_place)
 {
-    // The same file afterwards: its number, its mode and its other name stay.
+    // The same file: its inode, its mode and its other name stay.
     given("k=1\n");
     writeFile(dir / "old.ini", "old");
     ASSERT_EQ(chmod((dir / "old.ini").c_str(), 0640), 0);
@@ -193,7 +193,7 @@ TEST_F(Writing, stops_at_a_nul_byte_that_starts_the_file)
     EXPECT_EQ(readFile(dir / "out.ini"), "");
 }
 
-// Several blocks of what the library hands over at once stand before the NUL and behind it.
+// Several of the library's writes come before the NUL and after it.
 const std::string manyLines = [] {
     std::string lines;
     for (int i = 0; i < 20'000; ++i)
@@ -222,7 +222,7 @@ TEST_F(Writing, stops_at_a_nul_byte_near_the_front_of_a_large_document)
     EXPECT_EQ(readFile(dir / "out.ini"), "a=1\nk=v");
 }
 
-TEST_F(Writing, goes_on_again_once_the_line_with_the_nul_is_gone)
+TEST_F(Writing, succeeds_again_once_the_line_with_the_nul_is_removed)
 {
     given("a=1\nk=v\0rest\nb=2\n"s);
     EXPECT_FALSE(written(dir / "out.ini"));
@@ -256,7 +256,7 @@ TEST_F(WritingToDescriptor, starts_in_the_middle_and_truncates_nothing)
     EXPECT_EQ(content(), "012k=1\n789");
 }
 
-TEST_F(WritingToDescriptor, leaves_it_open_behind_the_last_byte)
+TEST_F(WritingToDescriptor, leaves_it_open_after_the_last_byte)
 {
     given("k=1\n");
     open("", O_WRONLY);
@@ -293,7 +293,7 @@ TEST_F(WritingToDescriptor, never_opens_the_name)
     EXPECT_EQ(readFile(dir / "named.ini"), "untouched");
 }
 
-TEST_F(WritingToDescriptor, names_the_name_in_its_message)
+TEST_F(WritingToDescriptor, has_the_name_in_its_message)
 {
     given("a=1\nk=\0\n"s);
     open("", O_WRONLY);
@@ -384,7 +384,7 @@ TEST_F(WritingSections, empty_header_and_empty_line_write_nothing_and_pass)
     EXPECT_EQ(content(), "");
 }
 
-// Names that hold the message's own marker.
+// Names with the message's own marker.
 struct NameRow
 {
     const char* name;
@@ -401,7 +401,7 @@ class NameInMessage : public Settings, public testing::WithParamInterface<NameRo
 {
 };
 
-TEST_P(NameInMessage, stands_as_it_was_passed)
+TEST_P(NameInMessage, is_as_passed)
 {
     given("k=\0"s);
     QFile file(toPath(dir / "out.ini"));

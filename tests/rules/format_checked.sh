@@ -1,5 +1,5 @@
 #!/bin/sh
-# The compiler must warn of a trace whose values do not fit its format, and only of such a one:
+# The compiler must warn of a trace whose arguments do not match its format, and only then:
 # format_checked.sh COMPILER SOURCES GENERATED SCRATCH.
 set -eu
 compiler=$1 sources=$2 generated=$3 client=$4/format_checked.cpp
@@ -11,7 +11,7 @@ compiles() {
 
 compiles '"%d %s\\n", 1, "one"' || { echo "$said"; exit 1; }
 if compiles '"%d %s\\n", "one", 1'; then
-    echo "nobody is warned"
+    echo "no warning"
     exit 1
 fi
 echo "$said" | grep -q 'Werror.*format' || { echo "$said"; exit 1; }

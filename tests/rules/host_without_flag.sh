@@ -1,6 +1,6 @@
 #!/bin/sh
-# A host that does not define g_kq_verbose must be told so, by the linker when it links Qt as well, and otherwise by the
-# loader: host_without_flag.sh COMPILER LIBRARY QT_CORE SCRATCH.
+# A program that does not define g_kq_verbose fails to link, or to start when it does not link Qt as well:
+# host_without_flag.sh COMPILER LIBRARY QT_CORE SCRATCH.
 set -eu
 compiler=$1 library=$2 qt_core=$3 host=$4/host_without_flag
 echo 'int main() {}' >"$host.cpp"

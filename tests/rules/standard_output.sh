@@ -1,6 +1,5 @@
 #!/bin/sh
-# Fails when a source of the library names a way to standard output, but for the two that are there for it. The other
-# functions of standard I/O name their stream, and comments may name what they like.
+# Fails when a source of the library writes to standard output, except the two that must. Comments do not count.
 set -eu
 cd "$1"
 ways='stdout|\bv?printf *\(|\bputs *\(|\bputchar *\(|\bcout\b'

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Puts the descriptor back also when the action throws.
+// Restores the descriptor, even when the action throws.
 class Redirection
 {
 public:

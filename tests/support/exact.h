@@ -3,8 +3,7 @@
 
 #include "support/qtprinting.h"
 
-/// A text that equals another only when both are null or neither is: `EXPECT_EQ(exactly(a), exactly(b))`. QString's own
-/// comparison takes null for empty.
+/// Compares texts with null and empty as different, unlike QString: `EXPECT_EQ(exactly(a), exactly(b))`.
 struct Exact
 {
     QString text;

@@ -9,7 +9,7 @@ std::string readFile(const std::string& path);
 /// Creates or replaces a file; fails the running test when it cannot.
 void writeFile(const std::string& path, const std::string& bytes);
 
-/// A directory of the test's own, removed with all that is in it.
+/// A temporary directory, removed with its content.
 class TempDir
 {
 public:

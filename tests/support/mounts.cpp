@@ -16,7 +16,7 @@ std::string failure(const std::string& what)
     return what + ": " + std::strerror(errno);
 }
 
-// An ordinary user gets mounts of its own only as the root of a user namespace of its own.
+// An ordinary user may have private mounts only as root of a user namespace.
 bool becomeRootOfANamespace()
 {
     const std::string user = std::to_string(geteuid());

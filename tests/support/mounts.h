@@ -3,11 +3,11 @@
 
 #include <string>
 
-/// Gives this process mounts of its own, which nobody else sees. Returns why that is not possible, or nothing.
+/// Gives this process a private mount namespace. Returns why that is not possible, or nothing.
 std::string makeMountsPrivate();
 
-/// Shows `source` in the place of `target` (both files or both directories), to this process and its children. Only
-/// after `makeMountsPrivate`. Throws std::runtime_error when it fails.
+/// Mounts `source` over `target` (both files or both directories) for this process and its children. Call
+/// `makeMountsPrivate` first. Throws std::runtime_error when it fails.
 void mountOver(const std::string& target, const std::string& source);
 
 #endif

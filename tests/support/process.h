@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// How a program ended and what it said.
+/// How a program ended and what it printed.
 struct Finished
 {
     int status = -1; ///< exit status, or 128 plus the signal that ended it

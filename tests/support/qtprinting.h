@@ -7,7 +7,7 @@
 
 #include <ostream>
 
-/// GoogleTest shows Qt's texts as a reader would write them: "ü", `null`, control bytes as "\r\n\0" or \xNN.
+/// Makes GoogleTest print Qt's texts readably: "ü", null QString, control bytes as \r, \n or \xNN.
 void PrintTo(const QString& text, std::ostream* out);
 void PrintTo(const QByteArray& bytes, std::ostream* out);
 void PrintTo(const QStringList& texts, std::ostream* out);

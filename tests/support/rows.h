@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-/// Names the cases of a parameterised test after their rows: every row type has a `name` of letters, digits and '_'.
+/// Names the cases of a parameterised test after their rows. A row has a `name` of letters, digits and '_'.
 inline constexpr auto rowName = [](const auto& info) { return std::string(info.param.name); };
 
 namespace {
@@ -21,8 +21,7 @@ auto operator<<(std::ostream& out, const Row& row) -> decltype(out << row.name)
 
 } // namespace
 
-/// For what a machine may not allow (a namespace, a tool). Says why the test skips; on the CI machine nothing may skip,
-/// so there it fails.
+/// Skips a test that the machine cannot run (a namespace, a tool), with the reason. In CI it fails instead.
 #define SKIP_OR_FAIL(reason)                                                                                           \
     do {                                                                                                               \
         if (std::getenv("CI"))                                                                                         \

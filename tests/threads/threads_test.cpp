@@ -1,4 +1,4 @@
-// Several threads at once, each with objects of its own. ThreadSanitizer sees what they share all the same.
+// Several threads at once, each with its own objects. ThreadSanitizer sees what they share inside the library.
 #include "console/console.h"
 #include "inistore/inistore.h"
 #include "osrelease/osrelease.h"

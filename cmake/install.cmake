@@ -5,8 +5,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kqsupport)
 
 install(TARGETS kqsupport EXPORT kqsupport
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
-install(FILES ${PROJECT_BINARY_DIR}/include/kqsupport_export.h
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
+list(TRANSFORM KQSUPPORT_GENERATED_HEADERS PREPEND ${PROJECT_BINARY_DIR}/include/ OUTPUT_VARIABLE generated)
+install(FILES ${generated} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
 foreach(header ${KQSUPPORT_HEADERS})
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${PROJECT_SOURCE_DIR}/${header}
@@ -17,9 +17,7 @@ install(EXPORT kqsupport NAMESPACE kqsupport:: FILE kqsupport-targets.cmake
   DESTINATION ${package_dir} COMPONENT development)
 configure_package_config_file(cmake/kqsupport-config.cmake.in ${PROJECT_BINARY_DIR}/kqsupport-config.cmake
   INSTALL_DESTINATION ${package_dir})
-# Below 1.0 a minor version may break a client, so only the same minor version answers.
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/kqsupport-config-version.cmake
-  COMPATIBILITY SameMinorVersion)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kqsupport-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/kqsupport-config.cmake ${PROJECT_BINARY_DIR}/kqsupport-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 

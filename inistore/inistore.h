@@ -11,6 +11,9 @@
 
 class QFile;
 
+/// \file
+/// Settings files, edited without touching any other byte.
+
 /// One line of a settings file. Only `m_raw` is written; the key and the value serve lookups and edits.
 class KQSUPPORT_EXPORT INILine
 {

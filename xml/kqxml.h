@@ -10,6 +10,9 @@
 #include <QString>
 #include <QStringList>
 
+/// \file
+/// Lookups and edits in Qt's XML DOM, and an element cut out of raw XML.
+
 /// Static helpers over Qt's XML DOM, and one that cuts an element out of raw XML bytes.
 ///
 /// Example:

@@ -1,9 +1,9 @@
 #!/bin/sh
 # Builds a downstream project's two programs (one that uses every folder, and the README's) outside the tree and runs
-# them:
-# downstream.sh find_package|pkg_config|subdirectory SOURCE_DIR PREFIX SCRATCH_DIR COMPILER
+# them. CMake, pkg-config and the header must all give VERSION:
+# downstream.sh find_package|pkg_config|subdirectory SOURCE_DIR PREFIX SCRATCH_DIR COMPILER VERSION
 set -eu
-how=$1 source=$2 prefix=$3 scratch=$4 compiler=$5
+how=$1 source=$2 prefix=$3 scratch=$4 compiler=$5 version=$6
 
 rm -rf "$scratch"
 mkdir -p "$scratch/sources"
@@ -18,7 +18,7 @@ case $how in
 find_package)
     library=$(dirname "$(find "$prefix" -name libkqsupport.so)")
     cmake -S "$source/tests/package/find_package" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SKIP_RPATH=ON \
-        -DSOURCES="$scratch/sources" -DCMAKE_PREFIX_PATH="$prefix"
+        -DSOURCES="$scratch/sources" -DCMAKE_PREFIX_PATH="$prefix" -DKQSUPPORT_VERSION="$version"
     cmake --build "$scratch/build"
     ;;
 subdirectory)
@@ -32,6 +32,7 @@ pkg_config)
     PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name kqsupport.pc)")
     export PKG_CONFIG_PATH
     library=$(dirname "$(find "$prefix" -name libkqsupport.so)")
+    pkg-config --exact-version="$version" --print-errors kqsupport
     # pkg-config quotes its words for a shell.
     eval "set -- $(pkg-config --cflags --libs kqsupport)"
     for program in client readme; do
@@ -49,7 +50,8 @@ expect() {
     said=$("$@" 2>&1) && status=0 || status=$?
     [ "$status: $said" = "$expected" ] || { printf 'expected %s\n     got %s: %s\n' "$expected" "$status" "$said"; exit 1; }
 }
-expect "0: ubuntu 22.4
+expect "0: kqsupport $version
+ubuntu 22.4
 value
 content" "$scratch/build/client" --distrib debian
 expect "0: ubuntu 22.4" "$scratch/build/readme" --distrib debian

@@ -91,4 +91,4 @@ wrong=$(find "$root/usr" -type d ! -perm 755 -o -name 'lib*.so.*.*' ! -perm "$li
 library=$root/usr/$libdir/libkqsupport.so
 sh "$source/tests/rules/symbols.sh" "$library" "$source/tests/rules/symbols.txt"
 sh "$source/tests/rules/hardening.sh" "$library"
-exec sh "$source/tests/package/downstream.sh" find_package "$source" "$root/usr" "$scratch/downstream" "$compiler"
+exec sh "$source/tests/package/downstream.sh" find_package "$source" "$root/usr" "$scratch/downstream" "$compiler" "$version"

@@ -14,21 +14,24 @@ bool g_kq_verbose = false; // the library reads it; --verbose sets it
 
 namespace {
 
-constexpr int ready = 0;
-constexpr int notReady = 1;
-constexpr int trouble = 2;
+enum Status
+{
+    Ready = 0,
+    NotReady = 1, // not supported, or packages are missing
+    Trouble = 2   // everything else
+};
 
 constexpr char description[] =
     "Names the Linux release, says whether it is supported, and prints the command that installs the missing "
     "packages.\n"
     "\n"
     "Exit status: 0 the release is supported and no package is missing, 1 it is not supported or packages are missing\n"
-    "(run the program again once they are installed), 2 anything else.";
+    "(run the program again once they are installed), 2 everything else.";
 
-int complain(const char* message)
+Status complain(const char* message)
 {
     std::fprintf(stderr, "zk_install: %s\n", message);
-    return trouble;
+    return Trouble;
 }
 
 const char* familyOf(COSRelease& os)
@@ -73,7 +76,7 @@ bool checkPackages(const char* family, int argc, char** argv)
     return true;
 }
 
-int check(int argc, char** argv)
+Status check(int argc, char** argv)
 {
     COSRelease os(argc, argv);
     if (!os.m_error.empty())
@@ -89,11 +92,11 @@ int check(int argc, char** argv)
         std::printf("%s\n\n", refusal.c_str());
     const bool isComplete = checkPackages(family, argc, argv);
     if (std::fflush(stdout) != 0 || std::ferror(stdout))
-        return complain("cannot write standard output");
-    return isSupported && isComplete ? ready : notReady;
+        return complain("standard output: cannot write");
+    return isSupported && isComplete ? Ready : NotReady;
 }
 
-int run(QCommandLineParser& parser, int argc, char** argv)
+Status run(QCommandLineParser& parser, int argc, char** argv)
 {
     const QStringList arguments = QCoreApplication::arguments();
     const bool isUnderstood = parser.parse(arguments);
@@ -101,12 +104,12 @@ int run(QCommandLineParser& parser, int argc, char** argv)
         parser.showHelp();
     const auto isJoined = [](const QString& argument) { return argument.startsWith(QLatin1String("--distrib=")); };
     if (std::any_of(arguments.begin(), arguments.end(), isJoined)) // the library would ignore it
-        return complain("write --distrib and the name as two arguments");
+        return complain("write --distrib and the name as two arguments; see zk_install --help");
     // A --distrib without a name is left to the library, whose message lists the names.
     if (!isUnderstood && arguments.last() != QLatin1String("--distrib"))
-        return complain(qPrintable(parser.errorText()));
+        return complain(qPrintable(parser.errorText() + QStringLiteral(" See zk_install --help.")));
     if (!parser.positionalArguments().isEmpty())
-        return complain("unexpected argument");
+        return complain("unexpected argument; see zk_install --help");
     g_kq_verbose = parser.isSet(QStringLiteral("verbose"));
     return check(argc, argv);
 }

@@ -15,9 +15,16 @@ bool g_kq_verbose = false;
 
 namespace {
 
+enum Status
+{
+    Done = 0,
+    Absent = 1, // no such element, attribute or text
+    Trouble = 2 // everything else
+};
+
 struct Failure
 {
-    int status; // 1 not found, 2 anything else
+    Status status;
     QString message;
 };
 
@@ -36,13 +43,14 @@ QDomDocument parse(const Request& r, bool withNamespaces = false)
     int line = 0;
     int column = 0;
     if (!document.setContent(r.xml, withNamespaces, &error, &line, &column))
-        throw Failure{2, QStringLiteral("%1:%2:%3: %4").arg(r.file).arg(line).arg(column).arg(error)};
+        throw Failure{
+            Trouble, QStringLiteral("%1:%2:%3: %4").arg(r.file, QString::number(line), QString::number(column), error)};
     return document;
 }
 
 Failure noElement(const Request& r)
 {
-    return {1, QStringLiteral("%1 has no element %2").arg(r.file, r.tag)};
+    return {Absent, QStringLiteral("%1: no element %2").arg(r.file, r.tag)};
 }
 
 QDomElement find(const Request& r, const QDomDocument& document)
@@ -62,9 +70,10 @@ QByteArray extract(const Request& r, bool contentOnly)
     if (contentOnly ? element.endsWith("</" + tag) : element.startsWith('<' + tag))
         return contentOnly ? KQXml::ExtractElement(ascii, r.tag, true) : element;
     if (!KQXml::ExtractElement(r.xml, r.tag, contentOnly).isNull())
-        throw Failure{2,
-            QStringLiteral("cannot extract element %1: its %2 tag is not plain, or the file is not ASCII up to its end")
-                .arg(r.tag, QLatin1String(contentOnly ? "end" : "start"))};
+        throw Failure{Trouble,
+            QStringLiteral(
+                "%1: cannot extract element %2: its %3 tag is not plain, or the file is not ASCII up to its end")
+                .arg(r.file, r.tag, QLatin1String(contentOnly ? "end" : "start"))};
     parse(r, true); // throws if the file is not well-formed
     throw noElement(r);
 }
@@ -80,7 +89,7 @@ QByteArray attribute(const Request& r)
     const QDomDocument document = parse(r);
     const QString value = KQXml::GetChildElementAttribute(document.documentElement(), r.tag, r.value);
     if (value.isNull() && !find(r, document).isNull())
-        throw Failure{1, QStringLiteral("element %1 has no attribute %2").arg(r.tag, r.value)};
+        throw Failure{Absent, QStringLiteral("%1: element %2 has no attribute %3").arg(r.file, r.tag, r.value)};
     return value.toUtf8();
 }
 
@@ -105,10 +114,11 @@ QByteArray edited(const Request& r, const QDomDocument& document, const QString&
 {
     const QByteArray xml = written(document);
     QDomDocument readBack;
+    const bool isDecoded = !r.value.contains(QChar::ReplacementCharacter); // the argument was not UTF-8 otherwise
     const bool isSame = readBack.setContent(xml) && text(readBack) == text(document) &&
                         readBack.elementsByTagName(tag).size() == document.elementsByTagName(tag).size();
-    if (!isStored || !isSame)
-        throw Failure{2, QStringLiteral("the document cannot be written with '%1'").arg(r.value)};
+    if (!isStored || !isDecoded || !isSame)
+        throw Failure{Trouble, QStringLiteral("%1: the document cannot be written with '%2'").arg(r.file, r.value)};
     return xml;
 }
 
@@ -122,7 +132,7 @@ QByteArray setText(const Request& r)
     while (!child.isNull() && !child.isText())
         child = child.nextSibling();
     if (child.isNull() && element.hasChildNodes())
-        throw Failure{1, QStringLiteral("element %1 has no text to replace").arg(r.tag)};
+        throw Failure{Absent, QStringLiteral("%1: element %2 has no text to replace").arg(r.file, r.tag)};
     return edited(r, document, r.tag, child.nodeValue() == r.value);
 }
 
@@ -132,7 +142,7 @@ QByteArray insert(
     const QString name = r.value.section(QLatin1Char('='), 0, 0);
     const QString text = r.value.mid(name.size() + 1);
     if (name.isEmpty() || name == r.value)
-        throw Failure{2, QStringLiteral("the new element is given as name=text")};
+        throw Failure{Trouble, QStringLiteral("give the new element as name=text; see zk_xml --help")};
 
     QDomDocument document = parse(r);
     const QDomElement element = find(r, document);
@@ -168,7 +178,7 @@ constexpr char description[] =
     "--element and --content print bytes of the file: of the element that ends first, whose name is compared without\n"
     "its prefix. They fail if a character before its end is not ASCII, --element also if it has attributes. The other\n"
     "options look below the root and compare the name as written. An edited document is printed in UTF-8.\n\n"
-    "Exit status: 0 done, 1 no such element, attribute or text, 2 anything else.";
+    "Exit status: 0 done, 1 no such element, attribute or text, 2 everything else.";
 
 QByteArray contents(const QString& name)
 {
@@ -176,7 +186,7 @@ QByteArray contents(const QString& name)
     const bool isOpen = name == QLatin1String("-") ? file.open(stdin, QFile::ReadOnly) : file.open(QFile::ReadOnly);
     const QByteArray bytes = isOpen ? file.readAll() : QByteArray();
     if (file.error() != QFile::NoError)
-        throw Failure{2, QStringLiteral("cannot read %1: %2").arg(name, file.errorString())};
+        throw Failure{Trouble, QStringLiteral("%1: cannot read: %2").arg(name, file.errorString())};
     return bytes;
 }
 
@@ -184,7 +194,7 @@ void print(const QByteArray& line)
 {
     QFile out;
     if (!out.open(stdout, QFile::WriteOnly) || out.write(line) != line.size() || !out.flush())
-        throw Failure{2, QStringLiteral("cannot write standard output: %1").arg(out.errorString())};
+        throw Failure{Trouble, QStringLiteral("standard output: cannot write: %1").arg(out.errorString())};
 }
 
 void run(QCommandLineParser& parser)
@@ -197,12 +207,12 @@ void run(QCommandLineParser& parser)
         parser.addOption({QLatin1String(a.name), QLatin1String(a.description), QLatin1String(a.value)});
 
     if (!parser.parse(QCoreApplication::arguments()))
-        throw Failure{2, parser.errorText()};
+        throw Failure{Trouble, parser.errorText() + QStringLiteral(" See zk_xml --help.")};
     if (parser.isSet(QStringLiteral("help")))
         parser.showHelp();
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2 || arguments.contains(QString()) || parser.optionNames().size() > 1)
-        throw Failure{2, QStringLiteral("give a FILE, a TAG and at most one option")};
+        throw Failure{Trouble, QStringLiteral("give a FILE, a TAG and at most one option; see zk_xml --help")};
 
     const QString name = parser.optionNames().value(0, QStringLiteral("element"));
     const auto isNamed = [&](const Action& a) { return name == QLatin1String(a.name); };
@@ -220,7 +230,7 @@ int main(int argc, char** argv)
     QCommandLineParser parser;
     try {
         run(parser);
-        return 0;
+        return Done;
     } catch (const Failure& failure) {
         std::fprintf(stderr, "zk_xml: %s\n", failure.message.toLocal8Bit().constData());
         return failure.status;

@@ -199,15 +199,18 @@ TEST_P(Misused, prints_a_message_and_checks_nothing)
 INSTANTIATE_TEST_SUITE_P(ZkInstall, Misused,
     testing::Values(Misuse{"missing_name", {"--distrib"}, "Missing distribution\n\n" + usage},
         Misuse{"unknown_name", {"--distrib", "beos"}, "Unknown distribution \"beos\"\n\n" + usage},
-        Misuse{"name_joined_by_an_equals_sign", {"--distrib=rhel"}, "write --distrib and the name as two arguments"},
+        Misuse{"name_joined_by_an_equals_sign", {"--distrib=rhel"},
+            "write --distrib and the name as two arguments; see zk_install --help"},
         Misuse{"joined_name_after_a_good_one", {"--distrib", "arch", "--distrib=rhel"},
-            "write --distrib and the name as two arguments"},
-        Misuse{"equals_sign_without_a_name", {"--distrib="}, "write --distrib and the name as two arguments"},
+            "write --distrib and the name as two arguments; see zk_install --help"},
+        Misuse{"equals_sign_without_a_name", {"--distrib="},
+            "write --distrib and the name as two arguments; see zk_install --help"},
         Misuse{"option_as_name", {"--distrib", "--help"}, "Unknown distribution \"--help\"\n\n" + usage},
-        Misuse{"unknown_option", {"-x"}, "Unknown option 'x'."},
-        Misuse{"help_of_all_options", {"--help-all"}, "Unknown option 'help-all'."},
-        Misuse{"unexpected_argument", {"rhel"}, "unexpected argument"},
-        Misuse{"name_after_the_end_of_options", {"--", "--distrib", "rhel"}, "unexpected argument"}),
+        Misuse{"unknown_option", {"-x"}, "Unknown option 'x'. See zk_install --help."},
+        Misuse{"help_of_all_options", {"--help-all"}, "Unknown option 'help-all'. See zk_install --help."},
+        Misuse{"unexpected_argument", {"rhel"}, "unexpected argument; see zk_install --help"},
+        Misuse{"name_after_the_end_of_options", {"--", "--distrib", "rhel"},
+            "unexpected argument; see zk_install --help"}),
     rowName);
 
 TEST_F(Installer, help_names_every_option_and_exit_status)
@@ -216,7 +219,7 @@ TEST_F(Installer, help_names_every_option_and_exit_status)
         whenRun({option});
         EXPECT_EQ(finished.status, 0);
         for (const char* const part : {"--help", "--distrib <name>", "--verbose", "0 the release is supported",
-                 "1 it is not supported", "2 anything else"})
+                 "1 it is not supported", "2 everything else"})
             EXPECT_NE(finished.out.find(part), std::string::npos) << part;
     }
 }
@@ -226,7 +229,7 @@ TEST_F(Installer, full_standard_output)
     givenOsRelease("ID=arch\n");
     givenInstalled("binutils\n");
     finished = run({"sh", "-c", "\"$0\" >/dev/full", program});
-    thenItPrints(2, "", "zk_install: cannot write standard output\n");
+    thenItPrints(2, "", "zk_install: standard output: cannot write\n");
 }
 
 TEST_F(Installer, end_of_input_at_the_prompt)

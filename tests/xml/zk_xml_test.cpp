@@ -121,28 +121,30 @@ TEST_P(Refuse, with_a_message_and_no_output)
 
 INSTANTIATE_TEST_SUITE_P(ZkXml, Refuse,
     testing::Values( //
-        Refused{"absent_element", {"{}", "no"}, 1, "{} has no element no"},
-        Refused{"absent_content", {"{}", "no", "--content"}, 1, "{} has no element no"},
-        Refused{"absent_text", {"{}", "no", "--text"}, 1, "{} has no element no"},
-        Refused{"absent_texts", {"{}", "no", "--texts"}, 1, "{} has no element no"},
-        Refused{"absent_for_an_attribute", {"{}", "no", "--attribute", "v"}, 1, "{} has no element no"},
-        Refused{"absent_for_an_edit", {"{}", "no", "--set-text", "t"}, 1, "{} has no element no"},
-        Refused{"root_is_not_below_itself", {"{}", "settings", "--text"}, 1, "{} has no element settings"},
-        Refused{"absent_attribute", {"{}", "name", "--attribute", "w"}, 1, "element name has no attribute w"},
-        Refused{"no_text_to_replace", {"{}", "list", "--set-text", "t"}, 1, "element list has no text to replace"},
+        Refused{"absent_element", {"{}", "no"}, 1, "{}: no element no"},
+        Refused{"absent_content", {"{}", "no", "--content"}, 1, "{}: no element no"},
+        Refused{"absent_text", {"{}", "no", "--text"}, 1, "{}: no element no"},
+        Refused{"absent_texts", {"{}", "no", "--texts"}, 1, "{}: no element no"},
+        Refused{"absent_for_an_attribute", {"{}", "no", "--attribute", "v"}, 1, "{}: no element no"},
+        Refused{"absent_for_an_edit", {"{}", "no", "--set-text", "t"}, 1, "{}: no element no"},
+        Refused{"root_is_not_below_itself", {"{}", "settings", "--text"}, 1, "{}: no element settings"},
+        Refused{"absent_attribute", {"{}", "name", "--attribute", "w"}, 1, "{}: element name has no attribute w"},
+        Refused{"no_text_to_replace", {"{}", "list", "--set-text", "t"}, 1, "{}: element list has no text to replace"},
         Refused{"not_xml", {"-", "item"}, 2, "-:1:1: Start tag expected."},
         Refused{"not_xml_for_the_tree", {"-", "item", "--text"}, 2, "-:1:1: Start tag expected."},
-        Refused{"absent_file", {"{}.absent", "item"}, 2, "cannot read {}.absent: No such file or directory"},
-        Refused{"no_arguments", {}, 2, "give a FILE, a TAG and at most one option"},
-        Refused{"no_tag", {"{}"}, 2, "give a FILE, a TAG and at most one option"},
-        Refused{"three_arguments", {"{}", "item", "item"}, 2, "give a FILE, a TAG and at most one option"},
-        Refused{"empty_tag", {"{}", ""}, 2, "give a FILE, a TAG and at most one option"},
-        Refused{"two_options", {"{}", "item", "--text", "--texts"}, 2, "give a FILE, a TAG and at most one option"},
+        Refused{"absent_file", {"{}.absent", "item"}, 2, "{}.absent: cannot read: No such file or directory"},
+        Refused{"no_arguments", {}, 2, "give a FILE, a TAG and at most one option; see zk_xml --help"},
+        Refused{"no_tag", {"{}"}, 2, "give a FILE, a TAG and at most one option; see zk_xml --help"},
+        Refused{"three_arguments", {"{}", "item", "item"}, 2,
+            "give a FILE, a TAG and at most one option; see zk_xml --help"},
+        Refused{"empty_tag", {"{}", ""}, 2, "give a FILE, a TAG and at most one option; see zk_xml --help"},
+        Refused{"two_options", {"{}", "item", "--text", "--texts"}, 2,
+            "give a FILE, a TAG and at most one option; see zk_xml --help"},
         Refused{"insertion_without_text", {"{}", "item", "--insert-after", "t"}, 2,
-            "the new element is given as name=text"},
+            "give the new element as name=text; see zk_xml --help"},
         Refused{"insertion_without_name", {"{}", "item", "--insert-before", "=t"}, 2,
-            "the new element is given as name=text"},
-        Refused{"unknown_option", {"{}", "item", "--nope"}, 2, "Unknown option 'nope'."}),
+            "give the new element as name=text; see zk_xml --help"},
+        Refused{"unknown_option", {"{}", "item", "--nope"}, 2, "Unknown option 'nope'. See zk_xml --help."}),
     rowName);
 
 /// What the two forms of extraction print; null where the program refuses.
@@ -162,7 +164,7 @@ protected:
         const Finished finished = start({"-", "k", option}, GetParam().xml);
         EXPECT_EQ(finished.out, bytes ? std::string(bytes) + "\n" : "");
         EXPECT_EQ(finished.err, bytes ? ""
-                                      : "zk_xml: cannot extract element k: its " + std::string(tag) +
+                                      : "zk_xml: -: cannot extract element k: its " + std::string(tag) +
                                             " tag is not plain, or the file is not ASCII up to its end\n");
         EXPECT_EQ(finished.status, bytes ? 0 : 2);
     }
@@ -219,7 +221,7 @@ TEST_P(Edit, stores_all_of_the_value_or_refuses)
     EXPECT_EQ(finished.out, row.out ? declaration + row.out + "\n" : "");
     EXPECT_EQ(finished.status, row.out ? 0 : 2);
     if (!row.out) {
-        const std::string message = "zk_xml: the document cannot be written with '" + std::string(row.value) + "'\n";
+        const std::string message = "zk_xml: -: the document cannot be written with '";
         EXPECT_NE(finished.err.find(message), std::string::npos) << finished.err;
     }
 }
@@ -237,6 +239,7 @@ INSTANTIATE_TEST_SUITE_P(ZkXml, Edit,
             Edited{"control_character_in_a_new_text", "<r><k/></r>", "--set-text", "a\x01z", nullptr},
             Edited{"control_character_in_a_replaced_text", "<r><k>old</k></r>", "--set-text", "a\x01z", nullptr},
             Edited{"end_of_cdata", "<r><k><![CDATA[old]]></k></r>", "--set-text", "]]><![CDATA[", nullptr},
+            Edited{"value_that_is_not_utf8", "<r><k/></r>", "--set-text", "a\xff", nullptr},
             Edited{"end_of_cdata_as_text", "<r><k>old</k></r>", "--set-text", "]]>", "<r>\n  <k>]]&gt;</k>\n</r>"},
             Edited{"line_ends", "<r><k>old</k></r>", "--set-text", "a\r\nb", "<r>\n  <k>a&#xd;\nb</k>\n</r>"},
             Edited{"declared_encoding", "<?xml version='1.0' encoding='ISO-8859-1'?>\n<r><k/>\xe9</r>", "--set-text",
@@ -263,7 +266,7 @@ TEST_F(Program, reports_a_full_standard_output)
 {
     const Finished finished = run({"sh", "-c", "\"$0\" \"$1\" item >/dev/full", ZK_XML, file});
     EXPECT_EQ(finished.status, 2);
-    EXPECT_EQ(finished.err, "zk_xml: cannot write standard output: No space left on device\n");
+    EXPECT_EQ(finished.err, "zk_xml: standard output: cannot write: No space left on device\n");
 }
 
 TEST_F(Program, shows_its_help)

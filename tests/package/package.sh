@@ -18,7 +18,10 @@ rm -rf "$scratch"
 mkdir -p "$scratch/root"
 root=$scratch/root list=$scratch/list
 umask 077 # as a packager may have set it
-CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || { [ $? -eq 77 ] && skip "this machine makes no .$kind"; exit 1; }
+CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || {
+    [ $? -eq 77 ] && skip "this machine makes no .$kind"
+    exit 1
+}
 cd "$scratch/build"
 
 need() { grep -Eqx "$1" "$list" || { echo "missing: $1"; cat "$list"; exit 1; }; }
@@ -84,8 +87,8 @@ find "$root/usr" -name 'libkqsupport.so*' | sort >"$list"
 for name in "" ".$version" ".$soversion"; do
     echo "$root/usr/$libdir/libkqsupport.so$name"
 done | sort | diff - "$list"
-wrong=$(find "$root/usr" -type d ! -perm 755 -o -name 'lib*.so.*.*' ! -perm "$library_mode" -o \
-    -type f ! -name 'lib*.so.*' ! -perm 644)
+wrong=$(find "$root/usr" -type d ! -perm 755 -o -type f -name '*.so.*' ! -perm "$library_mode" -o \
+    -type f ! -name '*.so.*' ! -perm 644)
 [ -z "$wrong" ] || { echo "wrong mode: $wrong"; exit 1; }
 
 library=$root/usr/$libdir/libkqsupport.so

@@ -1,0 +1,55 @@
+#ifndef ZK_SETTINGS_DESCRIPTOR_H
+#define ZK_SETTINGS_DESCRIPTOR_H
+
+#include <QByteArray>
+
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+/// Owns an open file descriptor.
+class Descriptor
+{
+public:
+    explicit Descriptor(int number = -1)
+        : m_number(number)
+    {
+    }
+    Descriptor(Descriptor&& other) noexcept
+        : m_number(std::exchange(other.m_number, -1))
+    {
+    }
+    Descriptor& operator=(Descriptor&& other) noexcept
+    {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
+    ~Descriptor()
+    {
+        if (isOpen())
+            close(m_number);
+    }
+
+    bool isOpen() const { return m_number >= 0; }
+    int number() const { return m_number; }
+
+private:
+    int m_number;
+};
+
+/// Returns the descriptor that a name such as /dev/stdout or /dev/fd/3 stands for, `standard` for "-", and nothing for
+/// the name of a file. Such a descriptor is used as it is, at its offset; opening the name would open its file anew.
+std::optional<int> namedDescriptor(const std::string& name, int standard);
+
+/// Keeps the numbers 0 to 2 taken when they were closed: a file opened later would otherwise be taken for standard
+/// output. Reading or writing them then fails.
+void occupyStandardDescriptors();
+
+/// Reads to the end. `name` is for the message. Throws Failure.
+QByteArray readAll(int descriptor, const std::string& name);
+
+/// Writes every byte at the descriptor's offset. `name` is for the message. Throws Failure.
+void writeAll(int descriptor, const QByteArray& bytes, const std::string& name);
+
+#endif

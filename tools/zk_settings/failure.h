@@ -1,0 +1,31 @@
+#ifndef ZK_SETTINGS_FAILURE_H
+#define ZK_SETTINGS_FAILURE_H
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+/// The exit statuses.
+enum Status
+{
+    Done = 0,
+    Absent = 1, ///< no such section, key or value
+    Trouble = 2 ///< everything else
+};
+
+/// Why a command ends early. Thrown wherever that shows, printed and turned into the exit status by main().
+struct Failure
+{
+    Status status;
+    std::string text;
+    int line = 0;          ///< 0: no line in particular
+    std::string file = {}; ///< empty: the command's FILE
+};
+
+/// What a system call that just failed is reported as: "FILE: cannot read: Permission denied".
+inline Failure systemFailure(const std::string& file, const std::string& action)
+{
+    return {Trouble, "cannot " + action + ": " + std::strerror(errno), 0, file};
+}
+
+#endif

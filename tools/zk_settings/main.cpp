@@ -1,0 +1,315 @@
+// zk_settings: settings files from the shell and from scripts.
+#include "descriptor.h"
+#include "document.h"
+#include "failure.h"
+#include "lockedfile.h"
+
+#include "osrelease/osrelease.h"
+
+#include <algorithm>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <getopt.h>
+
+bool g_kq_verbose = false;
+
+namespace {
+
+// What the command line says. Text stays as bytes up to where the document needs it.
+struct Call
+{
+    std::vector<std::string> operands;
+    std::string output;
+    std::chrono::seconds wait{10};
+    bool create = false;
+    bool force = false;
+    bool null = false;
+
+    const std::string& file() const { return operands[0]; }
+};
+
+using Edit = void (Document::*)(const Request& request);
+using Print = QStringList (*)(const Call& call, Document& document);
+
+QStringList get(const Call& call, Document& document);
+QStringList list(const Call& call, Document& document);
+
+// A command prints something of a document, or edits it.
+struct Command
+{
+    const char* name;
+    const char* operands;
+    std::size_t fewest;
+    std::size_t most;
+    const char* options; // the letters of those that it takes
+    Print print;
+    Edit edit;
+    const char* help;
+};
+
+constexpr Command commands[] = {
+    {"get", "FILE SECTION KEY", 3, 3, "n", get, nullptr, "print the values of KEY"},
+    {"set", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::set, "replace the first value, or add KEY"},
+    {"append", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::append, "add a line below those of KEY"},
+    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::prepend, "add a line above those of KEY"},
+    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cfow", nullptr, &Document::remove, "remove the lines of KEY"},
+    {"list", "FILE [SECTION]", 1, 2, "n", list, nullptr, "print the sections, or the keys of SECTION"},
+};
+
+struct Option
+{
+    option name; // its last field is the letter
+    const char* argument;
+    const char* help;
+};
+
+constexpr Option options[] = {
+    {{"create", no_argument, nullptr, 'c'}, "", "take a missing FILE for an empty one"},
+    {{"force", no_argument, nullptr, 'f'}, "", "take a ';' for a comment where that is in doubt"},
+    {{"null", no_argument, nullptr, 'n'}, "", "end what is printed with NUL, not with a line end"},
+    {{"output", required_argument, nullptr, 'o'}, " FILE", "write there, and leave FILE as it is"},
+    {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit (10)"},
+    {{"help", no_argument, nullptr, 'h'}, "", "print this help"},
+    {{"version", no_argument, nullptr, 'v'}, "", "print the version"},
+};
+
+constexpr char introduction[] = "usage: zk_settings COMMAND [OPTION]... FILE [SECTION [KEY [VALUE]]]\n"
+                                "Reads and edits a settings (INI) file. Bytes that are not edited stay as they are.\n";
+
+constexpr char notes[] =
+    "SECTION and KEY match without regard to case; SECTION '' is what stands above the first header.\n"
+    "FILE '-' is standard input, and the edited document then goes to standard output.\n"
+    "Options stand before FILE or behind the last operand, so a VALUE may begin with '-'.\n"
+    "An edit is written to a new file, which is renamed over the old one. A file with several hard links, or in a\n"
+    "folder that may not be written, is written in place: a crash or a reader may then meet half of it.\n"
+    "Exit status: 0 done, 1 no such section, key or value, 2 everything else.\n";
+
+void report(const std::string& file, int line, const std::string& text)
+{
+    std::string where = file;
+    if (line > 0)
+        where += ':' + std::to_string(line);
+    if (!where.empty())
+        where += ": ";
+    std::fprintf(stderr, "zk_settings: %s%s\n", where.c_str(), text.c_str());
+}
+
+[[noreturn]] void failUsage(const std::string& problem)
+{
+    throw Failure{Trouble, problem + "; see zk_settings --help"};
+}
+
+QString decoded(const std::string& operand)
+{
+    const QString text = QString::fromStdString(operand);
+    if (text.toStdString() != operand)
+        throw Failure{Trouble, "the argument '" + operand + "' holds a character that cannot be represented"};
+    return text;
+}
+
+QByteArray readSource(const Call& call)
+{
+    if (const auto descriptor = namedDescriptor(call.file(), STDIN_FILENO))
+        return readAll(*descriptor, call.file());
+    const Descriptor file(open(call.file().c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen() && errno == ENOENT && call.create)
+        return {};
+    if (!file.isOpen())
+        throw systemFailure(call.file(), "open");
+    return readAll(file.number(), call.file());
+}
+
+QStringList get(const Call& call, Document& document)
+{
+    const QString section = decoded(call.operands[1]);
+    const QString key = decoded(call.operands[2]);
+    for (const int line : document.doubtfulLines(section, key))
+        report(call.file(), line, Document::doubt);
+    return document.values(section, key);
+}
+
+QStringList list(const Call& call, Document& document)
+{
+    return call.operands.size() > 1 ? document.keys(decoded(call.operands[1])) : document.sections();
+}
+
+void print(const Command& command, const Call& call)
+{
+    Document document(readSource(call));
+    QByteArray bytes;
+    for (const QString& text : command.print(call, document))
+        bytes += text.toUtf8() + (call.null ? '\0' : '\n');
+    writeAll(STDOUT_FILENO, bytes, "standard output");
+}
+
+QByteArray edited(const Command& command, const Call& call, const QByteArray& source)
+{
+    Request request{decoded(call.operands[1]), decoded(call.operands[2]), {}, call.operands.size() > 3, call.force};
+    if (request.hasValue)
+        request.value = decoded(call.operands[3]);
+    if (request.key.isEmpty())
+        throw Failure{Trouble, "the key is empty"};
+    Document document(source);
+    (document.*command.edit)(request);
+    document.verify(request);
+    return document.bytes();
+}
+
+// The descriptor that the edited document goes to, when it goes to one that the caller has opened.
+std::optional<int> outputDescriptor(const Call& call)
+{
+    if (call.output.empty())
+        return namedDescriptor(call.file(), STDIN_FILENO) ? std::optional(STDOUT_FILENO) : std::nullopt;
+    return namedDescriptor(call.output, STDOUT_FILENO);
+}
+
+// A pipe or a device takes the bytes as they come.
+bool isDevice(const std::string& name)
+{
+    struct stat status = {};
+    return stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+void editToDescriptor(const Command& command, const Call& call, int output)
+{
+    if (fcntl(output, F_GETFL) < 0) // or a file opened below would get the number
+        throw systemFailure(call.output, "write");
+    writeAll(output, edited(command, call, readSource(call)), call.output.empty() ? "standard output" : call.output);
+}
+
+void edit(const Command& command, const Call& call)
+{
+    if (const auto output = outputDescriptor(call))
+        return editToDescriptor(command, call, *output);
+    if (!call.output.empty() && isDevice(call.output)) {
+        const QByteArray bytes = edited(command, call, readSource(call));
+        const Descriptor device(open(call.output.c_str(), O_WRONLY | O_CLOEXEC));
+        if (!device.isOpen())
+            throw systemFailure(call.output, "open");
+        return writeAll(device.number(), bytes, call.output);
+    }
+
+    LockedFile file(call.output.empty() ? call.file() : call.output, call.wait);
+    const bool isSource = call.output.empty() && (file.exists() || call.create);
+    file.replace(edited(command, call, isSource ? file.bytes() : readSource(call)));
+}
+
+std::string help()
+{
+    std::string text = std::string(introduction) + "\nCommands:\n";
+    const auto add = [&text](std::string left, const char* right) {
+        left.resize(34, ' ');
+        text += "  " + left + ' ' + right + '\n';
+    };
+    for (const Command& command : commands)
+        add(command.name + (std::string(" ") + command.operands), command.help);
+    text += "\nOptions:\n";
+    for (const Option& entry : options)
+        add(std::string("--") + entry.name.name + entry.argument, entry.help);
+    return text + '\n' + notes;
+}
+
+std::chrono::seconds seconds(const std::string& text)
+{
+    unsigned short number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        failUsage("'" + text + "' is not a number of seconds");
+    return std::chrono::seconds(number);
+}
+
+// Takes the options up to the first operand, and returns their letters.
+std::string takeOptions(int argc, char** argv, Call& call)
+{
+    std::vector<option> names;
+    for (const Option& entry : options)
+        names.push_back(entry.name);
+    names.push_back({});
+
+    std::string letters;
+    for (int letter; (letter = getopt_long(argc, argv, "+", names.data(), nullptr)) != -1;) {
+        letters += static_cast<char>(letter);
+        if (letter == '?')
+            failUsage(std::string("unknown or incomplete option '") + argv[optind - 1] + '\'');
+        call.create = call.create || letter == 'c';
+        call.force = call.force || letter == 'f';
+        call.null = call.null || letter == 'n';
+        if (letter == 'o')
+            call.output = optarg;
+        if (letter == 'w')
+            call.wait = seconds(optarg);
+    }
+    return letters;
+}
+
+const Command& takeCommand(int argc, char** argv)
+{
+    const std::string name = optind < argc ? argv[optind++] : "";
+    for (const Command& command : commands) {
+        if (name == command.name)
+            return command;
+    }
+    failUsage(name.empty() ? "a command is needed" : "there is no command '" + name + '\'');
+}
+
+// As they are, whatever they look like.
+std::vector<std::string> takeOperands(int argc, char** argv, const Command& command)
+{
+    std::vector<std::string> operands;
+    while (optind < argc && operands.size() < command.most)
+        operands.push_back(argv[optind++]);
+    return operands;
+}
+
+bool printText(const std::string& letters)
+{
+    const std::size_t found = letters.find_first_of("hv");
+    if (found == letters.npos)
+        return false;
+    const std::string text = letters[found] == 'h' ? help() : "zk_settings " ZK_SETTINGS_VERSION "\n";
+    writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
+    return true;
+}
+
+void run(int argc, char** argv, Call& call)
+{
+    std::string letters = takeOptions(argc, argv, call);
+    if (printText(letters))
+        return;
+    const Command& command = takeCommand(argc, argv);
+    letters += takeOptions(argc, argv, call);
+    if (printText(letters))
+        return;
+    const std::vector<std::string> operands = takeOperands(argc, argv, command);
+    letters += takeOptions(argc, argv, call);
+    if (operands.size() < command.fewest || optind < argc)
+        failUsage(std::string(command.name) + " takes " + command.operands);
+    if (letters.find_first_not_of(command.options) != letters.npos)
+        failUsage(std::string(command.name) + " does not take one of the options");
+
+    call.operands = operands;
+    command.edit ? edit(command, call) : print(command, call);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    occupyStandardDescriptors();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error to report, and the old file is kept
+    opterr = 0;
+    Call call;
+    try {
+        run(argc, argv, call);
+        return Done;
+    } catch (const Failure& failure) {
+        const std::string& file = failure.file.empty() && !call.operands.empty() ? call.file() : failure.file;
+        report(file, failure.line, failure.text);
+        return failure.status;
+    } catch (const std::exception& error) {
+        report({}, 0, error.what());
+        return Trouble;
+    }
+}

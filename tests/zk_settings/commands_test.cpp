@@ -1,7 +1,9 @@
+#include "zk_settings/settings.h"
+
 #include "support/files.h"
-#include "support/process.h"
 #include "support/rows.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace {
@@ -25,12 +27,6 @@ void PrintTo(const Row& row, std::ostream* out)
     *out << row.name;
 }
 
-Finished settings(const TempDir& dir, std::vector<std::string> arguments, const std::string& input = {})
-{
-    arguments.insert(arguments.begin(), ZK_SETTINGS);
-    return run(arguments, {input, {"LC_ALL=C"}, dir.path()});
-}
-
 std::string message(const std::string& text)
 {
     return text.empty() ? text : "zk_settings: " + text + '\n';
@@ -45,7 +41,7 @@ TEST_P(Prints, and_keeps_the_file)
     const Row& row = GetParam();
     const TempDir dir;
     writeFile(dir / "f", row.file);
-    const Finished finished = settings(dir, row.arguments);
+    const Finished finished = settings(dir.path(), row.arguments);
     EXPECT_EQ(finished.status, row.status);
     EXPECT_EQ(finished.out, row.out);
     EXPECT_EQ(finished.err, message(row.error));
@@ -61,13 +57,13 @@ TEST_P(Edits, and_says_nothing)
     const Row& row = GetParam();
     const TempDir dir;
     writeFile(dir / "f", row.file);
-    const Finished finished = settings(dir, row.arguments);
+    const Finished finished = settings(dir.path(), row.arguments);
     EXPECT_EQ(finished.status, 0);
     EXPECT_EQ(finished.out, "");
     EXPECT_EQ(finished.err, "");
     EXPECT_EQ(readFile(dir / "f"), row.out);
 
-    const Finished filtered = settings(dir, [&] {
+    const Finished filtered = settings(dir.path(), [&] {
         std::vector<std::string> arguments = row.arguments;
         *std::find(arguments.begin(), arguments.end(), "f") = "-";
         return arguments;
@@ -85,13 +81,13 @@ TEST_P(Refuses, and_keeps_the_file)
     const Row& row = GetParam();
     const TempDir dir;
     writeFile(dir / "f", row.file);
-    const Finished finished = settings(dir, row.arguments);
+    const Finished finished = settings(dir.path(), row.arguments);
     EXPECT_EQ(finished.status, row.status);
     EXPECT_EQ(finished.out, "");
     EXPECT_EQ(finished.err, message(row.error));
     EXPECT_EQ(readFile(dir / "f"), row.file);
 
-    EXPECT_EQ(settings(dir, row.arguments, row.file).status, row.status);
+    EXPECT_EQ(settings(dir.path(), row.arguments, row.file).status, row.status);
 }
 
 using Rows = std::vector<Row>;
@@ -286,7 +282,7 @@ INSTANTIATE_TEST_SUITE_P(Usage, Refuses,
 TEST(Help, names_every_command_and_status)
 {
     const TempDir dir;
-    const Finished help = settings(dir, {"set", "--help"});
+    const Finished help = settings(dir.path(), {"set", "--help"});
     EXPECT_EQ(help.status, 0);
     for (const char* const text : {"get FILE SECTION KEY ", "set FILE SECTION KEY VALUE ", "append FILE SECTION KEY VALUE ",
              "prepend FILE SECTION KEY VALUE ", "remove FILE SECTION KEY [VALUE] ", "list FILE [SECTION] ", "--output FILE ",
@@ -297,7 +293,7 @@ TEST(Help, names_every_command_and_status)
 TEST(Version, is_that_of_the_library)
 {
     const TempDir dir;
-    EXPECT_EQ(settings(dir, {"--version"}).out, "zk_settings " KQSUPPORT_VERSION "\n");
+    EXPECT_EQ(settings(dir.path(), {"--version"}).out, "zk_settings " KQSUPPORT_VERSION "\n");
 }
 
 } // namespace

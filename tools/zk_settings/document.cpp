@@ -26,8 +26,8 @@ void load(INIStore& store, const QByteArray& bytes)
 {
     const Descriptor memory(memfd_create("zk_settings", MFD_CLOEXEC));
     if (!memory.isOpen())
-        throw systemFailure("memory", "create a file");
-    writeAll(memory.number(), bytes, "memory");
+        throw systemFailure({}, "load");
+    writeAll(memory.number(), bytes, {});
     if (!store.Open(QStringLiteral("/proc/self/fd/%1").arg(memory.number())))
         throw Failure{Trouble, "cannot load: is /proc mounted?"};
 }

@@ -1,0 +1,484 @@
+#include "lockedfile.h"
+#include "failure.h"
+
+#include "zk_settings/settings.h"
+
+#include "support/files.h"
+#include "support/mounts.h"
+#include "support/rows.h"
+#include "support/unprivileged.h"
+
+#include <filesystem>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/xattr.h>
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace {
+
+const std::vector<std::string> setTwo = {"set", "f", "", "k", "2"};
+
+struct stat statusOf(const std::string& path)
+{
+    struct stat status = {};
+    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+    return status;
+}
+
+mode_t modeOf(const std::string& path)
+{
+    return statusOf(path).st_mode & 07777;
+}
+
+std::vector<std::string> namesIn(const std::string& directory)
+{
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory))
+        names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+using Names = std::vector<std::string>;
+
+// A directory with the file "f", which holds one key, and into which any user is let.
+class Files : public testing::Test
+{
+protected:
+    Files()
+    {
+        fs::permissions(dir.path(), fs::perms(0777));
+        writeFile(f, "k=1\n");
+    }
+
+    Finished set() { return settings(dir.path(), setTwo); }
+
+    void expectRefusal(const Finished& finished, const std::string& error)
+    {
+        EXPECT_EQ(finished.status, 2);
+        EXPECT_EQ(finished.out, "");
+        EXPECT_EQ(finished.err, "zk_settings: " + error + '\n');
+    }
+
+    const TempDir dir;
+    const std::string f = dir / "f";
+};
+
+// The bytes are new, and so is the file.
+TEST_F(Files, are_replaced)
+{
+    const ino_t before = statusOf(f).st_ino;
+    EXPECT_EQ(set().status, 0);
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_NE(statusOf(f).st_ino, before);
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(Files, are_not_written_without_a_change)
+{
+    const struct stat before = statusOf(f);
+    EXPECT_EQ(settings(dir.path(), {"set", "f", "", "k", "1"}).status, 0);
+    EXPECT_EQ(statusOf(f).st_ino, before.st_ino);
+    EXPECT_EQ(statusOf(f).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+}
+
+TEST_F(Files, are_not_started_by_a_mistyped_name)
+{
+    for (const char* const command : {"set", "append", "prepend", "remove"})
+        expectRefusal(settings(dir.path(), {command, "g", "", "k", "2"}), "g: cannot open: No such file or directory");
+    expectRefusal(settings(dir.path(), {"list", "g"}), "g: cannot open: No such file or directory");
+    expectRefusal(settings(dir.path(), {"set", "d/f", "", "k", "2"}), "d/f: cannot open: No such file or directory");
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(Files, are_started_on_request)
+{
+    EXPECT_EQ(shell(dir.path(), "umask 026; zk set --create g s k v").status, 0);
+    EXPECT_EQ(readFile(dir / "g"), "[s]\nk = v\n");
+    EXPECT_EQ(modeOf(dir / "g"), 0640u);
+
+    EXPECT_EQ(settings(dir.path(), {"set", "--create", "h", "s", "k", "a;b"}).status, 2);
+    EXPECT_EQ(settings(dir.path(), {"remove", "--create", "h", "s", "k"}).status, 1);
+    EXPECT_EQ(namesIn(dir.path()), (Names{"f", "g"}));
+}
+
+TEST_F(Files, keep_a_symbolic_link_and_replace_its_target)
+{
+    fs::create_directory(dir / "d");
+    fs::create_symlink("../f", dir / "d/second");
+    fs::create_symlink(dir / "d/second", dir / "first");
+    EXPECT_EQ(settings(dir.path(), {"set", "first", "", "k", "2"}).status, 0);
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(f)));
+    EXPECT_EQ(fs::read_symlink(dir / "first"), dir / "d/second");
+    EXPECT_EQ(fs::read_symlink(dir / "d/second"), "../f");
+    EXPECT_EQ(namesIn(dir / "d"), Names{"second"});
+}
+
+TEST_F(Files, that_a_dangling_link_names_are_started_on_request)
+{
+    fs::create_symlink("g", dir / "link");
+    expectRefusal(settings(dir.path(), {"set", "link", "", "k", "2"}), "link: cannot open: No such file or directory");
+    EXPECT_EQ(settings(dir.path(), {"set", "--create", "link", "", "k", "2"}).status, 0);
+    EXPECT_EQ(readFile(dir / "g"), "k = 2\n");
+    EXPECT_TRUE(fs::is_symlink(dir / "link"));
+}
+
+TEST_F(Files, that_are_links_in_a_circle_are_refused)
+{
+    fs::create_symlink("b", dir / "a");
+    fs::create_symlink("a", dir / "b");
+    expectRefusal(settings(dir.path(), {"set", "--create", "a", "", "k", "2"}),
+        "a: cannot open: Too many levels of symbolic links");
+}
+
+TEST_F(Files, with_several_hard_links_are_written_in_place)
+{
+    fs::create_hard_link(f, dir / "g");
+    EXPECT_EQ(settings(dir.path(), {"set", "f", "", "k", "longer"}).status, 0);
+    EXPECT_EQ(readFile(dir / "g"), "k=longer\n");
+    EXPECT_EQ(settings(dir.path(), {"set", "f", "", "k", ""}).status, 0);
+    EXPECT_EQ(readFile(dir / "g"), "k=\n");
+    EXPECT_EQ(fs::hard_link_count(f), 2u);
+}
+
+TEST_F(Files, in_a_folder_that_may_not_be_written_are_written_in_place)
+{
+    fs::permissions(f, fs::perms(0666));
+    fs::permissions(dir.path(), fs::perms(0555));
+    const ino_t before = statusOf(f).st_ino;
+    EXPECT_EQ(asOrdinaryUser([this] { return set().err; }), "");
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(statusOf(f).st_ino, before);
+    fs::permissions(dir.path(), fs::perms(0777));
+}
+
+TEST_F(Files, that_may_not_be_written_are_refused)
+{
+    fs::permissions(f, fs::perms(0444));
+    EXPECT_EQ(asOrdinaryUser([this] { return set().err; }), "zk_settings: f: cannot write: Permission denied\n");
+    fs::permissions(f, fs::perms(0666));
+    fs::permissions(dir.path(), fs::perms(0555));
+    EXPECT_EQ(asOrdinaryUser([this] { return settings(dir.path(), {"set", "--create", "g", "", "k", "2"}).err; }),
+        "zk_settings: g: cannot create a file in its folder: Permission denied\n");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    fs::permissions(dir.path(), fs::perms(0777));
+}
+
+TEST_F(Files, of_another_owner_are_written_in_place)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only root can make a file of another owner");
+    fs::permissions(f, fs::perms(0666));
+    const ino_t before = statusOf(f).st_ino;
+    EXPECT_EQ(asOrdinaryUser([this] { return set().err; }), "");
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(statusOf(f).st_ino, before);
+    EXPECT_EQ(statusOf(f).st_uid, 0u);
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(Files, keep_their_owner_group_and_mode)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only root can make a file of another owner");
+    EXPECT_EQ(chown(f.c_str(), 65534, 12345), 0);
+    fs::permissions(f, fs::perms(0640));
+    EXPECT_EQ(set().status, 0);
+    EXPECT_EQ(statusOf(f).st_uid, 65534u);
+    EXPECT_EQ(statusOf(f).st_gid, 12345u);
+    EXPECT_EQ(modeOf(f), 0640u);
+}
+
+// The mode that a plain write by the same user leaves.
+TEST_F(Files, keep_set_user_id_bits_where_a_write_does)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only root can act as two users");
+    for (const char* const name : {"f", "plain"}) {
+        writeFile(dir / name, "k=1\n");
+        EXPECT_EQ(chown((dir / name).c_str(), 65534, 65534), 0);
+        EXPECT_EQ(chmod((dir / name).c_str(), 06755), 0);
+    }
+    EXPECT_EQ(shell(dir.path(), "zk set f '' k 2 && echo >>plain").status, 0);
+    EXPECT_EQ(modeOf(f), 06755u);
+    EXPECT_EQ(modeOf(f), modeOf(dir / "plain"));
+    EXPECT_EQ(asOrdinaryUser([this] { return shell(dir.path(), "zk set f '' k 3 && echo >>plain").err; }), "");
+    EXPECT_EQ(modeOf(f), 0755u);
+    EXPECT_EQ(modeOf(f), modeOf(dir / "plain"));
+}
+
+TEST_F(Files, keep_their_extended_attributes)
+{
+    const std::string value("a\0b", 3);
+    if (setxattr(f.c_str(), "user.note", value.data(), value.size(), 0) != 0)
+        SKIP_OR_FAIL("this file system has no extended attributes");
+    const ino_t before = statusOf(f).st_ino;
+    EXPECT_EQ(set().status, 0);
+    EXPECT_NE(statusOf(f).st_ino, before);
+    char found[8];
+    const ssize_t size = getxattr(f.c_str(), "user.note", found, sizeof found);
+    EXPECT_EQ(std::string(found, std::size_t(std::max<ssize_t>(size, 0))), value);
+}
+
+TEST_F(Files, keep_their_access_control_list)
+{
+    if (shell(dir.path(), "setfacl -m u:65534:rw,g:12345:r f && setfacl -d -m u:12345:rwx .").status != 0)
+        SKIP_OR_FAIL("no setfacl here, or no ACLs");
+    writeFile(dir / "g", "k=1\n");
+    EXPECT_EQ(shell(dir.path(), "setfacl -b g").status, 0);
+    const std::string before = shell(dir.path(), "getfacl f g").out;
+    ASSERT_NE(before.find(":rw-"), std::string::npos);
+    EXPECT_EQ(shell(dir.path(), "zk set f '' k 2 && zk set g '' k 2 && getfacl f g").out, before);
+    EXPECT_EQ(readFile(dir / "g"), "k=2\n");
+}
+
+TEST_F(Files, on_which_another_file_system_is_mounted_are_written_in_place)
+{
+    if (const std::string reason = makeMountsPrivate(); !reason.empty())
+        SKIP_OR_FAIL(reason);
+    writeFile(dir / "g", "k=0\n");
+    mountOver(dir / "g", f);
+    EXPECT_EQ(settings(dir.path(), {"set", "g", "", "k", "2"}).err, "");
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(namesIn(dir.path()), (Names{"f", "g"}));
+    EXPECT_EQ(umount((dir / "g").c_str()), 0);
+}
+
+TEST_F(Files, lose_what_a_killed_edit_left_beside_them)
+{
+    writeFile(dir / ".zk_settings-" + std::to_string(statusOf(f).st_ino), "half");
+    EXPECT_EQ(set().status, 0);
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(Files, that_another_program_changed_meanwhile_are_kept)
+{
+    LockedFile file(f, 0s);
+    writeFile(f, "k=other\n");
+    try {
+        file.replace("k=2\n");
+        ADD_FAILURE() << "it was replaced";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.text, "cannot replace: another program has changed it");
+    }
+    EXPECT_EQ(readFile(f), "k=other\n");
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+// A disk of 64 KiB with the file "f", which nearly fills it.
+class FullDisk : public Files
+{
+protected:
+    void SetUp() override
+    {
+        if (const std::string reason = makeMountsPrivate(); !reason.empty())
+            SKIP_OR_FAIL(reason);
+        ASSERT_EQ(mount("tmpfs", dir.path().c_str(), "tmpfs", 0, "size=64k"), 0);
+        writeFile(f, before);
+    }
+    void TearDown() override { umount(dir.path().c_str()); }
+
+    const std::string before = "k=1\n" + std::string(40000, 'x') + '\n';
+};
+
+TEST_F(FullDisk, keeps_the_file)
+{
+    expectRefusal(set(), "f: cannot write: No space left on device");
+    EXPECT_EQ(readFile(f), before);
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(FullDisk, keeps_the_file_that_would_grow_in_place)
+{
+    fs::create_hard_link(f, dir / "g");
+    expectRefusal(settings(dir.path(), {"set", "f", "", "k", std::string(50000, 'v')}),
+        "f: cannot write: No space left on device");
+    EXPECT_EQ(readFile(f), before);
+    EXPECT_EQ(set().status, 0) << "what does not grow has room";
+}
+
+TEST_F(FullDisk, starts_no_file)
+{
+    expectRefusal(settings(dir.path(), {"set", "--create", "g", "", "k", std::string(50000, 'v')}),
+        "g: cannot write: No space left on device");
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(Files, keep_to_the_size_limit)
+{
+    const std::vector<std::string> limited = {"prlimit", "--fsize=100", ZK_SETTINGS, "set", f, "", "k"};
+    for (const bool isLinked : {false, true}) {
+        if (isLinked)
+            fs::create_hard_link(f, dir / "g");
+        std::vector<std::string> command = limited;
+        command.push_back(std::string(200, 'v'));
+        expectRefusal(run(command), f + ": cannot write: File too large");
+        EXPECT_EQ(readFile(f), "k=1\n");
+    }
+}
+
+TEST_F(Files, of_100_megabytes_are_edited)
+{
+    std::string large;
+    const std::string line = "key=" + std::string(995, 'v') + '\n';
+    while (large.size() < 100'000'000)
+        large += line;
+    writeFile(f, large + "[s]\nk=1");
+    EXPECT_EQ(settings(dir.path(), {"set", "f", "s", "k", "2"}).err, "");
+    EXPECT_TRUE(readFile(f) == large + "[s]\nk=2");
+}
+
+TEST_F(Files, that_are_none_are_refused)
+{
+    fs::create_directory(dir / "d");
+    EXPECT_EQ(mkfifo((dir / "fifo").c_str(), 0666), 0);
+    expectRefusal(settings(dir.path(), {"set", "d", "", "k", "2"}), "d: cannot edit: not a regular file");
+    expectRefusal(settings(dir.path(), {"set", "fifo", "", "k", "2"}), "fifo: cannot edit: not a regular file");
+    expectRefusal(settings(dir.path(), {"set", "/dev/null", "", "k", "2"}), "/dev/null: cannot edit: not a regular file");
+    EXPECT_TRUE(fs::is_fifo(dir / "fifo"));
+}
+
+TEST_F(Files, may_be_pipes_to_read_from)
+{
+    const Finished finished = shell(dir.path(), "mkfifo p q; cat f >p & zk get p '' k; cat f >q & zk set --output - q '' k 2");
+    EXPECT_EQ(finished.err, "");
+    EXPECT_EQ(finished.out, "1\nk=2\n");
+    EXPECT_EQ(shell(dir.path(), "zk get /dev/stdin '' k <f; zk set /dev/fd/5 '' k 2 5<f").out, "1\nk=2\n");
+    EXPECT_EQ(readFile(f), "k=1\n");
+}
+
+TEST_F(Files, stay_as_they_are_with_another_output)
+{
+    fs::create_symlink("target", dir / "link");
+    writeFile(dir / "target", "longer than what is written there\n");
+    EXPECT_EQ(settings(dir.path(), {"set", "--output", "link", "f", "", "k", "2"}).status, 0);
+    EXPECT_EQ(readFile(dir / "target"), "k=2\n");
+    EXPECT_TRUE(fs::is_symlink(dir / "link"));
+    EXPECT_EQ(settings(dir.path(), {"--output", "new", "set", "f", "", "k", "1"}).status, 0) << "an unchanged document too";
+    EXPECT_EQ(readFile(dir / "new"), "k=1\n");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    EXPECT_EQ(settings(dir.path(), {"set", "--output=f", "f", "", "k", "3"}).status, 0);
+    EXPECT_EQ(readFile(f), "k=3\n");
+    EXPECT_EQ(settings(dir.path(), {"set", "--create", "--output", "created", "missing", "", "k", "4"}).status, 0);
+    EXPECT_EQ(readFile(dir / "created"), "k = 4\n");
+    EXPECT_EQ(namesIn(dir.path()), (Names{"created", "f", "link", "new", "target"}));
+}
+
+struct Output
+{
+    const char* name;
+    const char* line;
+    const char* text; // of the file "log", or on standard error
+};
+
+void PrintTo(const Output& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class Outputs : public Files, public testing::WithParamInterface<Output>
+{
+};
+
+class GoodOutputs : public Outputs
+{
+};
+
+TEST_P(GoodOutputs, are_written_at_their_offset)
+{
+    writeFile(dir / "log", "old\n");
+    const Finished finished = shell(dir.path(), GetParam().line);
+    EXPECT_EQ(finished.status, 0);
+    EXPECT_EQ(finished.err, "");
+    EXPECT_EQ(readFile(dir / "log"), GetParam().text);
+    EXPECT_EQ(readFile(f), "k=1\n");
+    EXPECT_EQ(namesIn(dir.path()), (Names{"f", "log"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Descriptor, GoodOutputs,
+    testing::Values(Output{"dash", "zk set --output - f '' k 2 >>log", "old\nk=2\n"},
+        Output{"standard_output", "zk set --output /dev/stdout f '' k 2 >>log", "old\nk=2\n"},
+        Output{"standard_error", "zk set --output /dev/stderr f '' k 2 2>>log", "old\nk=2\n"},
+        Output{"between", "{ echo a; zk set --output /dev/stdout f '' k 2; echo b; } >log", "a\nk=2\nb\n"},
+        Output{"number", "{ echo a >&7; zk set --output /dev/fd/7 f '' k 2; echo b >&7; } 7>log", "a\nk=2\nb\n"},
+        Output{"number_of_the_process", "zk set --output /proc/self/fd/7 f '' k 2 7>>log", "old\nk=2\n"},
+        Output{"without_truncation", "echo more >>log; zk set --output /dev/fd/7 f '' k 2 7<>log", "k=2\nmore\n"},
+        Output{"filter", "zk set - '' k 2 <f | zk set - '' k 3 >>log", "old\nk=3\n"},
+        Output{"device", "zk set --output /dev/null f '' k 2", "old\n"}),
+    rowName);
+
+class BadOutputs : public Outputs
+{
+};
+
+TEST_P(BadOutputs, are_reported)
+{
+    const Finished finished = shell(dir.path(), GetParam().line);
+    EXPECT_EQ(finished.status, 2);
+    EXPECT_EQ(finished.err, GetParam().text + std::string("\n"));
+    EXPECT_EQ(readFile(f), "k=1\n");
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Descriptor, BadOutputs,
+    testing::Values(Output{"closed_for_get", "zk get f '' k >&-", "zk_settings: standard output: cannot write: Bad file descriptor"},
+        Output{"closed_for_set", "zk set --output - f '' k 2 >&-", "zk_settings: -: cannot write: Bad file descriptor"},
+        Output{"closed_for_help", "zk --help >&-", "zk_settings: standard output: cannot write: Bad file descriptor"},
+        Output{"closed_number", "zk set --output /dev/fd/3 f '' k 2 3>&-",
+            "zk_settings: /dev/fd/3: cannot write: Bad file descriptor"},
+        Output{"closed_input", "zk set - '' k 2 <&-", "zk_settings: -: cannot read: Bad file descriptor"},
+        Output{"full", "zk get f '' k >/dev/full", "zk_settings: standard output: cannot write: No space left on device"},
+        Output{"full_for_set", "zk set - '' k 2 <f >/dev/full",
+            "zk_settings: standard output: cannot write: No space left on device"},
+        Output{"full_by_name", "zk set --output /dev/full f '' k 2",
+            "zk_settings: /dev/full: cannot write: No space left on device"},
+        Output{"directory", "zk set --output . f '' k 2", "zk_settings: .: cannot open: Is a directory"},
+        Output{"no_folder", "zk set --output d/o f '' k 2", "zk_settings: d/o: cannot open: No such file or directory"}),
+    rowName);
+
+// The test holds the lock that another edit would hold.
+class Locks : public Files
+{
+protected:
+    int hold() const
+    {
+        const int file = open(f.c_str(), O_RDONLY | O_CLOEXEC);
+        EXPECT_EQ(flock(file, LOCK_EX), 0);
+        return file;
+    }
+};
+
+TEST_F(Locks, are_waited_for_no_longer_than_asked)
+{
+    const int file = hold();
+    expectRefusal(settings(dir.path(), {"set", "--wait", "0", "f", "", "k", "2"}),
+        "f: cannot lock: another process is editing it");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(settings(dir.path(), {"set", "--wait", "1", "f", "", "k", "2"}).status, 2);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+    EXPECT_EQ(readFile(f), "k=1\n");
+    close(file);
+}
+
+TEST_F(Locks, end_and_let_the_next_edit_go_on)
+{
+    const Finished finished = shell(dir.path(), "flock f sleep 0.5 & sleep 0.2; zk set --wait 0 f '' k 3; zk set f '' k 2");
+    EXPECT_EQ(finished.status, 0);
+    EXPECT_EQ(finished.err, "zk_settings: f: cannot lock: another process is editing it\n");
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
+TEST_F(Locks, do_not_keep_readers_out)
+{
+    const int file = hold();
+    EXPECT_EQ(settings(dir.path(), {"get", "f", "", "k"}).out, "1\n");
+    EXPECT_EQ(settings(dir.path(), {"list", "f", ""}).out, "k\n");
+    EXPECT_EQ(settings(dir.path(), {"set", "--output", "-", "f", "", "k", "2"}).out, "k=2\n");
+    close(file);
+}
+
+} // namespace

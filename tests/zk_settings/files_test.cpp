@@ -323,13 +323,11 @@ TEST_F(Files, keep_to_the_size_limit)
 
 TEST_F(Files, of_100_megabytes_are_edited)
 {
-    std::string large;
-    const std::string line = "key=" + std::string(995, 'v') + '\n';
-    while (large.size() < 100'000'000)
-        large += line;
-    writeFile(f, large + "[s]\nk=1");
-    EXPECT_EQ(settings(dir.path(), {"set", "f", "s", "k", "2"}).err, "");
-    EXPECT_TRUE(readFile(f) == large + "[s]\nk=2");
+    const Finished finished = shell(dir.path(), "yes key=$(seq -s ' ' 80) | head -c 100000000 >large\n"
+                                               "{ cat large; printf '\n[s]\nk=1'; } >f\n"
+                                               "zk set f s k 2\n"
+                                               "{ cat large; printf '\n[s]\nk=2'; } | cmp - f");
+    EXPECT_EQ(finished.status, 0) << finished.out << finished.err;
 }
 
 TEST_F(Files, that_are_none_are_refused)

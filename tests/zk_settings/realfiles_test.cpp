@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 
 namespace fs = std::filesystem;
 
@@ -39,14 +40,6 @@ std::vector<std::string> settingsFiles()
     return files;
 }
 
-QByteArray edited(const QByteArray& bytes, const Request& request)
-{
-    Document document(bytes);
-    document.set(request);
-    document.verify(request);
-    return document.bytes();
-}
-
 // Whether `after` is `before` with the new value for `value`, which stands behind a '=', and for nothing else.
 bool replacesOnly(const QByteArray& before, const QByteArray& after, const QByteArray& value)
 {
@@ -63,23 +56,25 @@ struct Counts
     int unreadable = 0;
 };
 
-// Sets the key's value and sets it back.
-void tryKey(const std::string& path, const QByteArray& bytes, Document& document, const QString& section,
-    const QString& key, Counts& counts)
+// Sets the key's value and sets it back. A document that refused is not used again.
+bool changesOnly(const QByteArray& bytes, const QString& section, const QString& key, std::optional<Document>& document)
 {
-    SCOPED_TRACE(path + ": [" + section.toStdString() + "] " + key.toStdString());
-    const bool isDoubtful = !document.doubtfulLines(section, key).empty();
+    const bool isDoubtful = !document->doubtfulLines(section, key).empty();
     try {
-        QStringList values = document.values(section, key);
-        const QByteArray after = edited(bytes, {section, key, QLatin1String(newValue), true, false});
-        EXPECT_TRUE(replacesOnly(bytes, after, values.first().toUtf8()));
-        EXPECT_EQ(edited(after, {section, key, values.first(), true, false}), bytes);
+        QStringList values = document->values(section, key);
+        const QString old = values.first();
+        document->set({section, key, QLatin1String(newValue), true, false});
+        const QByteArray after = document->bytes();
+        EXPECT_TRUE(replacesOnly(bytes, after, old.toUtf8()));
         values.first() = QLatin1String(newValue);
         EXPECT_EQ(Document(after).values(section, key), values);
-        ++counts.edits;
+        document->set({section, key, old, true, false});
+        EXPECT_EQ(document->bytes(), bytes);
+        return true;
     } catch (const Failure& failure) {
         EXPECT_TRUE(isDoubtful || failure.text == "the line is not UTF-8") << failure.text;
-        ++counts.refusals;
+        document.emplace(bytes);
+        return false;
     }
 }
 
@@ -87,10 +82,13 @@ void tryFile(const std::string& path, Counts& counts)
 {
     const QByteArray bytes = QByteArray::fromStdString(readFile(path));
     try {
-        Document document(bytes);
-        for (const QString& section : document.sections()) {
-            for (const QString& key : document.keys(section))
-                tryKey(path, bytes, document, section, key, counts);
+        std::optional<Document> document(bytes);
+        for (const QString& section : document->sections()) {
+            for (const QString& key : document->keys(section)) {
+                SCOPED_TRACE(path + ": [" + section.toStdString() + "] " + key.toStdString());
+                const bool isEdited = changesOnly(bytes, section, key, document);
+                ++(isEdited ? counts.edits : counts.refusals);
+            }
         }
         ++counts.files;
     } catch (const Failure& failure) {
@@ -117,7 +115,7 @@ TEST(RealFiles, change_so_through_the_program_too)
     int edits = 0;
     int refusals = 0;
     const std::vector<std::string> files = settingsFiles();
-    for (std::size_t i = 0; i < files.size(); i += 1 + files.size() / 100) {
+    for (std::size_t i = 0; i < files.size(); i += 1 + files.size() / 40) {
         const std::string before = readFile(files[i]);
         writeFile(dir / "f", before);
         const std::string section = settings(dir.path(), {"list", "f"}).out;
@@ -138,7 +136,7 @@ TEST(RealFiles, change_so_through_the_program_too)
         EXPECT_EQ(readFile(dir / "f"), before) << files[i];
     }
     std::cout << edits << " edits made and taken back, " << refusals << " refused\n";
-    EXPECT_GT(edits, 25);
+    EXPECT_GT(edits, 20);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
-# What `cmake --install` lays down: the library, its headers, and the files by which CMake and pkg-config find it.
+# What `cmake --install` lays down: the library, its headers, the files by which CMake and pkg-config find it, and the
+# tool.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kqsupport)
@@ -28,3 +29,11 @@ file(RELATIVE_PATH pc_includedir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_IN
 configure_file(cmake/kqsupport.pc.in ${PROJECT_BINARY_DIR}/kqsupport.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kqsupport.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+if(KQSUPPORT_BUILD_TOOLS)
+  install(TARGETS zk_settings RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(FILES tools/zk_settings/completion.bash RENAME zk_settings
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/zk_settings.1.gz OPTIONAL # without scdoc there is none
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endif()

@@ -57,4 +57,19 @@ file(WRITE ${PROJECT_BINARY_DIR}/ldconfig "/sbin/ldconfig\n")
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
 
+# The tools: what they need of the library the .deb cannot find out by itself, as no package has it yet.
+if(KQSUPPORT_BUILD_TOOLS)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+  set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings, which reads and edits settings files from the shell.")
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqsupport-tools)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+  set(CPACK_RPM_TOOLS_PACKAGE_NAME kqsupport-tools)
+  list(APPEND CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+    /usr/${CMAKE_INSTALL_DATADIR}/bash-completion /usr/${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    /usr/${CMAKE_INSTALL_MANDIR} /usr/${CMAKE_INSTALL_MANDIR}/man1)
+endif()
+
 include(CPack)

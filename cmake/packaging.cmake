@@ -1,4 +1,5 @@
-# The packages that scripts/package makes, two of a kind: the library alone, and what it takes to build against it.
+# The packages that scripts/package makes, three of a kind: the library alone, what it takes to build against it, and the
+# tool.
 set(CPACK_PACKAGE_NAME kqsupport)
 set(CPACK_PACKAGE_VENDOR "Zentrak developers")
 set(CPACK_PACKAGE_CONTACT "Zentrak developers <developers@zentrak.invalid>")
@@ -6,8 +7,12 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime development)
+if(KQSUPPORT_BUILD_TOOLS)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, and the files by which CMake and pkg-config find the library.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings, which reads and edits settings files from the shell.")
 
 # Debian: the library package carries its SOVERSION, as two of them may stand side by side.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -27,6 +32,12 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkqsupport-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libkqsupport${KQSUPPORT_SOVERSION} (= ${PROJECT_VERSION}), qt6-base-dev (>= 6.2)")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqsupport-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+# The library has no package yet that dpkg-shlibdeps could ask.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
 if(CPACK_GENERATOR STREQUAL "DEB")
   # Each package has the changelog in Debian's own form.
   execute_process(COMMAND sed "1,/^## /d" ${PROJECT_SOURCE_DIR}/CHANGELOG.md COMMAND fold -s -w 76
@@ -36,10 +47,10 @@ if(CPACK_GENERATOR STREQUAL "DEB")
     "kqsupport (${PROJECT_VERSION}) unstable; urgency=medium\n${changes}\n -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
   file(ARCHIVE_CREATE OUTPUT ${PROJECT_BINARY_DIR}/changelog.gz PATHS ${PROJECT_BINARY_DIR}/changelog
     FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9)
-  foreach(component RUNTIME DEVELOPMENT)
-    string(TOLOWER ${component} name)
+  foreach(component ${CPACK_COMPONENTS_ALL})
+    string(TOUPPER ${component} name)
     install(FILES ${PROJECT_BINARY_DIR}/changelog.gz
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME} COMPONENT ${name})
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${name}_PACKAGE_NAME} COMPONENT ${component})
   endforeach()
 endif()
 
@@ -48,6 +59,7 @@ set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_NAME libkqsupport-devel)
+set(CPACK_RPM_TOOLS_PACKAGE_NAME kqsupport-tools)
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES
   "libkqsupport${KQSUPPORT_SOVERSION}%{?_isa} = %{version}-%{release}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
@@ -56,20 +68,5 @@ set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
 file(WRITE ${PROJECT_BINARY_DIR}/ldconfig "/sbin/ldconfig\n")
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
-
-# The tools: what they need of the library the .deb cannot find out by itself, as no package has it yet.
-if(KQSUPPORT_BUILD_TOOLS)
-  list(APPEND CPACK_COMPONENTS_ALL tools)
-  set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings, which reads and edits settings files from the shell.")
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqsupport-tools)
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
-  set(CPACK_RPM_TOOLS_PACKAGE_NAME kqsupport-tools)
-  list(APPEND CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
-    /usr/${CMAKE_INSTALL_DATADIR}/bash-completion /usr/${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-    /usr/${CMAKE_INSTALL_MANDIR} /usr/${CMAKE_INSTALL_MANDIR}/man1)
-endif()
 
 include(CPack)

@@ -45,19 +45,26 @@ deb)
         exit 1
     fi
 
+    dpkg-deb --field kqsupport-tools_*.deb Depends | sed 's/, /\n/g' >"$list"
+    need "libkqsupport$soversion \(>= $version\)"
+    need 'libqt6core6(t64)? \(>= [0-9.]+\)'
+
     libdir=lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
     mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
     touch "$root/var/lib/dpkg/status" "$root/var/lib/dpkg/available"
     # Not configured: what the packages need, ldconfig among it, is outside the scratch root.
     PATH=$PATH:/usr/sbin:/sbin dpkg --root="$root" --unpack ./*.deb
     library_mode=644
-    for package in "libkqsupport$soversion" libkqsupport-dev; do
+    for package in "libkqsupport$soversion" libkqsupport-dev kqsupport-tools; do
         zcat "$root/usr/share/doc/$package/changelog.gz" | dpkg-parsechangelog -l - -S Version >"$list"
         need "$version"
     done
     ;;
 rpm)
     runtime=$(echo libkqsupport"$soversion"-*.rpm) devel=$(echo libkqsupport-devel-*.rpm)
+    tools=$(echo kqsupport-tools-*.rpm)
+    rpm -qp --requires "$tools" >"$list"
+    need "libkqsupport\.so\.$soversion\(\)\(64bit\)"
     rpm -qp --requires "$devel" >"$list"
     need 'cmake\(Qt6Core\) >= 6\.2'
     need 'cmake\(Qt6Xml\) >= 6\.2'
@@ -72,8 +79,8 @@ rpm)
     done
     rpm -qp --scripts "$runtime" >"$list"
     [ "$(grep -cx /sbin/ldconfig "$list")" -eq 2 ] || { cat "$list"; exit 1; }
-    both=$({ rpm -qpl "$runtime"; rpm -qpl "$devel"; } | sort | uniq -d)
-    [ -z "$both" ] || { echo "in both packages: $both"; exit 1; }
+    both=$({ rpm -qpl "$runtime"; rpm -qpl "$devel"; rpm -qpl "$tools"; } | grep -v build-id | sort | uniq -d)
+    [ -z "$both" ] || { echo "in two packages: $both"; exit 1; }
 
     libdir=lib64
     export kqsupport_DIR="$root/usr/$libdir/cmake/kqsupport" # CMake on Debian does not look below lib64
@@ -87,9 +94,15 @@ find "$root/usr" -name 'libkqsupport.so*' | sort >"$list"
 for name in "" ".$version" ".$soversion"; do
     echo "$root/usr/$libdir/libkqsupport.so$name"
 done | sort | diff - "$list"
-wrong=$(find "$root/usr" -type d ! -perm 755 -o -type f -name '*.so.*' ! -perm "$library_mode" -o \
-    -type f ! -name '*.so.*' ! -perm 644)
+wrong=$(find "$root/usr" -type d ! -perm 755 -o -name 'lib*.so.*.*' ! -perm "$library_mode" -o \
+    -path '*/bin/*' ! -perm 755 -o -type f ! -name 'lib*.so.*' ! -path '*/bin/*' ! -perm 644)
 [ -z "$wrong" ] || { echo "wrong mode: $wrong"; exit 1; }
+
+{ echo bin/zk_settings; echo share/bash-completion/completions/zk_settings; echo share/man/man1/zk_settings.1.gz; } |
+    while read -r name; do [ -s "$root/usr/$name" ] || { echo "missing: $name"; exit 1; }; done
+LD_LIBRARY_PATH=$root/usr/$libdir "$root/usr/bin/zk_settings" --version >"$list"
+need "zk_settings $version"
+sh "$source/tests/rules/hardening.sh" "$root/usr/bin/zk_settings"
 
 library=$root/usr/$libdir/libkqsupport.so
 sh "$source/tests/rules/symbols.sh" "$library" "$source/tests/rules/symbols.txt"

@@ -4,7 +4,6 @@
 #include "support/rows.h"
 
 #include <algorithm>
-#include <ostream>
 
 namespace {
 
@@ -21,11 +20,6 @@ struct Row
     std::string error = {};
     int status = error.empty() ? 0 : 2;
 };
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 std::string message(const std::string& text)
 {
@@ -63,11 +57,14 @@ TEST_P(Edits, and_says_nothing)
     EXPECT_EQ(finished.err, "");
     EXPECT_EQ(readFile(dir / "f"), row.out);
 
-    const Finished filtered = settings(dir.path(), [&] {
-        std::vector<std::string> arguments = row.arguments;
-        *std::find(arguments.begin(), arguments.end(), "f") = "-";
-        return arguments;
-    }(), row.file);
+    const Finished filtered = settings(
+        dir.path(),
+        [&] {
+            std::vector<std::string> arguments = row.arguments;
+            *std::find(arguments.begin(), arguments.end(), "f") = "-";
+            return arguments;
+        }(),
+        row.file);
     EXPECT_EQ(filtered.status, 0);
     EXPECT_EQ(filtered.out, row.out) << "standard input";
 }
@@ -141,10 +138,12 @@ INSTANTIATE_TEST_SUITE_P(Set, Edits,
         {"empty_value_with_blanks", "k = \t\r\n", {"set", "f", "", "k", "v"}, "k = \tv\r\n"},
         {"empty_value_before_a_comment", "k = ;c\n", {"set", "f", "", "k", "v"}, "k =v ;c\n"},
         {"empty_value_far_before_a_comment", "k =    ;c\n", {"set", "f", "", "k", "v"}, "k = v   ;c\n"},
-        {"value_that_is_in_the_key", "IgnoreSIGPIPE=no\n", {"set", "f", "", "IgnoreSIGPIPE", "yes"}, "IgnoreSIGPIPE=yes\n"},
+        {"value_that_is_in_the_key", "IgnoreSIGPIPE=no\n", {"set", "f", "", "IgnoreSIGPIPE", "yes"},
+            "IgnoreSIGPIPE=yes\n"},
         {"value_that_is_in_the_comment", "a = a ; a;a\n", {"set", "f", "", "a", "b"}, "a = b ; a;a\n"},
         {"to_nothing", "k = v ; c\n", {"set", "f", "", "k", ""}, "k =  ; c\n"},
-        {"keeps_spacing_case_and_line_end", " \tKey\t =  v\tw  \r\n", {"set", "f", "", "key", "x"}, " \tKey\t =  x  \r\n"},
+        {"keeps_spacing_case_and_line_end", " \tKey\t =  v\tw  \r\n", {"set", "f", "", "key", "x"},
+            " \tKey\t =  x  \r\n"},
         {"value_with_equals_and_brackets", "k=[a=b]\n", {"set", "f", "", "k", "[c]=d"}, "k=[c]=d\n"},
         {"value_that_looks_like_an_option", "k=1\n", {"set", "f", "", "k", "--force"}, "k=--force\n"},
         {"value_with_markers", "k=1\n", {"set", "f", "", "k", "%1%2%3"}, "k=%1%2%3\n"},
@@ -158,7 +157,8 @@ INSTANTIATE_TEST_SUITE_P(Set, Edits,
             "sch\u00f6n = \U0001f600\u3000; \u00fc\n"},
         {"carriage_return_inside", "k=1\rm=2\n", {"set", "f", "", "k", "a\rb"}, "k=a\rb\n"},
         {"forced_cut_value", "k=Qt;KDE;\n", {"set", "--force", "f", "", "k", "v"}, "k=v ;KDE;\n"},
-        {"forced_key_that_the_store_cannot_see", "k = \nm=;c\n", {"set", "--force", "f", "", "m", "v"}, "k = \nm=v ;c\n"},
+        {"forced_key_that_the_store_cannot_see", "k = \nm=;c\n", {"set", "--force", "f", "", "m", "v"},
+            "k = \nm=v ;c\n"},
         {"second_value_in_doubt", "k=1\nk=a;b\n", {"set", "f", "", "k", "2"}, "k=2\nk=a;b\n"},
         {"other_key_in_doubt", "x=a;b\nk=1\n", {"set", "f", "", "k", "2"}, "x=a;b\nk=2\n"},
     }),
@@ -173,19 +173,22 @@ INSTANTIATE_TEST_SUITE_P(Add, Edits,
         {"above_the_comment_of_the_next_header", "[a]\n; about b\n[b]\n", {"set", "f", "a", "k", "v"},
             "[a]\nk = v\n; about b\n[b]\n"},
         {"below_the_comments_at_the_end", "[a]\n; about a\n", {"set", "f", "a", "k", "v"}, "[a]\n; about a\nk = v\n"},
-        {"above_the_first_header", "; licence\n\n[a]\nx=1\n", {"set", "f", "", "k", "v"}, "; licence\nk=v\n\n[a]\nx=1\n"},
+        {"above_the_first_header", "; licence\n\n[a]\nx=1\n", {"set", "f", "", "k", "v"},
+            "; licence\nk=v\n\n[a]\nx=1\n"},
         {"with_the_spacing_of_the_section", "a : b\n x=1\n[s]\n\ty  =\t1\n", {"set", "f", "s", "k", "v"},
             "a : b\n x=1\n[s]\n\ty  =\t1\n\tk  =\tv\n"},
         {"with_the_spacing_of_an_empty_value", "x =\n", {"set", "f", "", "k", "v"}, "x =\nk = v\n"},
         {"with_the_spacing_of_the_first_key", "x =\n  y==1\n", {"set", "f", "", "k", "v"}, "x =\n  y==1\nk = v\n"},
         {"with_the_spacing_of_another_section", "x=1\n[s]\n", {"set", "f", "s", "k", "v"}, "x=1\n[s]\nk=v\n"},
         {"empty_value", "x = 1\n", {"set", "f", "", "k", ""}, "x = 1\nk =\n"},
-        {"with_the_line_end_of_the_section", "a=1\n[s]\r\nx=1\r\n", {"set", "f", "s", "k", "v"}, "a=1\n[s]\r\nx=1\r\nk=v\r\n"},
+        {"with_the_line_end_of_the_section", "a=1\n[s]\r\nx=1\r\n", {"set", "f", "s", "k", "v"},
+            "a=1\n[s]\r\nx=1\r\nk=v\r\n"},
         {"with_the_line_end_of_the_file", "[a]\r\n[s]", {"append", "f", "s", "k", "v"}, "[a]\r\n[s]\r\nk = v\r\n"},
         {"after_a_last_line_without_an_end", "[a]\nk=1", {"append", "f", "a", "k", "2"}, "[a]\nk=1\nk=2\n"},
         {"section_at_the_end", "[a]\nx=1", {"set", "f", "b", "k", "v"}, "[a]\nx=1\n[b]\nk=v\n"},
         {"section_in_a_cr_lf_file", "[a]\r\nx=1\r\n", {"set", "f", " b ", "k", "v"}, "[a]\r\nx=1\r\n[ b ]\r\nk=v\r\n"},
-        {"section_not_ascii", "x=1\n", {"append", "f", "gr\u00fc\u00df", "\u4e2d", "\u00e9"}, "x=1\n[gr\u00fc\u00df]\n\u4e2d=\u00e9\n"},
+        {"section_not_ascii", "x=1\n", {"append", "f", "gr\u00fc\u00df", "\u4e2d", "\u00e9"},
+            "x=1\n[gr\u00fc\u00df]\n\u4e2d=\u00e9\n"},
         {"to_an_empty_file", "", {"set", "f", "a", "k", "v"}, "[a]\nk = v\n"},
         {"behind_the_byte_order_mark", "\xef\xbb\xbf[a]\n", {"set", "f", "", "k", "v"}, "\xef\xbb\xbfk = v\n[a]\n"},
         {"append_below_the_first_group", "k=1\nK=2\nx=0\nk=3\n", {"append", "f", "", "k", "v"},
@@ -219,9 +222,12 @@ INSTANTIATE_TEST_SUITE_P(Value, Refuses,
         {"semicolon", "k=1\n", {"set", "f", "", "k", "a;b"}, "", "f:1: the value holds a ';', which begins a comment"},
         {"semicolon_behind_a_blank", "k=1\n", {"set", "f", "", "k", "a ;b"}, "",
             "f:1: the value holds a ';', which begins a comment"},
-        {"blank_before", "k=1\n", {"set", "f", "", "k", " a"}, "", "f:1: the value begins or ends with a blank, which is lost"},
-        {"blank_behind", "k=1\n", {"set", "f", "", "k", "a\r"}, "", "f:1: the value begins or ends with a blank, which is lost"},
-        {"blanks_alone", "k=1\n", {"set", "f", "", "k", " "}, "", "f:1: the value begins or ends with a blank, which is lost"},
+        {"blank_before", "k=1\n", {"set", "f", "", "k", " a"}, "",
+            "f:1: the value begins or ends with a blank, which is lost"},
+        {"blank_behind", "k=1\n", {"set", "f", "", "k", "a\r"}, "",
+            "f:1: the value begins or ends with a blank, which is lost"},
+        {"blanks_alone", "k=1\n", {"set", "f", "", "k", " "}, "",
+            "f:1: the value begins or ends with a blank, which is lost"},
         {"not_utf8", "k=1\n", {"set", "f", "", "k", "a\xff"}, "",
             "f: the argument 'a\xff' holds a character that cannot be represented"},
         {"surrogate", "k=1\n", {"set", "f", "", "k", "\xed\xa0\x80"}, "",
@@ -232,16 +238,20 @@ INSTANTIATE_TEST_SUITE_P(Value, Refuses,
 INSTANTIATE_TEST_SUITE_P(Name, Refuses,
     testing::ValuesIn(Rows{
         {"key_with_equals", "", {"set", "f", "", "a=b", "v"}, "", "f:1: the key holds a '=', which ends it"},
-        {"key_with_semicolon", "", {"set", "f", "", "a;b", "v"}, "", "f:1: the key holds a ';', which begins a comment"},
+        {"key_with_semicolon", "", {"set", "f", "", "a;b", "v"}, "",
+            "f:1: the key holds a ';', which begins a comment"},
         {"key_with_line_break", "", {"set", "f", "", "a\nb", "v"}, "", "f:1: the key holds a line break"},
-        {"key_with_blank", "", {"set", "f", "", "a ", "v"}, "", "f:1: the key begins or ends with a blank, which is lost"},
+        {"key_with_blank", "", {"set", "f", "", "a ", "v"}, "",
+            "f:1: the key begins or ends with a blank, which is lost"},
         {"key_that_begins_a_section", "", {"set", "f", "", "[a]", "v"}, "",
             "f:1: the key begins with a '[', which begins a section"},
         {"value_that_ends_a_bracket_in_the_key", "", {"set", "f", "", "[a", "v]"}, "",
             "f:1: the key begins with a '[', which begins a section"},
         {"empty_key", "\n", {"set", "f", "", "", "v"}, "", "f: the key is empty"},
-        {"section_with_bracket", "x=1\n", {"set", "f", "a]b", "k", "v"}, "", "f:2: the section holds a ']' bracket, which ends it"},
-        {"section_with_semicolon", "", {"set", "f", "a;b", "k", "v"}, "", "f:1: the section holds a ';', which begins a comment"},
+        {"section_with_bracket", "x=1\n", {"set", "f", "a]b", "k", "v"}, "",
+            "f:2: the section holds a ']' bracket, which ends it"},
+        {"section_with_semicolon", "", {"set", "f", "a;b", "k", "v"}, "",
+            "f:1: the section holds a ';', which begins a comment"},
         {"section_with_line_break", "", {"set", "f", "a\nb", "k", "v"}, "", "f:1: the section holds a line break"},
         {"byte_order_mark_in_a_key", "x=1\n", {"set", "f", "", "\u00a0\xef\xbb\xbfk", "v"}, "",
             "f:2: the key begins or ends with a blank, which is lost"},
@@ -255,11 +265,14 @@ INSTANTIATE_TEST_SUITE_P(File, Refuses,
         {"key_in_doubt", "k=;note\nk=1\n", {"set", "f", "", "k", "v"}, "", "f:1: " + forced},
         {"section_in_doubt", "[s];note\nk=1\n", {"set", "f", "s", "k", "v"}, "", "f:1: " + forced},
         {"key_below_a_header_in_doubt", "[a]\nx=1\n[s];note\nk=1\n", {"set", "f", "a", "k", "v"}, "", "f:3: " + forced},
-        {"nul_elsewhere", std::string("k=1\nx=\0\n", 8), {"set", "f", "", "k", "v"}, "", "f:2: a NUL: this is no settings file"},
-        {"utf16", std::string("k\0=\0001\0\n\0", 8), {"set", "f", "", "k", "v"}, "", "f:1: a NUL: this is no settings file"},
+        {"nul_elsewhere", std::string("k=1\nx=\0\n", 8), {"set", "f", "", "k", "v"}, "",
+            "f:2: a NUL: this is no settings file"},
+        {"utf16", std::string("k\0=\0001\0\n\0", 8), {"set", "f", "", "k", "v"}, "",
+            "f:1: a NUL: this is no settings file"},
         {"value_that_is_not_utf8", "k=1\nx=\xff\n", {"set", "f", "", "x", "v"}, "", "f:2: the line is not UTF-8"},
         {"nothing_to_remove", net, {"remove", "f", "net", "host"}, "", "f: [net] has no key host", 1},
-        {"no_value_to_remove", net, {"remove", "f", "net", "port", "8"}, "", "f: [net] has no key port with the value 8", 1},
+        {"no_value_to_remove", net, {"remove", "f", "net", "port", "8"}, "",
+            "f: [net] has no key port with the value 8", 1},
     }),
     rowName);
 
@@ -273,7 +286,8 @@ INSTANTIATE_TEST_SUITE_P(Usage, Refuses,
         {"too_many_operands", "", {"get", "f", "s", "k", "v"}, "", "get takes FILE SECTION KEY" + see},
         {"no_such_option", "", {"set", "--set", "f", "s", "k", "v"}, "", "unknown or incomplete option '--set'" + see},
         {"option_without_argument", "", {"list", "f", "", "--wait"}, "", "unknown or incomplete option '--wait'" + see},
-        {"option_of_another_command", "", {"get", "--force", "f", "s", "k"}, "", "get does not take one of the options" + see},
+        {"option_of_another_command", "", {"get", "--force", "f", "s", "k"}, "",
+            "get does not take one of the options" + see},
         {"no_number", "", {"set", "--wait", "1s", "f", "s", "k", "v"}, "", "'1s' is not a number of seconds" + see},
         {"negative_number", "", {"set", "--wait=-1", "f", "s", "k", "v"}, "", "'-1' is not a number of seconds" + see},
     }),
@@ -284,9 +298,10 @@ TEST(Help, names_every_command_and_status)
     const TempDir dir;
     const Finished help = settings(dir.path(), {"set", "--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* const text : {"get FILE SECTION KEY ", "set FILE SECTION KEY VALUE ", "append FILE SECTION KEY VALUE ",
-             "prepend FILE SECTION KEY VALUE ", "remove FILE SECTION KEY [VALUE] ", "list FILE [SECTION] ", "--output FILE ",
-             "--wait SECONDS ", "--force ", "--create ", "--null ", "--version ", "hard links", "Exit status: 0 done"})
+    for (const char* const text : {"get FILE SECTION KEY ", "set FILE SECTION KEY VALUE ",
+             "append FILE SECTION KEY VALUE ", "prepend FILE SECTION KEY VALUE ", "remove FILE SECTION KEY [VALUE] ",
+             "list FILE [SECTION] ", "--output FILE ", "--wait SECONDS ", "--force ", "--create ", "--null ",
+             "--version ", "hard links", "Exit status: 0 done"})
         EXPECT_NE(help.out.find(text), std::string::npos) << text;
 }
 

@@ -150,8 +150,8 @@ TEST(Killed, edits_leave_the_old_file_or_the_new_one)
         const auto files = std::filesystem::directory_iterator(dir.path());
         left += std::distance(begin(files), end(files)) > 1;
     }
-    std::cout << kills << " edits killed: " << done << " had ended, " << replaced << " replaced the file, after " << left
-              << " something was left beside it\n";
+    std::cout << kills << " edits killed: " << done << " had ended, " << replaced << " replaced the file, after "
+              << left << " something was left beside it\n";
     EXPECT_GT(replaced, 0);
     EXPECT_LT(done, kills);
 

@@ -1,5 +1,5 @@
-#include "lockedfile.h"
 #include "failure.h"
+#include "lockedfile.h"
 
 #include "zk_settings/settings.h"
 
@@ -8,8 +8,8 @@
 #include "support/rows.h"
 #include "support/unprivileged.h"
 
-#include <filesystem>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/xattr.h>
@@ -162,7 +162,9 @@ TEST_F(Files, that_may_not_be_written_are_refused)
     EXPECT_EQ(asOrdinaryUser([this] { return set().err; }), "zk_settings: f: cannot write: Permission denied\n");
     fs::permissions(f, fs::perms(0666));
     fs::permissions(dir.path(), fs::perms(0555));
-    EXPECT_EQ(asOrdinaryUser([this] { return settings(dir.path(), {"set", "--create", "g", "", "k", "2"}).err; }),
+    EXPECT_EQ(asOrdinaryUser([this] {
+        return settings(dir.path(), {"set", "--create", "g", "", "k", "2"}).err;
+    }),
         "zk_settings: g: cannot create a file in its folder: Permission denied\n");
     EXPECT_EQ(readFile(f), "k=1\n");
     fs::permissions(dir.path(), fs::perms(0777));
@@ -324,9 +326,9 @@ TEST_F(Files, keep_to_the_size_limit)
 TEST_F(Files, of_100_megabytes_are_edited)
 {
     const Finished finished = shell(dir.path(), "yes key=$(seq -s ' ' 80) | head -c 100000000 >large\n"
-                                               "{ cat large; printf '\n[s]\nk=1'; } >f\n"
-                                               "zk set f s k 2\n"
-                                               "{ cat large; printf '\n[s]\nk=2'; } | cmp - f");
+                                                "{ cat large; printf '\n[s]\nk=1'; } >f\n"
+                                                "zk set f s k 2\n"
+                                                "{ cat large; printf '\n[s]\nk=2'; } | cmp - f");
     EXPECT_EQ(finished.status, 0) << finished.out << finished.err;
 }
 
@@ -336,13 +338,15 @@ TEST_F(Files, that_are_none_are_refused)
     EXPECT_EQ(mkfifo((dir / "fifo").c_str(), 0666), 0);
     expectRefusal(settings(dir.path(), {"set", "d", "", "k", "2"}), "d: cannot edit: not a regular file");
     expectRefusal(settings(dir.path(), {"set", "fifo", "", "k", "2"}), "fifo: cannot edit: not a regular file");
-    expectRefusal(settings(dir.path(), {"set", "/dev/null", "", "k", "2"}), "/dev/null: cannot edit: not a regular file");
+    expectRefusal(
+        settings(dir.path(), {"set", "/dev/null", "", "k", "2"}), "/dev/null: cannot edit: not a regular file");
     EXPECT_TRUE(fs::is_fifo(dir / "fifo"));
 }
 
 TEST_F(Files, may_be_pipes_to_read_from)
 {
-    const Finished finished = shell(dir.path(), "mkfifo p q; cat f >p & zk get p '' k; cat f >q & zk set --output - q '' k 2");
+    const Finished finished =
+        shell(dir.path(), "mkfifo p q; cat f >p & zk get p '' k; cat f >q & zk set --output - q '' k 2");
     EXPECT_EQ(finished.err, "");
     EXPECT_EQ(finished.out, "1\nk=2\n");
     EXPECT_EQ(shell(dir.path(), "zk get /dev/stdin '' k <f; zk set /dev/fd/5 '' k 2 5<f").out, "1\nk=2\n");
@@ -356,7 +360,8 @@ TEST_F(Files, stay_as_they_are_with_another_output)
     EXPECT_EQ(settings(dir.path(), {"set", "--output", "link", "f", "", "k", "2"}).status, 0);
     EXPECT_EQ(readFile(dir / "target"), "k=2\n");
     EXPECT_TRUE(fs::is_symlink(dir / "link"));
-    EXPECT_EQ(settings(dir.path(), {"--output", "new", "set", "f", "", "k", "1"}).status, 0) << "an unchanged document too";
+    EXPECT_EQ(settings(dir.path(), {"--output", "new", "set", "f", "", "k", "1"}).status, 0)
+        << "an unchanged document too";
     EXPECT_EQ(readFile(dir / "new"), "k=1\n");
     EXPECT_EQ(readFile(f), "k=1\n");
     EXPECT_EQ(settings(dir.path(), {"set", "--output=f", "f", "", "k", "3"}).status, 0);
@@ -372,11 +377,6 @@ struct Output
     const char* line;
     const char* text; // of the file "log", or on standard error
 };
-
-void PrintTo(const Output& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class Outputs : public Files, public testing::WithParamInterface<Output>
 {
@@ -423,19 +423,22 @@ TEST_P(BadOutputs, are_reported)
 }
 
 INSTANTIATE_TEST_SUITE_P(Descriptor, BadOutputs,
-    testing::Values(Output{"closed_for_get", "zk get f '' k >&-", "zk_settings: standard output: cannot write: Bad file descriptor"},
+    testing::Values(Output{"closed_for_get", "zk get f '' k >&-",
+                        "zk_settings: standard output: cannot write: Bad file descriptor"},
         Output{"closed_for_set", "zk set --output - f '' k 2 >&-", "zk_settings: -: cannot write: Bad file descriptor"},
         Output{"closed_for_help", "zk --help >&-", "zk_settings: standard output: cannot write: Bad file descriptor"},
         Output{"closed_number", "zk set --output /dev/fd/3 f '' k 2 3>&-",
             "zk_settings: /dev/fd/3: cannot write: Bad file descriptor"},
         Output{"closed_input", "zk set - '' k 2 <&-", "zk_settings: -: cannot read: Bad file descriptor"},
-        Output{"full", "zk get f '' k >/dev/full", "zk_settings: standard output: cannot write: No space left on device"},
+        Output{
+            "full", "zk get f '' k >/dev/full", "zk_settings: standard output: cannot write: No space left on device"},
         Output{"full_for_set", "zk set - '' k 2 <f >/dev/full",
             "zk_settings: standard output: cannot write: No space left on device"},
         Output{"full_by_name", "zk set --output /dev/full f '' k 2",
             "zk_settings: /dev/full: cannot write: No space left on device"},
         Output{"directory", "zk set --output . f '' k 2", "zk_settings: .: cannot open: Is a directory"},
-        Output{"no_folder", "zk set --output d/o f '' k 2", "zk_settings: d/o: cannot open: No such file or directory"}),
+        Output{
+            "no_folder", "zk set --output d/o f '' k 2", "zk_settings: d/o: cannot open: No such file or directory"}),
     rowName);
 
 // The test holds the lock that another edit would hold.
@@ -464,7 +467,8 @@ TEST_F(Locks, are_waited_for_no_longer_than_asked)
 
 TEST_F(Locks, end_and_let_the_next_edit_go_on)
 {
-    const Finished finished = shell(dir.path(), "flock f sleep 0.5 & sleep 0.2; zk set --wait 0 f '' k 3; zk set f '' k 2");
+    const Finished finished =
+        shell(dir.path(), "flock f sleep 0.5 & sleep 0.2; zk set --wait 0 f '' k 3; zk set f '' k 2");
     EXPECT_EQ(finished.status, 0);
     EXPECT_EQ(finished.err, "zk_settings: f: cannot lock: another process is editing it\n");
     EXPECT_EQ(readFile(f), "k=2\n");

@@ -44,8 +44,8 @@ std::vector<std::string> settingsFiles()
 bool replacesOnly(const QByteArray& before, const QByteArray& after, const QByteArray& value)
 {
     const qsizetype begin = after.indexOf(newValue);
-    return begin > 0 && before.left(begin).trimmed().endsWith('=') && before.mid(begin, value.size()) == value
-           && after == before.left(begin) + newValue + before.mid(begin + value.size());
+    return begin > 0 && before.left(begin).trimmed().endsWith('=') && before.mid(begin, value.size()) == value &&
+           after == before.left(begin) + newValue + before.mid(begin + value.size());
 }
 
 struct Counts
@@ -127,7 +127,8 @@ TEST(RealFiles, change_so_through_the_program_too)
         const Finished finished = settings(dir.path(), {"set", "f", name, key, newValue});
         if (finished.status == 0) {
             EXPECT_TRUE(replacesOnly(QByteArray::fromStdString(before), QByteArray::fromStdString(readFile(dir / "f")),
-                QByteArray::fromStdString(value))) << files[i];
+                QByteArray::fromStdString(value)))
+                << files[i];
             EXPECT_EQ(settings(dir.path(), {"set", "f", name, key, value}).status, 0) << files[i];
             ++edits;
         } else {

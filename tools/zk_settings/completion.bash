@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Completes the commands and options that `zk_settings --help` names, and the sections and keys that FILE has.
 _zk_settings()
 {

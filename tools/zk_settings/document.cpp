@@ -464,8 +464,8 @@ int Document::firstDifference(const QList<INISection>& read) const
         if (i == read.size() || read.at(i).m_name != section.m_name || read.at(i).m_raw != section.m_raw)
             return lineNumber(i, header);
         const QList<INILine>& lines = read.at(i).m_lines;
-        const auto ends = std::mismatch(
-            section.m_lines.begin(), section.m_lines.end(), lines.begin(), lines.end(), isSameLine);
+        const auto ends =
+            std::mismatch(section.m_lines.begin(), section.m_lines.end(), lines.begin(), lines.end(), isSameLine);
         if (ends.first != section.m_lines.end() || ends.second != lines.end())
             return lineNumber(i, ends.first - section.m_lines.begin());
     }

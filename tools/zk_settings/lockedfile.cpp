@@ -28,8 +28,8 @@ std::string withoutLinks(const std::string& name)
 
 bool isSameState(const struct stat& a, const struct stat& b)
 {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size
-           && a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+           a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
 // The folder's rules are against a new file there, but not against writing the old one.
@@ -101,8 +101,8 @@ bool copyStatus(int from, const struct stat& status, int to)
     if (fstat(to, &fresh) != 0)
         return false;
     const bool isOwned = fresh.st_uid == status.st_uid && fresh.st_gid == status.st_gid;
-    return (isOwned || fchown(to, status.st_uid, status.st_gid) == 0) && copyAttributes(from, to)
-           && fchmod(to, status.st_mode & 07777) == 0;
+    return (isOwned || fchown(to, status.st_uid, status.st_gid) == 0) && copyAttributes(from, to) &&
+           fchmod(to, status.st_mode & 07777) == 0;
 }
 
 void writeAt(int file, const QByteArray& bytes, qsizetype from, qsizetype to, const std::string& name)

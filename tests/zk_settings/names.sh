@@ -12,6 +12,7 @@ cd "$scratch"
 
 sed -n '/^# COMMANDS/,/^# DOUBT/s/^\*\([-a-z]*\)\*.*/\1/p' "$source/zk_settings.1.scd" | sort | diff names -
 
+compopt() { :; } # works while the shell completes, and only then
 # shellcheck source=/dev/null
 . "$source/completion.bash"
 complete_words() {

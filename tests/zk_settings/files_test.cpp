@@ -259,16 +259,21 @@ TEST_F(Files, lose_what_a_killed_edit_left_beside_them)
 
 TEST_F(Files, that_another_program_changed_meanwhile_are_kept)
 {
-    LockedFile file(f, 0s);
-    writeFile(f, "k=other\n");
-    try {
-        file.replace("k=2\n");
-        ADD_FAILURE() << "it was replaced";
-    } catch (const Failure& failure) {
-        EXPECT_EQ(failure.text, "cannot replace: another program has changed it");
+    for (const bool isLinked : {false, true}) {
+        if (isLinked)
+            fs::create_hard_link(f, dir / "g");
+        LockedFile file(f, 0s);
+        writeFile(f, "k=other\n");
+        try {
+            file.replace("k=2\n");
+            ADD_FAILURE() << "it was replaced";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.text, "cannot replace: another program has changed it");
+        }
+        EXPECT_EQ(readFile(f), "k=other\n");
+        EXPECT_EQ(namesIn(dir.path()), isLinked ? (Names{"f", "g"}) : Names{"f"});
+        writeFile(f, "k=1 \n");
     }
-    EXPECT_EQ(readFile(f), "k=other\n");
-    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
 }
 
 // A disk of 64 KiB with the file "f", which nearly fills it.

@@ -15,6 +15,8 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
+constexpr char changedMeanwhile[] = "cannot replace: another program has changed it";
+
 // Follows the links that the file's own name is, also one that leads nowhere yet.
 std::string withoutLinks(const std::string& name)
 {
@@ -227,7 +229,7 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     writeAll(file.number(), bytes, m_name);
     flush(file.number(), m_name);
     if (!isCurrent())
-        throw Failure{Trouble, "cannot replace: another program has changed it", 0, m_name};
+        throw Failure{Trouble, changedMeanwhile, 0, m_name};
     if (!file.renameTo(m_path)) {
         if (m_exists && isRefusal(errno))
             return false;
@@ -243,9 +245,12 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
 // same, the old bytes are put back.
 void LockedFile::writeInPlace(const QByteArray& bytes) const
 {
-    const Descriptor file(open(m_path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!file.isOpen())
+    const Descriptor file(open(m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat opened = {};
+    if (!file.isOpen() || fstat(file.number(), &opened) != 0)
         throw systemFailure(m_name, "write");
+    if (!isSameState(opened, m_status))
+        throw Failure{Trouble, changedMeanwhile, 0, m_name};
     try {
         writeAt(file.number(), bytes, std::min(m_bytes.size(), bytes.size()), bytes.size(), m_name);
         writeAt(file.number(), bytes, 0, std::min(m_bytes.size(), bytes.size()), m_name);

@@ -160,9 +160,9 @@ QByteArray edited(const Command& command, const Call& call, const QByteArray& so
 // The descriptor that the edited document goes to, when it goes to one that the caller has opened.
 std::optional<int> outputDescriptor(const Call& call)
 {
-    if (call.output.empty())
-        return namedDescriptor(call.file(), STDIN_FILENO) ? std::optional(STDOUT_FILENO) : std::nullopt;
-    return namedDescriptor(call.output, STDOUT_FILENO);
+    if (!call.output.empty())
+        return namedDescriptor(call.output, STDOUT_FILENO);
+    return namedDescriptor(call.file(), STDIN_FILENO) ? std::optional(STDOUT_FILENO) : std::nullopt;
 }
 
 // A pipe or a device takes the bytes as they come.
@@ -174,23 +174,27 @@ bool isDevice(const std::string& name)
 
 void editToDescriptor(const Command& command, const Call& call, int output)
 {
+    const std::string name = call.output.empty() ? "standard output" : call.output;
     if (fcntl(output, F_GETFL) < 0) // or a file opened below would get the number
-        throw systemFailure(call.output, "write");
-    writeAll(output, edited(command, call, readSource(call)), call.output.empty() ? "standard output" : call.output);
+        throw systemFailure(name, "write");
+    writeAll(output, edited(command, call, readSource(call)), name);
+}
+
+void editToDevice(const Command& command, const Call& call)
+{
+    const QByteArray bytes = edited(command, call, readSource(call));
+    const Descriptor device(open(call.output.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!device.isOpen())
+        throw systemFailure(call.output, "open");
+    writeAll(device.number(), bytes, call.output);
 }
 
 void edit(const Command& command, const Call& call)
 {
     if (const auto output = outputDescriptor(call))
         return editToDescriptor(command, call, *output);
-    if (!call.output.empty() && isDevice(call.output)) {
-        const QByteArray bytes = edited(command, call, readSource(call));
-        const Descriptor device(open(call.output.c_str(), O_WRONLY | O_CLOEXEC));
-        if (!device.isOpen())
-            throw systemFailure(call.output, "open");
-        return writeAll(device.number(), bytes, call.output);
-    }
-
+    if (!call.output.empty() && isDevice(call.output))
+        return editToDevice(command, call);
     LockedFile file(call.output.empty() ? call.file() : call.output, call.wait);
     const bool isSource = call.output.empty() && (file.exists() || call.create);
     file.replace(edited(command, call, isSource ? file.bytes() : readSource(call)));
@@ -238,6 +242,8 @@ std::string takeOptions(int argc, char** argv, Call& call)
         call.null = call.null || letter == 'n';
         if (letter == 'o')
             call.output = optarg;
+        if (letter == 'o' && call.output.empty()) // as from a variable that was not set
+            failUsage("--output has an empty name");
         if (letter == 'w')
             call.wait = seconds(optarg);
     }

@@ -1,6 +1,7 @@
 #ifndef KQSUPPORT_TESTS_RANDOM_H
 #define KQSUPPORT_TESTS_RANDOM_H
 
+#include <cstdint>
 #include <functional>
 #include <random>
 #include <string>

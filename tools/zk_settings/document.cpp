@@ -364,6 +364,7 @@ QByteArray Document::composed(const Request& request, qsizetype section) const
 
 void Document::insert(qsizetype section, qsizetype line, const Request& request)
 {
+    refuseDoubt(request, lineNumber(section, line) - 1);
     const QByteArray raw = composed(request, section);
     INISection& target = m_store.m_sections[section];
     endLine(line > 0 ? target.m_lines[line - 1].m_raw : target.m_raw, lineEnd(section));
@@ -388,24 +389,29 @@ void Document::add(const Request& request)
         section = addSection(request.section);
     }
     const bool isLast = section + 1 == m_store.m_sections.size();
-    const qsizetype line = endOfKeys(m_store.m_sections.at(section), isLast);
-    refuseDoubt(request, lineNumber(section, line) - 1);
-    insert(section, line, request);
+    insert(section, endOfKeys(m_store.m_sections.at(section), isLast), request);
+}
+
+// The first line that may have the key, in the first section of the name. Negative if there is none.
+qsizetype Document::find(const Request& request)
+{
+    const int section = m_store.GetSection(request.section);
+    if (section < 0)
+        return -1;
+    const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
+    const auto found = std::find_if(lines.begin(), lines.end(), mayHave(request.key));
+    return found == lines.end() ? -1 : found - lines.begin();
 }
 
 void Document::set(const Request& request)
 {
+    const qsizetype index = find(request);
+    if (index < 0)
+        return add(request);
     const int section = m_store.GetSection(request.section);
-    if (section < 0)
-        return add(request);
-    const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
-    const auto found = std::find_if(lines.begin(), lines.end(), mayHave(request.key));
-    if (found == lines.end())
-        return add(request);
-
-    const qsizetype index = found - lines.begin();
     refuseDoubt(request, lineNumber(section, index));
     requireUtf8(section, index);
+
     INILine& line = m_store.m_sections[section].m_lines[index];
     if (line.m_key.isNull())
         line.m_key = doubtfulKey(line.m_raw);
@@ -415,30 +421,19 @@ void Document::set(const Request& request)
 
 void Document::append(const Request& request)
 {
+    const qsizetype first = find(request);
+    if (first < 0)
+        return add(request);
     const int section = m_store.GetSection(request.section);
-    if (section < 0)
-        return add(request);
     const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
-    const auto first = std::find_if(lines.begin(), lines.end(), mayHave(request.key));
-    if (first == lines.end())
-        return add(request);
-    const qsizetype line = std::find_if_not(first, lines.end(), mayHave(request.key)) - lines.begin();
-    refuseDoubt(request, lineNumber(section, line) - 1);
-    insert(section, line, request);
+    const auto end = std::find_if_not(lines.begin() + first, lines.end(), mayHave(request.key));
+    insert(section, end - lines.begin(), request);
 }
 
 void Document::prepend(const Request& request)
 {
-    const int section = m_store.GetSection(request.section);
-    if (section < 0)
-        return add(request);
-    const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
-    const auto first = std::find_if(lines.begin(), lines.end(), mayHave(request.key));
-    if (first == lines.end())
-        return add(request);
-    const qsizetype line = first - lines.begin();
-    refuseDoubt(request, lineNumber(section, line) - 1);
-    insert(section, line, request);
+    const qsizetype first = find(request);
+    first < 0 ? add(request) : insert(m_store.GetSection(request.section), first, request);
 }
 
 void Document::remove(const Request& request)

@@ -62,6 +62,7 @@ private:
     void refuseDoubt(const Request& request, int upToLine) const;
     QByteArray lineEnd(qsizetype section) const;
     QByteArray composed(const Request& request, qsizetype section) const;
+    qsizetype find(const Request& request);
     qsizetype addSection(const QString& name);
     void insert(qsizetype section, qsizetype line, const Request& request);
     void add(const Request& request);

@@ -155,9 +155,8 @@ LockedFile::LockedFile(const std::string& name, std::chrono::seconds wait)
     : m_name(name)
 {
     const auto deadline = Clock::now() + wait;
-    do
-        openAndLock(deadline);
-    while (!isCurrent());
+    for (openAndLock(deadline); !isCurrent(); openAndLock(deadline))
+        checkTime(deadline);
     if (m_exists)
         m_bytes = readAll(m_lock.number(), m_name);
 }
@@ -183,11 +182,16 @@ void LockedFile::openAndLock(Clock::time_point deadline)
     while (flock(m_lock.number(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR)
             throw systemFailure(m_name, "lock");
-        if (Clock::now() >= deadline)
-            throw Failure{Trouble, "cannot lock: another process is editing it", 0, m_name};
+        checkTime(deadline);
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     takeStatus();
+}
+
+void LockedFile::checkTime(Clock::time_point deadline) const
+{
+    if (Clock::now() >= deadline)
+        throw Failure{Trouble, "cannot lock: another process is editing it", 0, m_name};
 }
 
 void LockedFile::takeStatus()

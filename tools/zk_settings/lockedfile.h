@@ -32,6 +32,7 @@ public:
 
 private:
     void openAndLock(std::chrono::steady_clock::time_point deadline);
+    void checkTime(std::chrono::steady_clock::time_point deadline) const;
     void takeStatus();
     bool isCurrent() const;
     bool replaceByRename(const QByteArray& bytes);

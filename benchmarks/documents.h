@@ -2,46 +2,48 @@
 #define KQSUPPORT_BENCHMARKS_DOCUMENTS_H
 
 #include <QByteArray>
+#include <QString>
 
 #include <cstddef>
-#include <functional>
-#include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace documents {
 
-enum class Shape
+/// A text as the C++ libraries and as Qt want it, converted before the clock starts.
+struct Text
 {
-    Wide, // records side by side, as in a data file
-    Deep, // elements nested in one another
+    Text(std::string utf8)
+        : bytes(std::move(utf8))
+        , qt(QString::fromStdString(bytes))
+    {
+    }
+    const char* c_str() const { return bytes.c_str(); }
+
+    std::string bytes;
+    QString qt;
 };
 
-/// An XML document of at least so many bytes, with one element `first` before and one element `last` behind all others.
-/// The others are `item`, each with a `name` where they stand side by side.
-QByteArray documentOf(Shape shape, std::size_t size);
-
-/// Something that finds elements: the helpers, or what a user would otherwise write. What it cannot do is null.
-struct Candidate
+/// A generated settings file: sections of 40 keys, a comment above every fifth. Names have numbers of one length, so
+/// that comparing two of them costs the same all through a file.
+struct Settings
 {
-    using Loaded = std::shared_ptr<void>;
+    /// Writes a file of at least `size` bytes into the folder, with `;` and once more with `#` for the comments.
+    Settings(const std::string& folder, std::size_t size);
 
-    std::string name;
-    std::function<Loaded(const QByteArray& xml)> load;
-    std::function<void(void*, const char* tag)> first;
-    std::function<std::size_t(void*, const char* tag)> all;
-    std::function<std::size_t(void*, const char* tag)> texts;
-    /// Gives the root's last child a text, and new elements before and after it.
-    std::function<void(void*)> edit;
-    /// The bytes of the first element of the name; how many there are.
-    std::function<std::size_t(const QByteArray& xml, const char* tag)> extract;
+    const Text& pathFor(bool hashComments) const { return hashComments ? hashPath : path; }
+
+    std::size_t size;
+    Text section{""}; // the last section and key: those that a scan reaches last
+    Text key{""};
+    Text values[2] = {Text("an even value"), Text("an odd value")}; // edits take turns
+    std::string bytes;
+    Text path;
+    Text hashPath;
 };
 
-/// The helpers first, then the others that this build has found.
-std::vector<Candidate> candidates();
-
-/// The extraction written plainly: what it is measured against where the counts of two machines differ.
-Candidate plainModel();
+/// An XML document of at least `size` bytes: records named `item`, between one element `first` and one element `last`.
+QByteArray xml(std::size_t size);
 
 } // namespace documents
 

@@ -1,5 +1,6 @@
-// How long does it take to load a settings file, to look a key up, to change it and to write the file, beside what a
-// user would otherwise pick? By size: benchmark_inistore --benchmark_filter=^load/.*/4000$
+// Load, lookup, edit and write by size of the file, for the store and its peers:
+//
+//     benchmark_inistore [--used-heap] --benchmark_filter='^load/.*/4000$'
 #include "benchmarks/settings.h"
 #include "osrelease/osrelease.h"
 
@@ -7,88 +8,92 @@
 
 #include <benchmark/benchmark.h>
 
-#include <fcntl.h>
-#include <functional>
-#include <memory>
-#include <unistd.h>
+#include <cstring>
+#include <malloc.h>
+#include <random>
 
 bool g_kq_verbose = false;
 
 namespace {
 
+using documents::Settings;
+using documents::Text;
 using settings::Candidate;
-using settings::Document;
 
-constexpr std::size_t sizes[] = {1'000, 4'000, 30'000, 200'000, 835'000, 10'000'000};
+constexpr std::size_t sizes[] = {4'000, 60'000, 835'000, 10'000'000};
 
-// What a candidate makes of a document, loaded once for all its benchmarks, before the clock starts.
-class Subject
+using Blocks = std::vector<std::unique_ptr<char[]>>;
+
+// The heap of a program that has run for a while: blocks of 16 bytes to 2 KB, half of them free again.
+Blocks useHeap(std::size_t count)
 {
-public:
-    Subject(const Candidate& candidate, const Document& document)
-        : m_candidate(candidate)
-        , m_document(document)
-        , m_loaded(std::make_shared<Candidate::Loaded>())
-    {
+    std::mt19937 random;
+    Blocks blocks(count);
+    for (auto& block : blocks)
+        block.reset(new char[(std::size_t(16) << random() % 7) + random() % 16]);
+    for (auto& block : blocks) {
+        if (random() % 2 == 0)
+            block.reset();
     }
-
-    void add(const std::string& question, const std::string& who, std::function<void(void*)> step) const
-    {
-        const std::string name = question + '/' + who + '/' + std::to_string(m_document.size);
-        benchmark::RegisterBenchmark(name.c_str(), [subject = *this, step](benchmark::State& state) {
-            if (!*subject.m_loaded)
-                *subject.m_loaded = subject.m_candidate.load(subject.m_document);
-            for ([[maybe_unused]] auto _ : state)
-                step(subject.m_loaded->get());
-        });
-    }
-
-private:
-    const Candidate& m_candidate;
-    const Document& m_document;
-    std::shared_ptr<Candidate::Loaded> m_loaded;
-};
-
-void addCandidate(const Candidate& c, const Document& d)
-{
-    const Subject subject(c, d);
-    subject.add("load", c.name, [&](void*) { c.load(d); });
-    if (c.lookUp)
-        subject.add("look-up", c.name, [&](void* loaded) { c.lookUp(loaded, d); });
-    if (c.edit)
-        subject.add("edit", c.name, [&, odd = false](void* loaded) mutable { c.edit(loaded, d, odd = !odd); });
-    if (c.write)
-        subject.add("write", c.name, [&](void* loaded) { c.write(loaded, d); });
+    return blocks;
 }
 
-void oneWrite(const Document& document)
+std::size_t bytesAllocated()
 {
-    const int file = open((document.path + ".written").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (write(file, document.bytes.data(), document.bytes.size()) < 0)
-        qFatal("one write");
-    close(file);
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+void load(benchmark::State& state, const Candidate& c, const Settings& d)
+{
+    for ([[maybe_unused]] auto _ : state)
+        c.load(d.pathFor(c.hashComments));
+    const std::size_t before = bytesAllocated();
+    const Candidate::Loaded loaded = c.load(d.pathFor(c.hashComments));
+    state.counters["held"] = double(bytesAllocated() - before) / double(d.bytes.size());
+}
+
+void addCandidate(const Candidate& c, const Settings& d)
+{
+    using Step = std::function<void(void* loaded)>;
+    const auto loaded = std::make_shared<Candidate::Loaded>(); // by the first benchmark that needs it
+    const auto nameOf = [&](const char* question) {
+        return std::string(question) + '/' + c.name + '/' + std::to_string(d.size);
+    };
+    const auto add = [&](const char* question, const Step& step) {
+        benchmark::RegisterBenchmark(nameOf(question).c_str(), [=, &c, &d](benchmark::State& state) {
+            if (!*loaded)
+                *loaded = c.load(d.pathFor(c.hashComments));
+            for ([[maybe_unused]] auto _ : state)
+                step(loaded->get());
+        });
+    };
+    const Text written(d.path.bytes + ".written");
+    benchmark::RegisterBenchmark(nameOf("load").c_str(), [&](benchmark::State& state) { load(state, c, d); });
+    if (c.lookup)
+        add("lookup", [&](void* l) { c.lookup(l, d.section, d.key); });
+    if (c.edit)
+        add("edit", [&, odd = false](void* l) mutable { c.edit(l, d.section, d.key, d.values[odd = !odd]); });
+    if (c.write && c.name != "QSettings") // which writes nothing when nothing has changed
+        add("write", [=, &c](void* l) { c.write(l, written); });
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    const bool isUsed = argc > 1 && std::strcmp(argv[1], "--used-heap") == 0;
+    const Blocks blocks = useHeap(isUsed ? 100'000 : 0);
     const QTemporaryDir folder;
     const std::vector<Candidate> candidates = settings::candidates();
-    std::vector<std::unique_ptr<Document>> documents;
+    std::vector<std::unique_ptr<Settings>> documents;
     for (const std::size_t size : sizes) {
-        documents.push_back(std::make_unique<Document>(folder.path().toStdString(), settings::Shape::Ordinary, size));
-        const Document& document = *documents.back();
+        documents.push_back(std::make_unique<Settings>(folder.path().toStdString(), size));
         for (const Candidate& candidate : candidates) {
             if (size <= candidate.mostBytes)
-                addCandidate(candidate, document);
+                addCandidate(candidate, *documents.back());
         }
-        const Subject store(candidates.front(), document);
-        store.add("look-up", "plain scan", [&](void* loaded) { settings::plainLookUp(loaded, document); });
-        store.add("write", "one write", [&](void*) { oneWrite(document); });
     }
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
     benchmark::RunSpecifiedBenchmarks();
 }

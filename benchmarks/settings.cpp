@@ -1,60 +1,33 @@
 #include "benchmarks/settings.h"
 
 #include "inistore/inistore.h"
-#include "tests/reference/inistore.h"
 
-#include <QFile>
 #include <QSettings>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#ifdef PEER_GLIB
-#include <glib.h>
-#endif
-#ifdef PEER_SIMPLEINI
 #include <SimpleIni.h>
-#endif
-#ifdef PEER_INIH
+#include <boost/property_tree/ini_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+#include <glib.h>
 #include <ini.h>
-#endif
-#ifdef PEER_INIREADER
-#include <INIReader.h>
-#endif
-#ifdef PEER_INIPARSER
 #include <iniparser/iniparser.h>
-#endif
-#ifdef PEER_POCO
-#include <Poco/AutoPtr.h>
-#include <Poco/Util/IniFileConfiguration.h>
-#endif
-#ifdef PEER_WX
 #include <wx/fileconf.h>
 #include <wx/init.h>
+#include <wx/log.h>
 #include <wx/wfstream.h>
-#endif
+
+#include <cstdio>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/stat.h>
 
 namespace settings {
 
 namespace {
 
-constexpr std::size_t anySize = ~std::size_t();
-
-void require(bool succeeded, const char* who)
+void require(bool succeeded, const char* step)
 {
-    if (succeeded)
-        return;
-    std::fprintf(stderr, "%s failed\n", who);
-    std::exit(1);
-}
-
-void writeFile(const std::string& path, const std::string& bytes)
-{
-    std::FILE* const file = std::fopen(path.c_str(), "w");
-    require(file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size() && std::fclose(file) == 0,
-        path.c_str());
+    if (!succeeded)
+        throw std::runtime_error(std::string(step) + " failed");
 }
 
 template <typename T>
@@ -63,321 +36,205 @@ T& as(void* loaded)
     return *static_cast<T*>(loaded);
 }
 
-std::string valueFor(bool odd, Shape shape, std::size_t size)
-{
-    return shape == Shape::LongLine ? std::string(size, odd ? 'o' : 'e') : odd ? "an odd value" : "an even value";
-}
-
-std::string writtenPath(const Document& document)
-{
-    return document.path + ".written";
-}
-
 Candidate store()
 {
-    Candidate c{"store", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
+    Candidate c{"store"};
+    c.load = [](const Text& path) {
         const auto loaded = std::make_shared<INIStore>();
-        require(loaded->Open(d.qtPath), "store");
+        require(loaded->Open(path.qt), "load");
         return loaded;
     };
-    c.lookUp = [](void* s, const Document& d) {
-        require(!as<INIStore>(s).GetValues(d.qtSection, d.qtKey).isEmpty(), "store");
+    c.lookup = [](void* s, const Text& section, const Text& key) {
+        require(!as<INIStore>(s).GetValues(section.qt, key.qt).isEmpty(), "lookup");
     };
-    c.edit = [](void* s, const Document& d, bool odd) {
-        as<INIStore>(s).UpdateKey(d.qtSection, d.qtKey, d.qtValues[odd]);
+    c.edit = [](void* s, const Text& section, const Text& key, const Text& value) {
+        as<INIStore>(s).UpdateKey(section.qt, key.qt, value.qt);
     };
-    c.write = [](void* s, const Document& d) {
-        require(as<INIStore>(s).Write(d.qtPath + QStringLiteral(".written")), "store");
-    };
+    c.write = [](void* s, const Text& path) { require(as<INIStore>(s).Write(path.qt), "write"); };
     return c;
 }
 
-// Parses a section when it is asked for, so all of them are; a new time stamp keeps it from using what it parsed
-// before. It writes when something has changed, and by a temporary file.
+// Parses a section when it is first used, so `load` uses all of them. A new time stamp keeps QSettings from using what
+// it parsed before. `write` always writes to the file that was loaded, and only after an edit.
 Candidate qSettings()
 {
-    Candidate c{"QSettings", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
+    // The group that QSettings calls General has no name in the program.
+    const auto name = [](const Text& section, const Text& key) {
+        return section.bytes == "General" ? key.qt : section.qt + u'/' + key.qt;
+    };
+    Candidate c{"QSettings"};
+    c.load = [](const Text& path) {
         static timespec times[2] = {};
         ++times[1].tv_sec;
-        utimensat(AT_FDCWD, d.path.c_str(), times, 0);
-        const auto loaded = std::make_shared<QSettings>(d.qtPath, QSettings::IniFormat);
-        require(!loaded->allKeys().isEmpty(), "QSettings");
+        utimensat(AT_FDCWD, path.c_str(), times, 0);
+        const auto loaded = std::make_shared<QSettings>(path.qt, QSettings::IniFormat);
+        require(!loaded->allKeys().isEmpty() && loaded->status() == QSettings::NoError, "load");
         return loaded;
     };
-    c.lookUp = [](void* s, const Document& d) {
-        require(!as<QSettings>(s).value(d.qtSection + u'/' + d.qtKey).isNull(), "QSettings");
+    c.lookup = [name](void* s, const Text& section, const Text& key) {
+        require(!as<QSettings>(s).value(name(section, key)).isNull(), "lookup");
     };
-    c.edit = [](void* s, const Document& d, bool odd) {
-        as<QSettings>(s).setValue(d.qtSection + u'/' + d.qtKey, d.qtValues[odd]);
+    c.edit = [name](void* s, const Text& section, const Text& key, const Text& value) {
+        as<QSettings>(s).setValue(name(section, key), value.qt);
+    };
+    c.write = [](void* s, const Text&) {
+        as<QSettings>(s).sync();
+        require(as<QSettings>(s).status() == QSettings::NoError, "write");
     };
     return c;
 }
 
-#ifdef PEER_GLIB
-// Takes `#` for comments only: the same file with `;` would not load.
 Candidate keyFile()
 {
-    Candidate c{"GKeyFile", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
+    Candidate c{"GKeyFile"};
+    c.hashComments = true;
+    c.load = [](const Text& path) {
         const std::shared_ptr<GKeyFile> loaded(g_key_file_new(), g_key_file_free);
-        const bool isRead =
-            g_key_file_load_from_file(loaded.get(), d.hashPath.c_str(), G_KEY_FILE_KEEP_COMMENTS, nullptr);
-        require(isRead, "GKeyFile");
+        const auto flags = GKeyFileFlags(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+        require(g_key_file_load_from_file(loaded.get(), path.c_str(), flags, nullptr), "load");
         return loaded;
     };
-    c.lookUp = [](void* k, const Document& d) {
-        gchar* const value = g_key_file_get_string(&as<GKeyFile>(k), d.section.c_str(), d.key.c_str(), nullptr);
-        require(value, "GKeyFile");
+    c.lookup = [](void* k, const Text& section, const Text& key) {
+        gchar* const value = g_key_file_get_string(&as<GKeyFile>(k), section.c_str(), key.c_str(), nullptr);
+        require(value, "lookup");
         g_free(value);
     };
-    c.edit = [](void* k, const Document& d, bool odd) {
-        g_key_file_set_string(&as<GKeyFile>(k), d.section.c_str(), d.key.c_str(), d.values[odd].c_str());
+    c.edit = [](void* k, const Text& section, const Text& key, const Text& value) {
+        g_key_file_set_string(&as<GKeyFile>(k), section.c_str(), key.c_str(), value.c_str());
     };
-    c.write = [](void* k, const Document& d) {
-        require(g_key_file_save_to_file(&as<GKeyFile>(k), writtenPath(d).c_str(), nullptr), "GKeyFile");
+    c.write = [](void* k, const Text& path) {
+        require(g_key_file_save_to_file(&as<GKeyFile>(k), path.c_str(), nullptr), "write");
     };
     return c;
 }
-#endif
 
-#ifdef PEER_SIMPLEINI
-// An edit keeps every value it was ever given until all is released.
-Candidate simpleIni()
+Candidate simpleIni(const char* name, bool keepsRepeatedKeys)
 {
-    Candidate c{"SimpleIni", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
-        const auto loaded = std::make_shared<CSimpleIniA>();
-        loaded->SetUnicode();
-        require(loaded->LoadFile(d.path.c_str()) == SI_OK, "SimpleIni");
+    Candidate c{name};
+    c.load = [=](const Text& path) {
+        const bool isUtf8 = true;
+        const auto loaded = std::make_shared<CSimpleIniA>(isUtf8, keepsRepeatedKeys);
+        require(loaded->LoadFile(path.c_str()) == SI_OK, "load");
         return loaded;
     };
-    c.lookUp = [](void* s, const Document& d) {
+    c.lookup = [](void* s, const Text& section, const Text& key) {
         CSimpleIniA::TNamesDepend values;
-        require(as<CSimpleIniA>(s).GetAllValues(d.section.c_str(), d.key.c_str(), values), "SimpleIni");
+        require(as<CSimpleIniA>(s).GetAllValues(section.c_str(), key.c_str(), values), "lookup");
     };
-    c.edit = [](void* s, const Document& d, bool odd) {
-        as<CSimpleIniA>(s).SetValue(d.section.c_str(), d.key.c_str(), d.values[odd].c_str());
+    c.edit = [](void* s, const Text& section, const Text& key, const Text& value) {
+        const bool replaces = true;
+        require(
+            as<CSimpleIniA>(s).SetValue(section.c_str(), key.c_str(), value.c_str(), nullptr, replaces) >= 0, "edit");
     };
-    c.write = [](void* s, const Document& d) {
-        require(as<CSimpleIniA>(s).SaveFile(writtenPath(d).c_str()) == SI_OK, "SimpleIni");
+    c.write = [](void* s, const Text& path) {
+        const bool addsByteOrderMark = false;
+        require(as<CSimpleIniA>(s).SaveFile(path.c_str(), addsByteOrderMark) == SI_OK, "write");
     };
     return c;
 }
-#endif
 
-#ifdef PEER_INIH
 // Calls back for every key and keeps none: the least that reading a file can cost.
 Candidate inih()
 {
-    Candidate c{"inih", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
+    Candidate c{"inih"};
+    c.load = [](const Text& path) {
         const auto keys = std::make_shared<int>(0);
         const auto count = [](void* user, const char*, const char*, const char*) { return ++*static_cast<int*>(user); };
-        require(ini_parse(d.path.c_str(), count, keys.get()) == 0 && *keys > 0, "inih");
+        require(ini_parse(path.c_str(), count, keys.get()) == 0 && *keys > 0, "load");
         return keys;
     };
     return c;
 }
-#endif
 
-#ifdef PEER_INIREADER
-Candidate iniReader()
-{
-    Candidate c{"INIReader", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
-        const auto loaded = std::make_shared<INIReader>(d.path);
-        require(loaded->ParseError() == 0, "INIReader");
-        return loaded;
-    };
-    c.lookUp = [](void* r, const Document& d) {
-        require(!as<INIReader>(r).Get(d.section, d.key, std::string()).empty(), "INIReader");
-    };
-    return c;
-}
-#endif
-
-#ifdef PEER_INIPARSER
-// Looks through all keys for each that it reads.
 Candidate iniparser()
 {
-    Candidate c{"iniparser", 100'000, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
-        const std::shared_ptr<dictionary> loaded(iniparser_load(d.path.c_str()), iniparser_freedict);
-        require(loaded != nullptr, "iniparser");
+    Candidate c{"iniparser"};
+    c.mostBytes = 100'000; // each key that it reads is compared with all before
+    c.load = [](const Text& path) {
+        const std::shared_ptr<dictionary> loaded(iniparser_load(path.c_str()), iniparser_freedict);
+        require(loaded != nullptr, "load");
         return loaded;
     };
-    c.lookUp = [](void* p, const Document& d) {
-        const std::string name = d.section + ':' + d.key;
-        require(iniparser_getstring(&as<dictionary>(p), name.c_str(), nullptr), "iniparser");
+    c.lookup = [](void* p, const Text& section, const Text& key) {
+        require(iniparser_getstring(&as<dictionary>(p), (section.bytes + ':' + key.bytes).c_str(), nullptr), "lookup");
     };
-    c.edit = [](void* p, const Document& d, bool odd) {
-        const std::string name = d.section + ':' + d.key;
-        require(iniparser_set(&as<dictionary>(p), name.c_str(), d.values[odd].c_str()) == 0, "iniparser");
+    c.edit = [](void* p, const Text& section, const Text& key, const Text& value) {
+        const std::string name = section.bytes + ':' + key.bytes;
+        require(iniparser_set(&as<dictionary>(p), name.c_str(), value.c_str()) == 0, "edit");
     };
-    c.write = [](void* p, const Document& d) {
-        std::FILE* const file = std::fopen(writtenPath(d).c_str(), "w");
-        require(file, "iniparser");
-        iniparser_dump_ini(&as<dictionary>(p), file);
-        std::fclose(file);
+    c.write = [](void* p, const Text& path) {
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"), std::fclose);
+        require(file != nullptr, "write");
+        iniparser_dump_ini(&as<dictionary>(p), file.get());
     };
     return c;
 }
-#endif
 
-#ifdef PEER_POCO
-Candidate poco()
+Candidate boostPropertyTree()
 {
-    using Configuration = Poco::Util::IniFileConfiguration;
-    Candidate c{"Poco", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
-        return std::shared_ptr<Configuration>(new Configuration(d.path), [](Configuration* file) { file->release(); });
+    using boost::property_tree::ptree;
+    const auto child = [](ptree& tree, const Text& name) -> ptree& {
+        const auto found = tree.find(name.bytes);
+        require(found != tree.not_found(), "lookup");
+        return found->second;
     };
-    c.lookUp = [](void* p, const Document& d) {
-        require(!as<Configuration>(p).getString(d.section + '.' + d.key).empty(), "Poco");
+    Candidate c{"Boost.PropertyTree"};
+    c.load = [](const Text& path) {
+        const auto loaded = std::make_shared<ptree>();
+        read_ini(path.bytes, *loaded);
+        return loaded;
     };
-    c.edit = [](void* p, const Document& d, bool odd) {
-        as<Configuration>(p).setString(d.section + '.' + d.key, d.values[odd]);
+    c.lookup = [child](void* t, const Text& section, const Text& key) { child(child(as<ptree>(t), section), key); };
+    c.edit = [child](void* t, const Text& section, const Text& key, const Text& value) {
+        child(child(as<ptree>(t), section), key).put_value(value.bytes);
     };
+    c.write = [](void* t, const Text& path) { write_ini(path.bytes, as<ptree>(t)); };
     return c;
 }
-#endif
 
-#ifdef PEER_WX
 Candidate wx()
 {
-    Candidate c{"wxFileConfig", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
+    const auto name = [](const Text& section, const Text& key) {
+        return wxString::FromUTF8('/' + section.bytes + '/' + key.bytes);
+    };
+    Candidate c{"wxFileConfig"};
+    c.load = [](const Text& path) {
         static const wxInitializer library;
+        static const wxLogNull noMessages;
         const auto loaded = std::make_shared<wxFileConfig>(
-            wxEmptyString, wxEmptyString, d.path, wxEmptyString, wxCONFIG_USE_LOCAL_FILE);
+            wxEmptyString, wxEmptyString, path.bytes, wxEmptyString, wxCONFIG_USE_LOCAL_FILE);
         loaded->DisableAutoSave();
-        require(loaded->GetNumberOfGroups() > 0, "wxFileConfig");
+        require(loaded->GetNumberOfGroups() > 0, "load");
         return loaded;
     };
-    c.lookUp = [](void* w, const Document& d) {
-        require(!as<wxFileConfig>(w).Read('/' + d.section + '/' + d.key, wxString()).empty(), "wxFileConfig");
+    c.lookup = [name](void* w, const Text& section, const Text& key) {
+        require(!as<wxFileConfig>(w).Read(name(section, key), wxString()).empty(), "lookup");
     };
-    c.edit = [](void* w, const Document& d, bool odd) {
-        require(as<wxFileConfig>(w).Write('/' + d.section + '/' + d.key, wxString(d.values[odd])), "wxFileConfig");
+    c.edit = [name](void* w, const Text& section, const Text& key, const Text& value) {
+        require(as<wxFileConfig>(w).Write(name(section, key), wxString::FromUTF8(value.bytes)), "edit");
     };
-    c.write = [](void* w, const Document& d) {
-        wxFileOutputStream file(writtenPath(d));
-        require(as<wxFileConfig>(w).Save(file), "wxFileConfig");
+    c.write = [](void* w, const Text& path) {
+        wxFileOutputStream file(path.bytes);
+        require(as<wxFileConfig>(w).Save(file), "write");
     };
     return c;
-}
-#endif
-
-std::string bytesOf(Shape shape, std::size_t size, std::string& section, std::string& key)
-{
-    const auto line = [&] { return key + " = value of " + section + ' ' + key + '\n'; };
-    // Names of one length, so that comparing them costs the same all through a file.
-    const auto numbered = [](const char* name, std::size_t length, int number) {
-        const std::string digits = std::to_string(number);
-        return name + std::string(length - digits.size(), '0') + digits;
-    };
-    const bool hasOneSection = shape != Shape::Ordinary && shape != Shape::ManySections;
-    const int keys = shape == Shape::Ordinary ? 40 : 1;
-    std::string bytes;
-    for (int s = 0, k = 0; bytes.size() < size; ++k) {
-        if (k == 0 || (!hasOneSection && k == keys)) {
-            k = 0;
-            section = numbered("section", shape == Shape::Ordinary ? 4 : 7, s++);
-            bytes += '[' + section + "]\n";
-        }
-        if (shape == Shape::Ordinary && k % 5 == 0)
-            bytes += "; on the next option\n";
-        key = shape == Shape::EqualKeys ? "option" : numbered("option", shape == Shape::Ordinary ? 2 : 7, k);
-        bytes += shape == Shape::LongLine ? key + " = " + std::string(size, 'v') + '\n' : line();
-    }
-    return bytes;
 }
 
 } // namespace
-
-Document::Document(const std::string& folder, Shape shape, std::size_t wanted)
-    : size(wanted)
-    , path(folder + "/settings" + std::to_string(static_cast<int>(shape)) + '-' + std::to_string(size) + ".ini")
-    , hashPath(path + ".hash")
-    , bytes(bytesOf(shape, size, section, key))
-    , values{valueFor(false, shape, size), valueFor(true, shape, size)}
-    , qtPath(QString::fromStdString(path))
-    , qtSection(QString::fromStdString(section))
-    , qtKey(QString::fromStdString(key))
-    , qtValues{QString::fromStdString(values[0]), QString::fromStdString(values[1])}
-{
-    writeFile(path, bytes);
-    std::string withHashes = bytes;
-    for (char& c : withHashes)
-        c = c == ';' ? '#' : c;
-    writeFile(hashPath, withHashes);
-}
 
 std::vector<Candidate> candidates()
 {
     return {
         store(),
         qSettings(),
-#ifdef PEER_GLIB
         keyFile(),
-#endif
-#ifdef PEER_SIMPLEINI
-        simpleIni(),
-#endif
-#ifdef PEER_INIH
+        simpleIni("SimpleIni", false),
+        simpleIni("SimpleIni, repeated keys", true),
         inih(),
-#endif
-#ifdef PEER_INIREADER
-        iniReader(),
-#endif
-#ifdef PEER_INIPARSER
         iniparser(),
-#endif
-#ifdef PEER_POCO
-        poco(),
-#endif
-#ifdef PEER_WX
+        boostPropertyTree(),
         wx(),
-#endif
     };
-}
-
-Candidate plainModel()
-{
-    using Model = reference::INIStore;
-    Candidate c{"plain model", anySize, nullptr, nullptr, nullptr, nullptr};
-    c.load = [](const Document& d) {
-        const auto loaded = std::make_shared<Model>();
-        require(loaded->Open(d.qtPath), "plain model");
-        return loaded;
-    };
-    c.lookUp = [](void* m, const Document& d) {
-        require(!as<Model>(m).GetValues(d.qtSection, d.qtKey).isEmpty(), "plain model");
-    };
-    c.edit = [](void* m, const Document& d, bool odd) {
-        as<Model>(m).UpdateKey(d.qtSection, d.qtKey, d.qtValues[odd]);
-    };
-    c.write = [](void* m, const Document& d) {
-        require(as<Model>(m).Write(d.qtPath + QStringLiteral(".written")), "plain model");
-    };
-    return c;
-}
-
-void plainLookUp(void* store, const Document& document)
-{
-    QStringList values;
-    for (const INISection& section : std::as_const(as<INIStore>(store).m_sections)) {
-        if (QString::compare(section.m_name, document.qtSection, Qt::CaseInsensitive) != 0)
-            continue;
-        for (const INILine& line : section.m_lines) {
-            if (QString::compare(line.m_key, document.qtKey, Qt::CaseInsensitive) == 0)
-                values.append(line.m_value);
-        }
-        break;
-    }
-    require(!values.isEmpty(), "plain look-up");
 }
 
 } // namespace settings

@@ -1,68 +1,33 @@
 #ifndef KQSUPPORT_BENCHMARKS_SETTINGS_H
 #define KQSUPPORT_BENCHMARKS_SETTINGS_H
 
-#include <QString>
+#include "benchmarks/documents.h"
 
-#include <cstddef>
 #include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace settings {
 
-/// What a settings file looks like. All but the first are there to find out what costs more than it should.
-enum class Shape
-{
-    Ordinary, // sections of 40 keys, a comment above every fifth
-    OneSection,
-    ManySections, // of one key each
-    EqualKeys,    // in one section
-    LongLine,     // one value
-};
+using documents::Text;
 
-/// A settings file on disk, and the key in it that a scan reaches last.
-struct Document
-{
-    /// Writes a file of at least so many bytes into the folder.
-    Document(const std::string& folder, Shape shape, std::size_t size);
-
-    std::size_t size; // as asked for
-    std::string path;
-    std::string hashPath; // the same file with `#` for its comments
-    std::string section;
-    std::string key;
-    std::string bytes;
-    std::string values[2]; // an edit's, which take turns; as long as the line's own where that is what the shape is for
-    QString qtPath;
-    QString qtSection;
-    QString qtKey;
-    QString qtValues[2];
-};
-
-/// Something that reads settings: the store, or what a user would otherwise pick. What it cannot do is null. Each step
-/// ends the program when it does not succeed.
+/// A library that reads settings files. A step that it does not have is null. Each step throws
+/// std::runtime_error when the library reports a failure.
 struct Candidate
 {
     using Loaded = std::shared_ptr<void>;
 
     std::string name;
-    std::size_t mostBytes; // of a larger file it would make minutes
-    std::function<Loaded(const Document&)> load;
-    std::function<void(void*, const Document&)> lookUp;
-    std::function<void(void*, const Document&, bool odd)> edit;
-    std::function<void(void*, const Document&)> write; // to a file beside the document's
+    std::function<Loaded(const Text& path)> load = {};
+    std::function<void(void* loaded, const Text& section, const Text& key)> lookup = {};
+    std::function<void(void* loaded, const Text& section, const Text& key, const Text& value)> edit = {};
+    std::function<void(void* loaded, const Text& path)> write = {};
+    std::size_t mostBytes = ~std::size_t(); // it takes minutes for a larger file
+    bool hashComments = false;              // it refuses a file with `;` comments
 };
 
-/// The store first, then the others that this build has found.
+/// The store, then its peers.
 std::vector<Candidate> candidates();
-
-/// The store's rules written plainly, one step after another: what the store is measured against where the counts of
-/// two machines differ.
-Candidate plainModel();
-
-/// The look-up as one would write it first, on a document that the store has loaded.
-void plainLookUp(void* store, const Document& document);
 
 } // namespace settings
 

@@ -1,0 +1,55 @@
+// The work that scripts/counts counts, done by the library and by its reference implementations:
+//
+//     benchmark_counted SIZE TIMES
+#include "benchmarks/documents.h"
+#include "inistore/inistore.h"
+#include "osrelease/osrelease.h"
+#include "reference/extraction.h"
+#include "reference/inistore.h"
+#include "xml/kqxml.h"
+
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+
+#include <cstdlib>
+
+bool g_kq_verbose = false;
+
+// What an extraction takes at least: to read up to the element.
+__attribute__((noinline)) bool bareReader(const QByteArray& xml, QStringView tag)
+{
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::EndElement && reader.name() == tag)
+            return true;
+    }
+    return false;
+}
+
+template <typename Store>
+bool work(const documents::Settings& d, const documents::Text& value)
+{
+    Store store;
+    const bool isLoaded = store.Open(d.path.qt) && !store.GetValues(d.section.qt, d.key.qt).isEmpty();
+    store.UpdateKey(d.section.qt, d.key.qt, value.qt);
+    return isLoaded && store.Write(d.hashPath.qt);
+}
+
+int main(int argc, char** argv)
+{
+    if (argc != 3)
+        return 2;
+    const auto size = std::size_t(std::atoi(argv[1]));
+    const QTemporaryDir folder;
+    const documents::Settings settings(folder.path().toStdString(), size);
+    const QByteArray xml = documents::xml(size);
+    const QString tag = QStringLiteral("last");
+    bool isDone = true;
+    for (int i = 0; i < std::atoi(argv[2]); ++i) {
+        isDone &= work<INIStore>(settings, settings.values[i % 2]);
+        isDone &= work<reference::INIStore>(settings, settings.values[i % 2]);
+        isDone &= KQXml::ExtractElement(xml, tag, false) == reference::extractElement(xml, tag, false);
+        isDone &= bareReader(xml, tag);
+    }
+    return isDone ? 0 : 1;
+}

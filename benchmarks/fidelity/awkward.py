@@ -1,0 +1,57 @@
+"""Files that are easy to get wrong. One value is changed to "new", and every other byte is to stay.
+
+`@` marks the value: the file has the old value there, and the expected file the new one.
+"""
+import collections
+
+Input = collections.namedtuple("Input", "name template old section key", defaults=("old", "s", "key"))
+
+INPUTS = [
+    Input("plain", b"[s]\nkey=@\n"),
+    Input("blanks around `=`", b"[s]\nkey = @\n"),
+    Input("many blanks around `=`", b"[s]\nkey    =   @\n"),
+    Input("tabs around `=`", b"[s]\nkey\t=\t@\n"),
+    Input("indented keys", b"[s]\n  key = @\n\tother = 1\n"),
+    Input("blanks at the end of lines", b"[s]  \nkey=@  \nother=1\t\n"),
+    Input("CR LF", b"[s]\r\nkey=@\r\nother=1\r\n"),
+    Input("LF and CR LF mixed", b"[s]\nkey=@\r\nother=1\nlast=2\r\n"),
+    Input("no final line end", b"[s]\nkey=@"),
+    Input("blank lines", b"\n\n[s]\n\n\nkey=@\n\n\n\n[t]\nother=1\n\n"),
+    Input("byte-order mark", b"\xef\xbb\xbf[s]\nkey=@\n"),
+    Input("byte-order mark on the key's line", b"\xef\xbb\xbfkey=@\n[s]\nother=1\n", section=""),
+    Input("`;` comments", b"; one\n[s]\n; two\nkey=@\n;three\n"),
+    Input("`#` comments", b"# one\n[s]\n# two\nkey=@\n#three\n"),
+    Input("comment that looks like a key", b"[s]\n;key=old\n#key=old\nkey=@\n"),
+    Input("comment after the value, `;`", b"[s]\nkey=@ ; note\n"),
+    Input("comment after the value, `#`", b"[s]\nkey=@ # note\n"),
+    Input("comment right after the value, `;`", b"[s]\nkey=@;note\n"),
+    Input("comment after the header", b"[s] ; note\nkey=@\n"),
+    Input("comment at the end of the file", b"[s]\nkey=@\n; end"),
+    Input("comment that holds the old value", b"[s]\nkey=@ ; not old\n"),
+    Input("a repeated key elsewhere", b"[s]\nkey=@\nlist=1\nlist=2\n"),
+    Input("the key twice, the first changed", b"[s]\nkey=@\nkey=other\n"),
+    Input("a repeated section", b"[s]\nkey=@\n[t]\nother=1\n[s]\nother=1\n"),
+    Input("keys above the first header", b"top=1\n[s]\nkey=@\n"),
+    Input("names out of order", b"[zz]\nbb=1\naa=2\n[s]\nzz=1\nkey=@\n[aa]\ncc=1\n"),
+    Input("capitals", b"[S]\nKey=@\nOTHER=Yes\n", section="S", key="Key"),
+    Input("blanks in names", b"[my section]\nmy key=@\nmy other=1\n", section="my section", key="my key"),
+    Input("an empty section", b"[empty]\n[s]\nkey=@\n[also empty]\n"),
+    Input("a line without `=`", b"[s]\nflag\nkey=@\n"),
+    Input("stray text", b"[s]\nkey=@\n<<< what is this?\n]\n[\n"),
+    Input("continued by a backslash", b"[s]\nkey=@\nlong=one \\\n  two\n"),
+    Input("continued by indentation", b"[s]\nkey=@\nlong=one\n  two\n  three\n"),
+    Input("`%` and `$`", b"[s]\nkey=@\nhalf=50%\npercent=%(key)s %1 %%\nhome=$HOME ${x}\n"),
+    Input("quotes", b"[s]\nkey=@\ndouble=\"b c\"\nsingle='e'\nopen=\"\n"),
+    Input("backslashes", b"[s]\nkey=@\npath=C:\\new\\table\\\\x\n"),
+    Input("`=` and `:` in a value", b"[s]\nkey=@\nurl=http://h:80/?a=b\n"),
+    Input("an empty value elsewhere", b"[s]\nkey=@\nempty=\nalso =\n"),
+    Input("UTF-8", "[s]\nkey=@\nname[de]=größer\n".encode()),
+    Input("Latin-1 bytes", b"[s]\nkey=@\nname=gr\xf6\xdfer\n"),
+    Input("Latin-1 bytes on the line", b"[s]\nkey=@ ; gr\xf6\xdfer\n"),
+    Input("NUL in another line", b"[s]\nkey=@\nother=a\0b\n"),
+    Input("NUL on the line", b"[s]\nkey=@\0note\nother=1\n"),
+    Input("a line of 1 MB", b"[s]\nkey=@\nlong=" + b"x" * 1_000_000 + b"\n"),
+    Input("1,000 sections", b"[s]\nkey=@\n" + b"".join(b"[t%d]\nother=1\n" % i for i in range(1000))),
+    Input("the old value is empty", b"[s]\nkey=@\n", old=""),
+    Input("the old value is in the key", b"[s]\nkey=@\n", old="e"),
+]

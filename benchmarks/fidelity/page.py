@@ -1,0 +1,118 @@
+"""The part of docs/benchmarks.md about edits of whole files, and its picture, from the figures of fidelity.py."""
+from html import escape
+
+MARKS = {"kept": "✓", "changed": "✗", "refused": "–"}
+SHOWN = {"store": "this store", "augtool": "augtool", "crudini": "crudini", "wxFileConfig": "wxFileConfig",
+         "GKeyFile": "GKeyFile", "QSettings": "QSettings", "SimpleIni, repeated keys": "SimpleIni",
+         "Boost.PropertyTree": "Boost.PropertyTree", "KConfig": "KConfig", "iniparser": "iniparser",
+         "Python configparser": "Python configparser", "git config": "git config"}
+STYLE = """
+svg { font: 14px system-ui, sans-serif; }
+.back { fill: #fff; } text { fill: #1f2328; } .title { font-weight: 600; } .bar { fill: #afb8c1; } .ours { fill: #0969da; }
+@media (prefers-color-scheme: dark) {
+  .back { fill: #0d1117; } text { fill: #e6edf3; } .bar { fill: #484f58; } .ours { fill: #4493f8; }
+}"""
+WIDTH, LEFT, LONGEST, ROW = 400, 145, 175, 21
+
+
+def panel(top, title, bars):
+    """A bar for each name, ours first, and where the panel ends."""
+    parts = [f'<text class="title" x="8" y="{top + 16}">{escape(title)}</text>']
+    limit = max(length for _, length, _ in bars)
+    for i, (name, length, label) in enumerate(bars):
+        y, width = top + 26 + i * ROW, max(LONGEST * length / limit, 1)
+        parts += [f'<text x="{LEFT - 6}" y="{y + 14}" text-anchor="end">{escape(name)}</text>',
+                  f'<rect class="bar {"ours" if i == 0 else ""}" x="{LEFT}" y="{y + 2}" width="{width:.1f}" height="16"/>',
+                  f'<text x="{LEFT + width + 5:.1f}" y="{y + 14}">{escape(label)}</text>']
+    return parts, top + 26 + len(bars) * ROW + 12
+
+
+def duration(seconds):
+    if seconds is None:
+        return "> 60 s"
+    for unit, factor in (("s", 1), ("ms", 1e-3)):
+        if seconds >= factor:
+            return f"{seconds / factor:.3g} {unit}"
+    return f"{seconds * 1e6:.3g} µs"
+
+
+def picture(figures):
+    kept = [(name, figures["real"][who].get("kept", 0)) for who, name in SHOWN.items()]
+    times = [(name, figures["seconds"][who]["835000"]) for who, name in SHOWN.items()]
+    limit = 40 * times[0][1]  # a longer bar is cut; its label has the time
+    first, y = panel(4, f"Settings files kept byte for byte, of {figures['files']}",
+                     [(name, count, str(count)) for name, count in kept])
+    second, height = panel(y, "Time to load, edit and write back 835 KB", [
+        (name, min(time or limit, limit), duration(time) + (" (cut)" if (time or 61) > limit else "")) for name, time in times])
+    return "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {height}" width="{WIDTH * 1.4:.0f}" role="img">',
+                      f"<style>{STYLE}</style>", f'<rect class="back" width="{WIDTH}" height="{height}" rx="6"/>',
+                      *first, *second, "</svg>", ""])
+
+
+def table(heads, rows):
+    lines = ["| " + " | ".join(heads) + " |", "|" + "---|" * len(heads)]
+    return "\n".join(lines + ["| " + " | ".join(str(cell) for cell in row) + " |" for row in rows]) + "\n"
+
+
+def real_rows(figures):
+    for who, counts in figures["real"].items():
+        kept, changed, refused, meaning, extra = (counts.get(name, 0) for name in
+                                                  ("kept", "changed", "refused", "meaning", "bytes"))
+        accepted = kept + changed
+        times = [duration(figures["seconds"][who][size]) for size in ("4000", "835000")]
+        yield [who, kept, changed, refused, f"{100 * kept / accepted:.1f} %" if accepted else "", meaning, f"{extra:,}", *times]
+
+
+def own_changes(edits):
+    explained = [edit for edit in edits if edit.split(" = ")[1] in edit.split(" = ")[0]]
+    shown = ", ".join(f"`{edit}`" for edit in sorted(set(explained)))
+    return (f"This store changes more than the value in {len(edits)} of the edits. In {len(explained)} of them the key "
+            f"contains the old value ({shown}), and `UpdateKey` replaces its first occurrence in the line.")
+
+
+def section(figures):
+    names = list(figures["awkward"])
+    return f"""## What an edit keeps
+
+![files kept byte for byte, and the time of an edit](fidelity.svg)
+
+Each candidate loads a file, changes one plain value and writes the file back. The result is compared with the same
+file in which only the bytes of the value are replaced.
+
+The {figures["files"]} files are the settings files of {len(figures["packages"])} Debian packages that have a header and
+a key with a plain value; `benchmarks/fidelity/files.py` has the list and the rules. In each file the first, the middle
+and the last such key is edited, one at a time: {figures["edits"]:,} edits.
+
+- A file is **kept** if every edit left all other bytes alone, **refused** if an edit was refused and left the file as it
+  was, and **changed** otherwise.
+- A file has **another meaning** if this store or Python's configparser then finds a key lost, added or with another
+  value, apart from the edit.
+- The extra bytes are those that the edits inserted, deleted or replaced beyond the value.
+- A time is the median of an edit: of a library without the start of a program, of a tool with it.
+
+{table(["", "kept", "changed", "refused", "kept of the accepted", "another meaning", "extra bytes", "4 KB", "835 KB"], real_rows(figures))}
+Many candidates do not claim to read all of these dialects. GKeyFile is for desktop files, git config for git's own
+files, and a lens of augtool (the lens for the kind of file, then two general ones) accepts only what it describes.
+Libraries are given the options that keep most: comments and translations for GKeyFile, repeated keys and no byte-order
+mark for SimpleIni, the case of keys for configparser. QSettings counts as refusing a file when its status says that the
+file is malformed. Poco's INI class cannot write.
+
+{own_changes(figures["real"]["store"]["edits"])}
+
+### Awkward files
+
+{MARKS["kept"]} kept, {MARKS["changed"]} changed, {MARKS["refused"]} refused. The bytes are in `benchmarks/fidelity/awkward.py`.
+
+{table(["", *names], [[name, *[MARKS[figures["awkward"][who][i]] for who in names]] for i, name in enumerate(figures["inputs"])])}
+Where this store does not keep a byte:
+
+- **`#` after a value.** `#` begins no comment, so the note is part of the value and is replaced with it.
+- **`;` right after a value.** A comment takes the character before its `;` along, so the value of `key=old;note` is
+  `ol`, and the `d` stays.
+- **An empty old value, or one that the key contains.** `UpdateKey` looks for the old value from the start of the line:
+  `key=` becomes `newkey=`.
+- **Bytes that are not UTF-8, a byte-order mark or a NUL on the edited line.** The line is composed from its decoded
+  text. On other lines the first two are kept.
+- **A NUL on another line.** A line is written up to its NUL. `Write` then returns false, with the file written up to
+  there.
+"""

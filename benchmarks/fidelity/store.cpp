@@ -1,0 +1,42 @@
+// What fidelity.py needs of the store and of the generated files:
+//
+//     fidelity_store read                    for each path on standard input, the keys as the store reads them
+//     fidelity_store document FOLDER SIZE    writes a settings file of that size, and prints its path
+#include "benchmarks/documents.h"
+#include "inistore/inistore.h"
+#include "osrelease/osrelease.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+bool g_kq_verbose = false;
+
+namespace {
+
+QJsonArray keysOf(const std::string& path)
+{
+    INIStore store;
+    store.Open(QString::fromStdString(path));
+    QJsonArray keys;
+    for (const INISection& section : std::as_const(store.m_sections)) {
+        for (const INILine& line : section.m_lines) {
+            if (!line.m_key.isNull())
+                keys.append(QJsonArray{section.m_name, line.m_key, line.m_value});
+        }
+    }
+    return keys;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc == 4)
+        std::cout << documents::Settings(argv[2], std::size_t(std::atoi(argv[3]))).path.bytes << std::endl;
+    for (std::string path; argc == 2 && std::getline(std::cin, path);)
+        std::cout << QJsonDocument(keysOf(path)).toJson(QJsonDocument::Compact).toStdString() << std::endl;
+}

@@ -4,26 +4,35 @@
 #include "support/rows.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
+
+using namespace std::string_view_literals;
 
 namespace {
 
-const std::string doubt = "a ';' without white space before it may begin a comment or belong to the value";
-const std::string forced = doubt + "; --force takes it for a comment";
+#define DOUBT "a ';' without white space before it may begin a comment or belong to the value"
+#define FORCED DOUBT "; --force takes it for a comment"
 
 // What a command does to a file "f" in a directory of its own, and what it says.
 struct Row
 {
     const char* name;
-    std::string file;
-    std::vector<std::string> arguments;
-    std::string out; // what it prints, or the file that an edit leaves
-    std::string error = {};
+    std::string_view file;
+    const char* arguments[8];
+    std::string_view out; // what it prints, or the file that an edit leaves
+    std::string_view error = {};
     int status = error.empty() ? 0 : 2;
 };
 
-std::string message(const std::string& text)
+std::vector<std::string> argumentsOf(const Row& row)
 {
-    return text.empty() ? text : "zk_settings: " + text + '\n';
+    return {std::begin(row.arguments), std::find(std::begin(row.arguments), std::end(row.arguments), nullptr)};
+}
+
+std::string message(std::string_view text)
+{
+    return text.empty() ? std::string() : "zk_settings: " + std::string(text) + '\n';
 }
 
 class Prints : public testing::TestWithParam<Row>
@@ -34,8 +43,8 @@ TEST_P(Prints, and_keeps_the_file)
 {
     const Row& row = GetParam();
     const TempDir dir;
-    writeFile(dir / "f", row.file);
-    const Finished finished = settings(dir.path(), row.arguments);
+    writeFile(dir / "f", std::string(row.file));
+    const Finished finished = settings(dir.path(), argumentsOf(row));
     EXPECT_EQ(finished.status, row.status);
     EXPECT_EQ(finished.out, row.out);
     EXPECT_EQ(finished.err, message(row.error));
@@ -50,21 +59,16 @@ TEST_P(Edits, and_says_nothing)
 {
     const Row& row = GetParam();
     const TempDir dir;
-    writeFile(dir / "f", row.file);
-    const Finished finished = settings(dir.path(), row.arguments);
+    writeFile(dir / "f", std::string(row.file));
+    const Finished finished = settings(dir.path(), argumentsOf(row));
     EXPECT_EQ(finished.status, 0);
     EXPECT_EQ(finished.out, "");
     EXPECT_EQ(finished.err, "");
     EXPECT_EQ(readFile(dir / "f"), row.out);
 
-    const Finished filtered = settings(
-        dir.path(),
-        [&] {
-            std::vector<std::string> arguments = row.arguments;
-            *std::find(arguments.begin(), arguments.end(), "f") = "-";
-            return arguments;
-        }(),
-        row.file);
+    std::vector<std::string> arguments = argumentsOf(row);
+    *std::find(arguments.begin(), arguments.end(), "f") = "-";
+    const Finished filtered = settings(dir.path(), arguments, std::string(row.file));
     EXPECT_EQ(filtered.status, 0);
     EXPECT_EQ(filtered.out, row.out) << "standard input";
 }
@@ -77,40 +81,40 @@ TEST_P(Refuses, and_keeps_the_file)
 {
     const Row& row = GetParam();
     const TempDir dir;
-    writeFile(dir / "f", row.file);
-    const Finished finished = settings(dir.path(), row.arguments);
+    writeFile(dir / "f", std::string(row.file));
+    const Finished finished = settings(dir.path(), argumentsOf(row));
     EXPECT_EQ(finished.status, row.status);
     EXPECT_EQ(finished.out, "");
     EXPECT_EQ(finished.err, message(row.error));
     EXPECT_EQ(readFile(dir / "f"), row.file);
 
-    EXPECT_EQ(settings(dir.path(), row.arguments, row.file).status, row.status);
+    EXPECT_EQ(settings(dir.path(), argumentsOf(row), std::string(row.file)).status, row.status);
 }
 
 using Rows = std::vector<Row>;
 
-const std::string net = "top = 1\n[Net]\n; where it listens\nport = 80 ; web\nPORT = 81\n[net]\nport = 82\n[Empty]\n";
+constexpr char net[] = "top = 1\n[Net]\n; where it listens\nport = 80 ; web\nPORT = 81\n[net]\nport = 82\n[Empty]\n";
 
 INSTANTIATE_TEST_SUITE_P(Get, Prints,
     testing::ValuesIn(Rows{
         {"every_value_of_the_first_section", net, {"get", "f", "NET", "port"}, "80\n81\n"},
         {"leading_section", net, {"get", "f", "", "top"}, "1\n"},
-        {"values_end_in_nul", net, {"get", "--null", "f", "net", "port"}, std::string("80\00081\000", 6)},
-        {"options_may_come_first", net, {"--null", "get", "f", "", "top"}, std::string("1\0", 2)},
-        {"options_may_come_last", net, {"get", "f", "", "top", "--null"}, std::string("1\0", 2)},
+        {"values_end_in_nul", net, {"get", "--null", "f", "net", "port"}, "80\00081\000"sv},
+        {"options_may_come_first", net, {"--null", "get", "f", "", "top"}, "1\0"sv},
+        {"options_may_come_last", net, {"get", "f", "", "top", "--null"}, "1\0"sv},
         {"empty_value", "k=\n", {"get", "f", "", "k"}, "\n"},
         {"bytes_in_any_locale", "k=gr\u00fc\u00df\n", {"get", "f", "", "k"}, "gr\u00fc\u00df\n"},
         {"byte_order_mark", "\xef\xbb\xbfk=1\n", {"get", "f", "", "k"}, "1\n"},
         {"missing_key", net, {"get", "f", "net", "host"}, "", "f: [net] has no key host", 1},
         {"missing_section", net, {"get", "f", "lan", "port"}, "", "f: [lan] has no key port", 1},
-        {"cut_value_with_a_warning", "a=1\n[s]\nk=Qt;KDE;\n", {"get", "f", "s", "k"}, "Q\n", "f:3: " + doubt, 0},
+        {"cut_value_with_a_warning", "a=1\n[s]\nk=Qt;KDE;\n", {"get", "f", "s", "k"}, "Q\n", "f:3: " DOUBT, 0},
         {"key_that_the_store_cannot_see", "k=;note\n", {"get", "f", "", "k"}, "",
-            "f:1: " + doubt + "\nzk_settings: f: [] has no key k", 1},
+            "f:1: " DOUBT "\nzk_settings: f: [] has no key k", 1},
         {"section_that_the_store_cannot_see", "[s];note\nk=1\n", {"get", "f", "s", "k"}, "",
-            "f:1: " + doubt + "\nzk_settings: f: [s] has no key k", 1},
+            "f:1: " DOUBT "\nzk_settings: f: [s] has no key k", 1},
         {"other_lines_need_not_be_utf8", "k=1\nx=\xff\n", {"get", "f", "", "k"}, "1\n"},
         {"value_that_is_not_utf8", "k=1\nx=\xff\n", {"get", "f", "", "x"}, "", "f:2: the line is not UTF-8", 2},
-        {"nul", std::string("k=1\nx=\0\n", 8), {"get", "f", "", "k"}, "", "f:2: a NUL: this is no settings file", 2},
+        {"nul", "k=1\nx=\0\n"sv, {"get", "f", "", "k"}, "", "f:2: a NUL: this is no settings file", 2},
         {"missing_file", net, {"get", "g", "", "k"}, "", "g: cannot open: No such file or directory", 2},
         {"directory", net, {"get", ".", "", "k"}, "", ".: cannot read: Is a directory", 2},
     }),
@@ -121,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(List, Prints,
         {"sections_once_each", net, {"list", "f"}, "\nNet\nEmpty\n"},
         {"no_leading_section_without_keys", "; note\n[a]\n", {"list", "f"}, "a\n"},
         {"keys_once_each", net, {"list", "f", "net"}, "port\n"},
-        {"keys_end_in_nul", "a=1\nb=2\n", {"list", "--null", "f", ""}, std::string("a\0b\0", 4)},
+        {"keys_end_in_nul", "a=1\nb=2\n", {"list", "--null", "f", ""}, "a\0b\0"sv},
         {"no_keys", net, {"list", "f", "empty"}, ""},
         {"no_section", net, {"list", "f", "lan"}, "", "f: there is no section [lan]", 1},
         {"key_that_is_not_utf8", "\xff=1\n", {"list", "f", ""}, "", "f:1: the line is not UTF-8", 2},
@@ -260,15 +264,13 @@ INSTANTIATE_TEST_SUITE_P(Name, Refuses,
 
 INSTANTIATE_TEST_SUITE_P(File, Refuses,
     testing::ValuesIn(Rows{
-        {"value_in_doubt", "a=1\nk=Qt;KDE;\n", {"set", "f", "", "k", "v"}, "", "f:2: " + forced},
-        {"removal_in_doubt", "a=1\nk=Qt;KDE;\n", {"remove", "f", "", "k"}, "", "f:2: " + forced},
-        {"key_in_doubt", "k=;note\nk=1\n", {"set", "f", "", "k", "v"}, "", "f:1: " + forced},
-        {"section_in_doubt", "[s];note\nk=1\n", {"set", "f", "s", "k", "v"}, "", "f:1: " + forced},
-        {"key_below_a_header_in_doubt", "[a]\nx=1\n[s];note\nk=1\n", {"set", "f", "a", "k", "v"}, "", "f:3: " + forced},
-        {"nul_elsewhere", std::string("k=1\nx=\0\n", 8), {"set", "f", "", "k", "v"}, "",
-            "f:2: a NUL: this is no settings file"},
-        {"utf16", std::string("k\0=\0001\0\n\0", 8), {"set", "f", "", "k", "v"}, "",
-            "f:1: a NUL: this is no settings file"},
+        {"value_in_doubt", "a=1\nk=Qt;KDE;\n", {"set", "f", "", "k", "v"}, "", "f:2: " FORCED},
+        {"removal_in_doubt", "a=1\nk=Qt;KDE;\n", {"remove", "f", "", "k"}, "", "f:2: " FORCED},
+        {"key_in_doubt", "k=;note\nk=1\n", {"set", "f", "", "k", "v"}, "", "f:1: " FORCED},
+        {"section_in_doubt", "[s];note\nk=1\n", {"set", "f", "s", "k", "v"}, "", "f:1: " FORCED},
+        {"key_below_a_header_in_doubt", "[a]\nx=1\n[s];note\nk=1\n", {"set", "f", "a", "k", "v"}, "", "f:3: " FORCED},
+        {"nul_elsewhere", "k=1\nx=\0\n"sv, {"set", "f", "", "k", "v"}, "", "f:2: a NUL: this is no settings file"},
+        {"utf16", "k\0=\0001\0\n\0"sv, {"set", "f", "", "k", "v"}, "", "f:1: a NUL: this is no settings file"},
         {"value_that_is_not_utf8", "k=1\nx=\xff\n", {"set", "f", "", "x", "v"}, "", "f:2: the line is not UTF-8"},
         {"nothing_to_remove", net, {"remove", "f", "net", "host"}, "", "f: [net] has no key host", 1},
         {"no_value_to_remove", net, {"remove", "f", "net", "port", "8"}, "",
@@ -276,21 +278,21 @@ INSTANTIATE_TEST_SUITE_P(File, Refuses,
     }),
     rowName);
 
-const std::string see = "; see zk_settings --help";
+#define SEE "; see zk_settings --help"
 
 INSTANTIATE_TEST_SUITE_P(Usage, Refuses,
     testing::ValuesIn(Rows{
-        {"nothing", "", {}, "", "a command is needed" + see},
-        {"no_such_command", "", {"update", "f"}, "", "there is no command 'update'" + see},
-        {"too_few_operands", "", {"set", "f", "s", "k"}, "", "set takes FILE SECTION KEY VALUE" + see},
-        {"too_many_operands", "", {"get", "f", "s", "k", "v"}, "", "get takes FILE SECTION KEY" + see},
-        {"no_such_option", "", {"set", "--set", "f", "s", "k", "v"}, "", "unknown or incomplete option '--set'" + see},
-        {"option_without_argument", "", {"list", "f", "", "--wait"}, "", "unknown or incomplete option '--wait'" + see},
+        {"nothing", "", {}, "", "a command is needed" SEE},
+        {"no_such_command", "", {"update", "f"}, "", "there is no command 'update'" SEE},
+        {"too_few_operands", "", {"set", "f", "s", "k"}, "", "set takes FILE SECTION KEY VALUE" SEE},
+        {"too_many_operands", "", {"get", "f", "s", "k", "v"}, "", "get takes FILE SECTION KEY" SEE},
+        {"no_such_option", "", {"set", "--set", "f", "s", "k", "v"}, "", "unknown or incomplete option '--set'" SEE},
+        {"option_without_argument", "", {"list", "f", "", "--wait"}, "", "unknown or incomplete option '--wait'" SEE},
         {"option_of_another_command", "", {"get", "--force", "f", "s", "k"}, "",
-            "get does not take one of the options" + see},
-        {"empty_output", "k=1\n", {"set", "--output", "", "f", "", "k", "v"}, "", "--output has an empty name" + see},
-        {"no_number", "", {"set", "--wait", "1s", "f", "s", "k", "v"}, "", "'1s' is not a number of seconds" + see},
-        {"negative_number", "", {"set", "--wait=-1", "f", "s", "k", "v"}, "", "'-1' is not a number of seconds" + see},
+            "get does not take one of the options" SEE},
+        {"empty_output", "k=1\n", {"set", "--output", "", "f", "", "k", "v"}, "", "--output has an empty name" SEE},
+        {"no_number", "", {"set", "--wait", "1s", "f", "s", "k", "v"}, "", "'1s' is not a number of seconds" SEE},
+        {"negative_number", "", {"set", "--wait=-1", "f", "s", "k", "v"}, "", "'-1' is not a number of seconds" SEE},
     }),
     rowName);
 

@@ -24,10 +24,11 @@ def instructions(build, size):
     with tempfile.TemporaryDirectory() as folder:
         profile = os.path.join(folder, "profile")
         environment = {**os.environ, "QT_HASH_SEED": "0", "LD_BIND_NOW": "1"}
-        subprocess.run(["valgrind", "-q", "--tool=callgrind", f"--callgrind-out-file={profile}",
-                        build / "benchmarks/benchmark_counted", str(size), str(SIZES[size])], env=environment, check=True)
-        listing = subprocess.run(["callgrind_annotate", "--inclusive=yes", "--show-percs=no", "--threshold=100", profile],
-                                 capture_output=True, text=True, check=True).stdout
+        work = [build / "benchmarks/benchmark_counted", str(size), str(SIZES[size])]
+        subprocess.run(["valgrind", "-q", "--tool=callgrind", f"--callgrind-out-file={profile}", *work],
+                       env=environment, check=True)
+        listing = subprocess.run(["callgrind_annotate", "--inclusive=yes", "--show-percs=no", "--threshold=100",
+                                  profile], capture_output=True, text=True, check=True).stdout
     found = re.findall(r"^ *([\d,]+) .*?:([\w:~]+)\(", listing, re.MULTILINE)
     return {name: int(count.replace(",", "")) / SIZES[size] for count, name in reversed(found)}
 

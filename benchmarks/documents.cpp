@@ -5,29 +5,22 @@
 
 namespace documents {
 
-namespace {
-
-std::string numbered(const char* name, std::size_t length, int number)
-{
-    const std::string digits = std::to_string(number);
-    return name + std::string(length - digits.size(), '0') + digits;
-}
-
-} // namespace
-
 Settings::Settings(const std::string& folder, std::size_t wanted)
     : size(wanted)
     , path(folder + "/settings" + std::to_string(size) + ".ini")
     , hashPath(path.bytes + ".hash")
 {
+    const auto numbered = [](const QString& name, int digits, int number) {
+        return name.arg(number, digits, 10, QLatin1Char('0')).toStdString();
+    };
     for (int i = 0; bytes.size() < size; ++i) {
         if (i % 40 == 0) {
-            section = numbered("section", 4, i / 40);
+            section = numbered(QStringLiteral("section%1"), 4, i / 40);
             bytes += '[' + section.bytes + "]\n";
         }
         if (i % 5 == 0)
             bytes += "; on the next option\n";
-        key = numbered("option", 2, i % 40);
+        key = numbered(QStringLiteral("option%1"), 2, i % 40);
         bytes += key.bytes + " = value of " + section.bytes + ' ' + key.bytes + '\n';
     }
     std::ofstream(path.bytes) << bytes;

@@ -9,6 +9,7 @@ import json
 import os
 import pathlib
 import platform
+import re
 import statistics
 import subprocess
 import sys
@@ -57,7 +58,7 @@ def shared_process(program):
 
 
 def machine():
-    cpu = [line.split(": ")[1] for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines() if "model name" in line]
+    cpu = re.findall(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
     system = platform.freedesktop_os_release()["PRETTY_NAME"]
     versions = output("dpkg-query", "-W", "-f=${Package} ${Version}, ", *PACKAGES).removesuffix(", ")
     return f"{cpu[0]}, {len(cpu)} cores; {system}; {output('c++', '--version').splitlines()[0]}; {versions}"

@@ -102,7 +102,7 @@ clock's), the lower quartile over {figures["rounds"]} rounds. The files are in m
 
 - inih calls back for each key and keeps nothing.
 - GKeyFile keeps comments. It does not accept `;`, so its file has `#` instead.
-- iniparser would take minutes for the larger files.
+- iniparser takes too long for 10 MB.
 - QSettings writes only what has changed, so only the whole edit is measured, above. inih does not write.
 
 Load a file and release it:

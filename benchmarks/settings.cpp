@@ -149,7 +149,7 @@ Candidate inih()
 Candidate iniparser()
 {
     Candidate c{"iniparser"};
-    c.mostBytes = 100'000; // each key that it reads is compared with all before
+    c.mostBytes = 1'000'000; // each key that it reads is compared with all before
     c.load = [](const Text& path) {
         const std::shared_ptr<dictionary> loaded(iniparser_load(path.c_str()), iniparser_freedict);
         require(loaded != nullptr, "load");

@@ -23,9 +23,8 @@ import awkward
 import files
 
 SECONDS = 60  # for an edit
-LIBRARIES = {"store": "edit", "SimpleIni": "edit", "SimpleIni, repeated keys": "edit", "GKeyFile": "edit",
-             "QSettings": "edit", "wxFileConfig": "edit", "iniparser": "edit", "Boost.PropertyTree": "edit",
-             "KConfig": "kconfig"}
+LIBRARIES = {"store": "edit", "SimpleIni, repeated keys": "edit", "GKeyFile": "edit", "QSettings": "edit",
+             "wxFileConfig": "edit", "iniparser": "edit", "Boost.PropertyTree": "edit", "KConfig": "kconfig"}
 HASH_COMMENTS = ("GKeyFile", "KConfig")  # in the generated files
 ENVIRONMENT = {"PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": "/nonexistent"}
 
@@ -193,9 +192,8 @@ def real_files(edit, judge, folder, found):
 def awkward_files(edit, folder):
     """Of each input: kept, changed or refused."""
     def verdict(case):
-        result = edited(edit, folder, "file.ini", case.template.replace(b"@", case.old.encode()), case.section, case.key,
-                        case.old)
-        expected = case.template.replace(b"@", b"new")
+        data, expected = (case.template.replace(b"@", value) for value in (case.old.encode(), b"new"))
+        result = edited(edit, folder, "file.ini", data, case.section, case.key, case.old)
         return "refused" if result is None else "kept" if result == expected else "changed"
     return [verdict(case) for case in awkward.INPUTS]
 
@@ -222,7 +220,8 @@ def main():
     edits = {name: library(build, name) for name in LIBRARIES} | {"zk_settings": zk_settings(build)} | TOOLS
     figures = {"files": len(found), "edits": sum(len(keys) for _, _, keys in found), "packages": files.PACKAGES,
                "inputs": [case.name for case in awkward.INPUTS], "real": {}, "awkward": {}, "seconds": {}}
-    with tempfile.TemporaryDirectory(dir="/dev/shm") as shared, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+    with (tempfile.TemporaryDirectory(dir="/dev/shm") as shared,
+          concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool):
         folders = {name: pathlib.Path(shared, str(i)) for i, name in enumerate(edits)}
         for folder in folders.values():
             folder.mkdir()

@@ -1,28 +1,31 @@
 """The part of docs/benchmarks.md about edits of whole files, and its picture, from the figures of fidelity.py."""
+import textwrap
 from html import escape
 
 MARKS = {"kept": "✓", "changed": "✗", "refused": "–"}
-SHOWN = {"store": "this store", "augtool": "augtool", "crudini": "crudini", "wxFileConfig": "wxFileConfig",
-         "GKeyFile": "GKeyFile", "QSettings": "QSettings", "SimpleIni, repeated keys": "SimpleIni",
-         "Boost.PropertyTree": "Boost.PropertyTree", "KConfig": "KConfig", "iniparser": "iniparser",
-         "Python configparser": "Python configparser", "git config": "git config"}
+SHOWN = {"store": "this store", "SimpleIni, repeated keys": "SimpleIni", "GKeyFile": "GKeyFile",
+         "QSettings": "QSettings", "wxFileConfig": "wxFileConfig", "iniparser": "iniparser",
+         "Boost.PropertyTree": "Boost.PropertyTree", "KConfig": "KConfig", "Python configparser": "Python configparser",
+         "crudini": "crudini (tool)", "augtool": "augtool (tool)", "git config": "git config (tool)"}
 STYLE = """
-svg { font: 14px system-ui, sans-serif; }
-.back { fill: #fff; } text { fill: #1f2328; } .title { font-weight: 600; } .bar { fill: #afb8c1; } .ours { fill: #0969da; }
+svg { font: 13px system-ui, sans-serif; }
+.title { font-weight: 600; }
+.back { fill: #fff; } text { fill: #1f2328; } .bar { fill: #afb8c1; } .ours { fill: #0969da; }
 @media (prefers-color-scheme: dark) {
   .back { fill: #0d1117; } text { fill: #e6edf3; } .bar { fill: #484f58; } .ours { fill: #4493f8; }
 }"""
-WIDTH, LEFT, LONGEST, ROW = 400, 145, 175, 21
+WIDTH, LEFT, LONGEST, ROW = 400, 150, 180, 21
 
 
 def panel(top, title, bars):
-    """A bar for each name, ours first, and where the panel ends."""
+    """The title and a bar for each name, and where the panel ends."""
     parts = [f'<text class="title" x="8" y="{top + 16}">{escape(title)}</text>']
     limit = max(length for _, length, _ in bars)
     for i, (name, length, label) in enumerate(bars):
         y, width = top + 26 + i * ROW, max(LONGEST * length / limit, 1)
+        kind = "ours" if name == SHOWN["store"] else ""
         parts += [f'<text x="{LEFT - 6}" y="{y + 14}" text-anchor="end">{escape(name)}</text>',
-                  f'<rect class="bar {"ours" if i == 0 else ""}" x="{LEFT}" y="{y + 2}" width="{width:.1f}" height="16"/>',
+                  f'<rect class="bar {kind}" x="{LEFT}" y="{y + 2}" width="{width:.1f}" height="16"/>',
                   f'<text x="{LEFT + width + 5:.1f}" y="{y + 14}">{escape(label)}</text>']
     return parts, top + 26 + len(bars) * ROW + 12
 
@@ -37,16 +40,22 @@ def duration(seconds):
 
 
 def picture(figures):
-    kept = [(name, figures["real"][who].get("kept", 0)) for who, name in SHOWN.items()]
-    times = [(name, figures["seconds"][who]["835000"]) for who, name in SHOWN.items()]
-    limit = 40 * times[0][1]  # a longer bar is cut; its label has the time
+    kept = {who: figures["real"][who].get("kept", 0) for who in SHOWN}
+    seconds = {who: figures["seconds"][who]["835000"] for who in SHOWN}
+    limit = 25 * seconds["store"]
+    order = sorted(SHOWN, key=lambda who: -kept[who])
+
+    def time_bar(who):
+        is_cut = seconds[who] is None or seconds[who] > limit
+        return SHOWN[who], limit if is_cut else seconds[who], duration(seconds[who]) + (" →" if is_cut else "")
+
     first, y = panel(4, f"Settings files kept byte for byte, of {figures['files']}",
-                     [(name, count, str(count)) for name, count in kept])
-    second, height = panel(y, "Time to load, edit and write back 835 KB", [
-        (name, min(time or limit, limit), duration(time) + (" (cut)" if (time or 61) > limit else "")) for name, time in times])
-    return "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {height}" width="{WIDTH * 1.4:.0f}" role="img">',
-                      f"<style>{STYLE}</style>", f'<rect class="back" width="{WIDTH}" height="{height}" rx="6"/>',
-                      *first, *second, "</svg>", ""])
+                     [(SHOWN[who], kept[who], str(kept[who])) for who in order])
+    second, height = panel(y, "Time to load, edit and write back 835 KB (→: bar cut)",
+                           [time_bar(who) for who in order])
+    size = f'viewBox="0 0 {WIDTH} {height}" width="{WIDTH * 1.3:.0f}"'
+    return "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" {size}>', f"<style>{STYLE}</style>",
+                      f'<rect class="back" width="{WIDTH}" height="{height}" rx="6"/>', *first, *second, "</svg>", ""])
 
 
 def table(heads, rows):
@@ -60,18 +69,23 @@ def real_rows(figures):
                                                   ("kept", "changed", "refused", "meaning", "bytes"))
         accepted = kept + changed
         times = [duration(figures["seconds"][who][size]) for size in ("4000", "835000")]
-        yield [who, kept, changed, refused, f"{100 * kept / accepted:.1f} %" if accepted else "", meaning, f"{extra:,}", *times]
+        share = f"{100 * kept / accepted:.1f} %" if accepted else ""
+        yield [who, kept, changed, refused, share, meaning, f"{extra:,}", *times]
 
 
 def own_changes(edits):
     explained = [edit for edit in edits if edit.split(" = ")[1] in edit.split(" = ")[0]]
     shown = ", ".join(f"`{edit}`" for edit in sorted(set(explained)))
-    return (f"This store changes more than the value in {len(edits)} of the edits. In {len(explained)} of them the key "
-            f"contains the old value ({shown}), and `UpdateKey` replaces its first occurrence in the line.")
+    return textwrap.fill(
+        f"This store changes more than the value in {len(edits)} edits. In {len(explained)} of these the key contains "
+        f"the old value ({shown}), and `UpdateKey` replaces its first occurrence in the line.", 120)
 
 
 def section(figures):
     names = list(figures["awkward"])
+    heads = ["", "kept", "changed", "refused", "kept of the accepted", "another meaning", "extra bytes", "4 KB",
+             "835 KB"]
+    marks = [[name, *[MARKS[figures["awkward"][who][i]] for who in names]] for i, name in enumerate(figures["inputs"])]
     return f"""## What an edit keeps
 
 ![files kept byte for byte, and the time of an edit](fidelity.svg)
@@ -83,14 +97,14 @@ The {figures["files"]} files are the settings files of {len(figures["packages"])
 a key with a plain value; `benchmarks/fidelity/files.py` has the list and the rules. In each file the first, the middle
 and the last such key is edited, one at a time: {figures["edits"]:,} edits.
 
-- A file is **kept** if every edit left all other bytes alone, **refused** if an edit was refused and left the file as it
-  was, and **changed** otherwise.
+- A file is **kept** if every edit left all other bytes alone, **refused** if an edit was refused and left the file
+  as it was, and **changed** otherwise.
 - A file has **another meaning** if this store or Python's configparser then finds a key lost, added or with another
   value, apart from the edit.
 - The extra bytes are those that the edits inserted, deleted or replaced beyond the value.
 - A time is the median of an edit: of a library without the start of a program, of a tool with it.
 
-{table(["", "kept", "changed", "refused", "kept of the accepted", "another meaning", "extra bytes", "4 KB", "835 KB"], real_rows(figures))}
+{table(heads, real_rows(figures))}
 Many candidates do not claim to read all of these dialects. GKeyFile is for desktop files, git config for git's own
 files, and a lens of augtool (the lens for the kind of file, then two general ones) accepts only what it describes.
 Libraries are given the options that keep most: comments and translations for GKeyFile, repeated keys and no byte-order
@@ -101,9 +115,9 @@ file is malformed. Poco's INI class cannot write.
 
 ### Awkward files
 
-{MARKS["kept"]} kept, {MARKS["changed"]} changed, {MARKS["refused"]} refused. The bytes are in `benchmarks/fidelity/awkward.py`.
+✓ kept, ✗ changed, – refused. `benchmarks/fidelity/awkward.py` has the bytes.
 
-{table(["", *names], [[name, *[MARKS[figures["awkward"][who][i]] for who in names]] for i, name in enumerate(figures["inputs"])])}
+{table(["", *names], marks)}
 Where this store does not keep a byte:
 
 - **`#` after a value.** `#` begins no comment, so the note is part of the value and is replaced with it.

@@ -54,7 +54,7 @@ void trySet(const QByteArray& bytes)
 TEST(EveryShortDocument, is_edited_in_the_value_alone_or_refused)
 {
     const QByteArray symbols = "k=; []\n\r";
-    constexpr int longest = 5;
+    constexpr int longest = 4;
     int edits = 0;
     int refusals = 0;
     QList<QByteArray> documents = {""};
@@ -73,8 +73,8 @@ TEST(EveryShortDocument, is_edited_in_the_value_alone_or_refused)
         }
         documents = longer;
     }
-    EXPECT_GT(edits, 20000);
-    EXPECT_GT(refusals, 500);
+    EXPECT_GT(edits, 3000);
+    EXPECT_GT(refusals, 20);
 }
 
 } // namespace

@@ -68,9 +68,11 @@ void Loader::beginSection(QStringView name, std::string_view raw)
 void Loader::addLine(const inistore::ParsedLine& parsed, std::string_view raw)
 {
     INILine& line = m_lines.emplaceBack(QString(), QString(), QByteArray());
+    line.m_raw = m_bytes.copy(raw);
+    if (parsed.key.isNull())
+        return;
     line.m_key = m_texts.copy(parsed.key);
     line.m_value = m_texts.copy(parsed.value);
-    line.m_raw = m_bytes.copy(raw);
 }
 
 // Reads large pieces until a read returns nothing, whatever the file's size claims to be: files in /proc claim none.

@@ -13,7 +13,7 @@ namespace inistore {
 
 /// Copies short texts into shared blocks of up to `blockSize` characters, so that most lines cost no allocation.
 ///
-/// `Text` is QString or QByteArray; a null view gives a null one. A copy is an ordinary, implicitly shared `Text` that lies inside a block, followed
+/// `Text` is QString or QByteArray. A copy is an ordinary, implicitly shared `Text` that lies inside a block, followed
 /// by its own NUL. The last copy to go frees the block.
 template <typename Text, typename View, qsizetype blockSize>
 class TextPool
@@ -21,8 +21,6 @@ class TextPool
 public:
     Text copy(View text)
     {
-        if (!text.data())
-            return Text();
         const auto size = static_cast<qsizetype>(text.size());
         if (size > blockSize / 2)
             return Text(text.data(), size);

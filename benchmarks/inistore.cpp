@@ -1,6 +1,6 @@
 // Load, lookup, edit and write by size of the file, for the store and its peers:
 //
-//     benchmark_inistore [--used-heap] --benchmark_filter='^load/.*/4000$'
+//     benchmark_inistore --benchmark_filter='^load/.*/4000$'
 #include "benchmarks/settings.h"
 #include "osrelease/osrelease.h"
 
@@ -8,9 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <malloc.h>
-#include <random>
 
 bool g_kq_verbose = false;
 
@@ -21,22 +19,6 @@ using documents::Text;
 using settings::Candidate;
 
 constexpr std::size_t sizes[] = {4'000, 60'000, 835'000, 10'000'000};
-
-using Blocks = std::vector<std::unique_ptr<char[]>>;
-
-// The heap of a program that has run for a while: blocks of 16 bytes to 2 KB, half of them free again.
-Blocks useHeap(std::size_t count)
-{
-    std::mt19937 random;
-    Blocks blocks(count);
-    for (auto& block : blocks)
-        block.reset(new char[(std::size_t(16) << random() % 7) + random() % 16]);
-    for (auto& block : blocks) {
-        if (random() % 2 == 0)
-            block.reset();
-    }
-    return blocks;
-}
 
 std::size_t bytesAllocated()
 {
@@ -82,8 +64,6 @@ void addCandidate(const Candidate& c, const Settings& d)
 
 int main(int argc, char** argv)
 {
-    const bool isUsed = argc > 1 && std::strcmp(argv[1], "--used-heap") == 0;
-    const Blocks blocks = useHeap(isUsed ? 100'000 : 0);
     const QTemporaryDir folder;
     const std::vector<Candidate> candidates = settings::candidates();
     std::vector<std::unique_ptr<Settings>> documents;

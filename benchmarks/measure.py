@@ -52,8 +52,8 @@ def own_process(program):
 
 
 def shared_process(program):
-    """All candidates in one process, in turns, on a heap that is in use."""
-    return benchmark(program, "--used-heap", "--benchmark_filter=^load/", f"--benchmark_repetitions={ROUNDS}",
+    """All candidates and sizes in one process, in turns, so that each finds the heap as the others leave it."""
+    return benchmark(program, "--benchmark_filter=^load/", f"--benchmark_repetitions={ROUNDS}",
                      "--benchmark_enable_random_interleaving=true")
 
 

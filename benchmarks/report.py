@@ -91,8 +91,8 @@ that does nothing else. A ratio is the peer's figure over ours: above 1, ours is
 {fidelity.section(edits)}
 ## Performance targets
 
-For a peer, the figure is a ratio. "Used heap" means that all candidates take turns in one process, whose heap holds
-100,000 blocks of mixed sizes, half of them free again. Otherwise each candidate has a process of its own.
+For a peer, the figure is a ratio. "Used heap" means that all candidates take turns in one process, with all sizes, so
+that each finds the heap as the others leave it. Otherwise each candidate has its own process.
 
 {targets(figures)}
 ## Settings files by size

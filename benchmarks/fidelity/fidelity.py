@@ -23,6 +23,7 @@ import awkward
 import files
 
 SECONDS = 60  # for an edit
+ROUNDS = 9  # of timing
 LIBRARIES = {"store": "edit", "SimpleIni, repeated keys": "edit", "GKeyFile": "edit", "QSettings": "edit",
              "wxFileConfig": "edit", "iniparser": "edit", "Boost.PropertyTree": "edit", "KConfig": "kconfig"}
 HASH_COMMENTS = ("GKeyFile", "KConfig")  # in the generated files
@@ -198,19 +199,17 @@ def awkward_files(edit, folder):
     return [verdict(case) for case in awkward.INPUTS]
 
 
-def seconds(edit, folder, data):
-    """For an edit of the last key; None if it takes too long."""
+def seconds(edits, folders, data):
+    """By candidate, for an edit of the last key; None if it was refused. The candidates take turns."""
     section, key, value = (re.findall(pattern, data, re.MULTILINE)[-1] for pattern in
                            (r"^\[(.*)\]", r"^(\w+) =", r" = (.*)"))
-    path = folder / "timed.ini"
-    times = []
-    while len(times) < (9 if sum(times) < 1 else 3):
-        path.write_text(data)
-        taken = edit(path, section, key, value, "an even value")
-        if taken is None:
-            return None
-        times.append(taken)
-    return statistics.median(times)
+    times = collections.defaultdict(list)
+    for _ in range(ROUNDS):
+        for name, edit in edits.items():
+            path = folders[name] / "timed.ini"
+            path.write_text(data.replace(";", "#") if name in HASH_COMMENTS else data)
+            times[name].append(edit(path, section, key, value, "an even value"))
+    return {name: None if None in taken else statistics.quantiles(taken, n=4)[0] for name, taken in times.items()}
 
 
 def main():
@@ -233,10 +232,7 @@ def main():
         for size in (4_000, 835_000):
             document = subprocess.run([build / "benchmarks/benchmark_fidelity_store", "document", shared, str(size)],
                                       stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
-            data = pathlib.Path(document).read_text()
-            for name, edit in edits.items():
-                text = data.replace(";", "#") if name in HASH_COMMENTS else data
-                figures["seconds"].setdefault(name, {})[size] = seconds(edit, folders[name], text)
+            figures["seconds"][size] = seconds(edits, folders, pathlib.Path(document).read_text())
     target.write_text(json.dumps(figures, indent=1))
 
 

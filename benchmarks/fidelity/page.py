@@ -3,10 +3,11 @@ import textwrap
 from html import escape
 
 MARKS = {"kept": "✓", "changed": "✗", "refused": "–"}
-SHOWN = {"store": "this store", "SimpleIni, repeated keys": "SimpleIni", "GKeyFile": "GKeyFile",
-         "QSettings": "QSettings", "wxFileConfig": "wxFileConfig", "iniparser": "iniparser",
-         "Boost.PropertyTree": "Boost.PropertyTree", "KConfig": "KConfig", "Python configparser": "Python configparser",
-         "crudini": "crudini (tool)", "augtool": "augtool (tool)", "git config": "git config (tool)"}
+OURS = {"store": "this store", "zk_settings": "zk_settings (our tool)"}
+SHOWN = {**OURS, "SimpleIni, repeated keys": "SimpleIni", "GKeyFile": "GKeyFile", "QSettings": "QSettings",
+         "wxFileConfig": "wxFileConfig", "iniparser": "iniparser", "Boost.PropertyTree": "Boost.PropertyTree",
+         "KConfig": "KConfig", "Python configparser": "Python configparser", "crudini": "crudini (tool)",
+         "augtool": "augtool (tool)", "git config": "git config (tool)"}
 STYLE = """
 svg { font: 13px system-ui, sans-serif; }
 .title { font-weight: 600; }
@@ -23,7 +24,7 @@ def panel(top, title, bars):
     limit = max(length for _, length, _ in bars)
     for i, (name, length, label) in enumerate(bars):
         y, width = top + 26 + i * ROW, max(LONGEST * length / limit, 1)
-        kind = "ours" if name == SHOWN["store"] else ""
+        kind = "ours" if name in OURS.values() else ""
         parts += [f'<text x="{LEFT - 6}" y="{y + 14}" text-anchor="end">{escape(name)}</text>',
                   f'<rect class="bar {kind}" x="{LEFT}" y="{y + 2}" width="{width:.1f}" height="16"/>',
                   f'<text x="{LEFT + width + 5:.1f}" y="{y + 14}">{escape(label)}</text>']
@@ -32,7 +33,7 @@ def panel(top, title, bars):
 
 def duration(seconds):
     if seconds is None:
-        return "> 60 s"
+        return "refused"
     for unit, factor in (("s", 1), ("ms", 1e-3)):
         if seconds >= factor:
             return f"{seconds / factor:.3g} {unit}"
@@ -41,7 +42,7 @@ def duration(seconds):
 
 def picture(figures):
     kept = {who: figures["real"][who].get("kept", 0) for who in SHOWN}
-    seconds = {who: figures["seconds"][who]["835000"] for who in SHOWN}
+    seconds = {who: figures["seconds"]["835000"][who] for who in SHOWN}
     limit = 25 * seconds["store"]
     order = sorted(SHOWN, key=lambda who: -kept[who])
 
@@ -68,7 +69,7 @@ def real_rows(figures):
         kept, changed, refused, meaning, extra = (counts.get(name, 0) for name in
                                                   ("kept", "changed", "refused", "meaning", "bytes"))
         accepted = kept + changed
-        times = [duration(figures["seconds"][who][size]) for size in ("4000", "835000")]
+        times = [duration(figures["seconds"][size][who]) for size in ("4000", "835000")]
         share = f"{100 * kept / accepted:.1f} %" if accepted else ""
         yield [who, kept, changed, refused, share, meaning, f"{extra:,}", *times]
 
@@ -79,6 +80,12 @@ def own_changes(edits):
     return textwrap.fill(
         f"This store changes more than the value in {len(edits)} edits. In {len(explained)} of these the key contains "
         f"the old value ({shown}), and `UpdateKey` replaces its first occurrence in the line.", 120)
+
+
+def tool_verdicts(awkward):
+    both = [tool for store, tool in zip(awkward["store"], awkward["zk_settings"]) if store == "changed"]
+    return (f"Of these {len(both)} files, `zk_settings` keeps {both.count('kept')}, refuses {both.count('refused')} and "
+            f"changes {both.count('changed')}.")
 
 
 def section(figures):
@@ -102,7 +109,8 @@ and the last such key is edited, one at a time: {figures["edits"]:,} edits.
 - A file has **another meaning** if this store or Python's configparser then finds a key lost, added or with another
   value, apart from the edit.
 - The extra bytes are those that the edits inserted, deleted or replaced beyond the value.
-- A time is the median of an edit: of a library without the start of a program, of a tool with it.
+- A time is the lower quartile of nine edits of a generated file: of a library without the start of a program, of a
+  tool with it.
 
 {table(heads, real_rows(figures))}
 Many candidates do not claim to read all of these dialects. GKeyFile is for desktop files, git config for git's own
@@ -129,4 +137,6 @@ Where this store does not keep a byte:
   text. On other lines the first two are kept.
 - **A NUL on another line.** A line is written up to its NUL. `Write` then returns false, with the file written up to
   there.
+
+{tool_verdicts(figures["awkward"])}
 """

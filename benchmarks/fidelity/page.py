@@ -15,7 +15,7 @@ svg { font: 13px system-ui, sans-serif; }
 @media (prefers-color-scheme: dark) {
   .back { fill: #0d1117; } text { fill: #e6edf3; } .bar { fill: #484f58; } .ours { fill: #4493f8; }
 }"""
-WIDTH, LEFT, LONGEST, ROW = 400, 150, 180, 21
+WIDTH, LEFT, LONGEST, ROW = 400, 150, 172, 21
 
 
 def panel(top, title, bars):
@@ -84,8 +84,8 @@ def own_changes(edits):
 
 def tool_verdicts(awkward):
     both = [tool for store, tool in zip(awkward["store"], awkward["zk_settings"]) if store == "changed"]
-    return (f"Of these {len(both)} files, `zk_settings` keeps {both.count('kept')}, refuses {both.count('refused')} and "
-            f"changes {both.count('changed')}.")
+    return (f"Of these {len(both)} files, `zk_settings` keeps {both.count('kept')}, refuses {both.count('refused')} "
+            f"and changes {both.count('changed')}.")
 
 
 def section(figures):

@@ -162,10 +162,8 @@ TEST_F(Files, that_may_not_be_written_are_refused)
     EXPECT_EQ(asOrdinaryUser([this] { return set().err; }), "zk_settings: f: cannot write: Permission denied\n");
     fs::permissions(f, fs::perms(0666));
     fs::permissions(dir.path(), fs::perms(0555));
-    EXPECT_EQ(asOrdinaryUser([this] {
-        return settings(dir.path(), {"set", "--create", "g", "", "k", "2"}).err;
-    }),
-        "zk_settings: g: cannot create a file in its folder: Permission denied\n");
+    const auto create = [this] { return settings(dir.path(), {"set", "--create", "g", "", "k", "2"}).err; };
+    EXPECT_EQ(asOrdinaryUser(create), "zk_settings: g: cannot create a file in its folder: Permission denied\n");
     EXPECT_EQ(readFile(f), "k=1\n");
     fs::permissions(dir.path(), fs::perms(0777));
 }

@@ -59,7 +59,7 @@ def targets(figures):
             add(f"{question} {SIZES[size]}{HEAPS[heap]}: {peer}", f"at least {least}", multiple(ratio), ratio >= least)
     counts, xml = figures["instructions"], figures["xml"]
     millions = (counts["INIStore::Open"] + counts["INIStore::~INIStore"]) / 1e6
-    add("load and release 835 KB: instructions", "at most 22 M", f"{millions:.1f} M", millions <= 22)
+    add("load and release 835 KB: instructions", "at most 22 M", f"{millions:.2f} M", millions <= 22)
     held = figures["held"]["load/store/835000"]
     add("load 835 KB: bytes held per byte of the file", "at most 4.6", f"{held:.2f}", held <= 4.6)
     slowest = max(time for name, time in xml.items() if name.startswith("first element, first/helpers/"))

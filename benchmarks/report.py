@@ -9,15 +9,17 @@ from fidelity import page as fidelity
 SIZES = {1_000: "1 KB", 4_000: "4 KB", 10_000: "10 KB", 60_000: "60 KB", 100_000: "100 KB", 835_000: "835 KB",
          2_000_000: "2 MB", 10_000_000: "10 MB"}
 
-# The question, the peer, the size, and how many times our time the peer takes at least.
+SIMPLEINI = "SimpleIni, repeated keys"  # as the store keeps them
+
+# The question, the heap, the size, and how many times our time each peer takes at least.
 SETTINGS_TARGETS = [
-    ("load", "used heap", 4_000, {"inih": 1.1, "SimpleIni": 1.3, "GKeyFile": 1.5}),
-    ("load", "used heap", 835_000, {"inih": 1.4, "SimpleIni": 2.6, "GKeyFile": 2.0}),
+    ("load", "used heap", 4_000, {"inih": 1.1, SIMPLEINI: 1.3, "GKeyFile": 1.5}),
+    ("load", "used heap", 835_000, {"inih": 1.4, SIMPLEINI: 2.6, "GKeyFile": 2.0}),
     ("load", "settings", 835_000, {"inih": 0.9}),
     ("load", "settings", 10_000_000, {"inih": 0.6}),
-    ("lookup", "settings", 4_000, {"SimpleIni": 1.3}),
-    ("edit", "settings", 4_000, {"SimpleIni": 1.5}),
-    ("write", "settings", 835_000, {"SimpleIni": 4, "GKeyFile": 2}),
+    ("lookup", "settings", 4_000, {SIMPLEINI: 1.3}),
+    ("edit", "settings", 4_000, {SIMPLEINI: 1.5}),
+    ("write", "settings", 835_000, {SIMPLEINI: 4, "GKeyFile": 2}),
 ]
 HEAPS = {"used heap": ", used heap", "settings": ""}
 
@@ -92,7 +94,8 @@ that does nothing else. A ratio is the peer's figure over ours: above 1, ours is
 ## Performance targets
 
 For a peer, the figure is a ratio. "Used heap" means that all candidates take turns in one process, with all sizes, so
-that each finds the heap as the others leave it. Otherwise each candidate has its own process.
+that each finds the heap as the others leave it. Otherwise each candidate has its own process. SimpleIni is compared as
+it keeps repeated keys, which the store does too.
 
 {targets(figures)}
 ## Settings files by size

@@ -73,7 +73,7 @@ void readOsRelease(COSRelease& os)
     if (!file)
         return;
 
-    // A longer line is read in several pieces, each of which counts as a line.
+    // A longer line is read in several pieces, and each piece counts as a line.
     char line[256];
     while (std::fgets(line, sizeof line, file.get())) {
         line[std::strcspn(line, "\n")] = '\0';
@@ -81,7 +81,7 @@ void readOsRelease(COSRelease& os)
     }
 }
 
-// Any non-zero byte counts as true. Reading a bool that holds another byte than 0 or 1 is undefined behaviour.
+// Any non-zero byte counts as true. Reading a bool whose byte is neither 0 nor 1 is undefined behaviour.
 bool isVerbose()
 {
     return reinterpret_cast<const unsigned char&>(g_kq_verbose) != 0;

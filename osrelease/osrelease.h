@@ -10,21 +10,21 @@
 /// \file
 /// Detects the Linux distribution and checks for the packages that the graphical front end needs.
 
-/// Switches the trace of the detection on. The host program defines it; the library only reads it.
+/// Turns on the trace of the detection. The program defines this flag; the library only reads it.
 ///
 /// Example, at namespace scope in one source file that includes this header:
 ///
 ///     bool g_kq_verbose = false;
 ///
-/// Any non-zero byte counts as on: a `COSRelease` that reads `/etc/os-release` then prints what it found to standard
-/// error.
+/// If it is true, a `COSRelease` that reads `/etc/os-release` prints what it found to standard error. Any non-zero byte
+/// counts as true.
 ///
-/// **Warning**: a host that does not define the flag fails to link, or to start if it is not linked with Qt as well:
-/// "undefined reference to `g_kq_verbose'". Include this header where you define it, which makes it visible to the
-/// library.
+/// **Warning**: a program that does not define the flag fails to link: "undefined reference to `g_kq_verbose'". If it
+/// is not linked with Qt as well, it links but does not start. Include this header where you define the flag; the
+/// header gives the definition the visibility that the library needs.
 extern KQSUPPORT_EXPORT bool g_kq_verbose;
 
-/// The running distribution, as given by `--distrib` on the command line or else by `/etc/os-release`.
+/// The Linux distribution and release, from `--distrib` on the command line or from `/etc/os-release`.
 ///
 /// Example:
 ///
@@ -45,10 +45,10 @@ extern KQSUPPORT_EXPORT bool g_kq_verbose;
 class KQSUPPORT_EXPORT COSRelease
 {
 public:
-    /// Detects the distribution: `ForceOS` decides first, otherwise `/etc/os-release` is read.
+    /// Detects the distribution. Calls `ForceOS` first, and reads `/etc/os-release` if that returns false.
     ///
-    /// A line counts if `SplitLine` cuts it at `=` into exactly two pieces. If a key is repeated, the last one counts.
-    /// Only the newline and one enclosing pair of double quotes are removed from a value.
+    /// A line sets a field if `SplitLine` splits it at `=` into exactly two pieces. If a key is repeated, the last one
+    /// wins. Only the newline and one enclosing pair of double quotes are removed from a value.
     ///
     /// Errors: if the file is absent, unreadable or without an `ID`, `m_error` contains the message.
     ///
@@ -56,21 +56,21 @@ public:
     /// number (`rolling`, `v24.12`), and std::out_of_range if it does not fit in 32 bits. Catch std::logic_error and
     /// ask the user for `--distrib`.
     ///
-    /// **Warning**: a line with a second `=` (`PRETTY_NAME="a=b"`) is ignored, a file with CR LF line ends keeps the CR
-    /// and the quotes in its values, and a line is cut after 255 characters. Do not rely on `m_prettyName` being set;
-    /// fall back to `m_id` and `m_versionId`.
+    /// **Warning**: a line with text after a second `=` (`PRETTY_NAME="a=b"`) is ignored. In a file with CR LF line
+    /// ends the values keep the CR and the quotes. A line is split after 255 characters, and the rest counts as a line
+    /// of its own. Do not rely on `m_prettyName` being set; fall back to `m_id` and `m_versionId`.
     ///
     /// Cost: reads one small file.
     COSRelease(int argc, char** argv);
 
     /// Sets the identity from the first `--distrib` in `argv[1]` to `argv[argc - 1]`. The constructor calls it.
     ///
-    /// The next argument is the name, whatever it looks like. A known name sets `m_id`, `m_versionId` and the numbers
-    /// that this version has; a missing or unknown name replaces `m_error`. Returns true in both cases. Returns false
-    /// and changes nothing if there is no `--distrib`.
+    /// The next argument is the name, even if it looks like an option. A known name sets `m_id`, `m_versionId` and the
+    /// numbers that occur in this version. A missing or unknown name replaces `m_error`. Returns true in both cases.
+    /// Returns false and changes nothing if there is no `--distrib`.
     ///
-    /// **Warning**: `--distrib=name` is not recognised. A client that parses its own options must refuse that form, or
-    /// it is silently ignored.
+    /// **Warning**: `--distrib=name` is not recognised and is silently ignored. A client that parses its own options
+    /// should reject that form.
     bool ForceOS(int argc, char** argv);
 
     /// Removes one pair of enclosing double quotes from `s`. Leaves `s` unchanged if it has none.
@@ -78,7 +78,7 @@ public:
     /// Example: `"a"` gives `a`, `""a""` gives `"a"`, `'a'` stays.
     static void RemoveQuotes(std::string& s);
 
-    /// Replaces `parts` with the pieces of `line` between the delimiters, as std::getline reads them.
+    /// Splits `line` at `delimiter`, as std::getline does, and replaces the contents of `parts` with the pieces.
     ///
     /// Example, with '=':
     ///
@@ -93,8 +93,8 @@ public:
 
     /// Sets `m_major`, `m_minor` and `m_patch` from the first three dot-separated pieces of `m_versionId`.
     ///
-    /// Each piece is converted as by std::stoi: `04` gives 4, `0-beta` gives 0. A number without a piece keeps its
-    /// value.
+    /// Each piece is converted as by std::stoi: `04` gives 4, `0-beta` gives 0. If there are fewer than three pieces,
+    /// the other numbers keep their values.
     ///
     /// Errors: throws std::invalid_argument for a piece that does not begin with a number and std::out_of_range for a
     /// value that does not fit in 32 bits. The numbers before that piece are already set.
@@ -120,21 +120,22 @@ public:
 
     /// @}
 
-    /// Returns whether the application supports this release, judged by `m_id` and `m_major`.
+    /// Returns whether the application supports this release. Only `m_id` and `m_major` count.
     ///
-    /// If not, `message` is replaced with the text for the user, which ends with `m_verifiedReleases`. Otherwise it is
-    /// not touched.
+    /// If not, `message` is replaced with a text for the user, which ends with `m_verifiedReleases`. Otherwise
+    /// `message` is not changed.
     ///
     /// **Warning**: a package family does not imply support. Debian itself, and derivatives known only through
     /// `m_idLike`, belong to a family but are refused.
     bool OSSupported(std::string& message);
 
     /// \name Package queries
-    /// Each returns whether `package` is installed according to one package tool. No field is read.
+    /// Each asks one package tool whether `package` is installed. No field is read.
     ///
-    /// Errors: a missing tool, shell or package gives false. A shell that is ended by a signal gives true.
+    /// Errors: false if the tool, the shell or the package is missing. True if a signal ends the shell.
     ///
-    /// **Warning**: `package` goes into a shell command without quotes. Pass only fixed names, never text from outside.
+    /// **Warning**: `package` is inserted into a shell command without quotes. Pass only fixed names, never text from
+    /// outside.
     ///
     /// Cost: each call starts a shell and the tool and waits for them. Nothing is cached.
     /// @{
@@ -148,20 +149,21 @@ public:
 
     /// @}
 
-    /// Detects the release and, if packages are missing that the graphical front end needs, prints the one command that
-    /// installs them and waits for a line or the end of standard input.
+    /// Checks that the packages that the graphical front end needs are installed. If some are missing, prints the
+    /// command that installs them and waits for the user.
     ///
     /// `argc` and `argv` are the command line of the installer, which may contain `--distrib`. The X11 and OpenGL
-    /// packages count only on a machine that has at least one of the X11 packages. The wait consumes at most 255
-    /// characters. Nothing is installed, and nothing is queried again afterwards.
+    /// packages count only on a machine that has at least one of the X11 packages. The wait reads one line from
+    /// standard input, at most 255 characters, and also ends at the end of the input. Nothing is installed, and nothing
+    /// is checked again after the wait.
     ///
     /// Errors: throws what the constructor throws.
     ///
-    /// **Warning**: nothing is printed if no package is missing, and nothing either if the package family is unknown.
+    /// **Warning**: nothing is printed if the package family is unknown, just as if no package were missing.
     /// `OSSupported` and `m_error` are not consulted. Check the family and the support yourself before the call.
     ///
-    /// Cost: one shell and package tool for each of at most 15 packages, one after another. Each call leaves one
-    /// `COSRelease` allocated for the rest of the process.
+    /// Cost: starts a shell and the package tool once for each of at most 15 packages. Each call leaves one
+    /// `COSRelease` allocated until the process ends.
     static void CheckPrerequisites(int argc, char** argv);
 
     /// The releases that the application was verified on and how to override the detection. Empty after an override.

@@ -10,7 +10,7 @@ namespace {
 using inistore::equalsIgnoreCase;
 using inistore::hasKey;
 
-// Both texts are filled by one arg() after another: a marker inside an argument is filled by the next, and stays so.
+// One arg() call for each argument: the next call replaces a marker inside an argument, and clients rely on that.
 INILine composedLine(const QString& key, const QString& value)
 {
     const QString text = QStringLiteral("%1 = %2%3").arg(key).arg(value).arg(INIStore::s_newline);
@@ -22,7 +22,7 @@ INISection composedSection(const QString& name)
     return {name, QStringLiteral("[%1]%2").arg(name).arg(INIStore::s_newline).toUtf8()};
 }
 
-// The arguments may lie in the document itself, so what is added is complete before the document moves.
+// The arguments may be texts of the document, so the section is complete before the list is changed.
 void addSection(INIStore& store, const QString& name, const QString& key, const QString& value)
 {
     INISection section = composedSection(name);
@@ -30,8 +30,8 @@ void addSection(INIStore& store, const QString& name, const QString& key, const 
     store.m_sections.append(std::move(section));
 }
 
-// The line's bytes with `value` in place of the old value, if they have such a place. The old value is looked for from
-// the start of the line and may be found inside the key; callers count on the first occurrence.
+// Returns the line's bytes with the old value replaced, or nothing if the old value is not found. The search starts at
+// the start of the line and may match inside the key; clients rely on that.
 std::optional<QByteArray> updatedRaw(const INILine& line, const QString& value)
 {
     const std::string_view bytes = inistore::upToNul(inistore::viewOf(line.m_raw));

@@ -12,9 +12,9 @@
 class QFile;
 
 /// \file
-/// Settings files, edited without touching any other byte.
+/// Reads, edits and writes settings files, and keeps every byte that an edit does not change.
 
-/// One line of a settings file. Only `m_raw` is written; the key and the value serve lookups and edits.
+/// One line of a settings file. Only `m_raw` is written; lookups and edits use the key and the value.
 class KQSUPPORT_EXPORT INILine
 {
 public:
@@ -27,7 +27,7 @@ public:
     /// The text after the first `=`, trimmed. Null if the line has no `=`, empty if nothing follows it.
     /// After an edit that added or changed the line, the value as it was passed.
     QString m_value;
-    /// The bytes of the line with its own line end (LF, CR LF, none at the end of a file), as read or as composed.
+    /// The bytes of the line, including its line end (LF, CR LF, or none at the end of a file).
     QByteArray m_raw;
 };
 Q_DECLARE_TYPEINFO(INILine, Q_RELOCATABLE_TYPE);
@@ -48,47 +48,48 @@ public:
 };
 Q_DECLARE_TYPEINFO(INISection, Q_RELOCATABLE_TYPE);
 
-/// Reads, edits and writes a settings file. Every byte that no edit names stays as it was: comments, blank lines,
-/// spacing, duplicates, order and line ends.
+/// Reads, edits and writes a settings file. An edit changes one key; everything else keeps its bytes: comments, blank
+/// lines, spacing, duplicates, order and line ends.
 ///
 /// Example:
 ///
 ///     INIStore store;
 ///     if (!store.Open(path) && !store.GetLastError().isEmpty())
-///         return fail(store.GetLastError()); // empty: there is no such file, and the store starts out empty
+///         return fail(store.GetLastError()); // without a message, the file does not exist yet
 ///     const QStringList ports = store.GetValues(QStringLiteral("net"), QStringLiteral("port"));
 ///     store.UpdateKey(QStringLiteral("net"), QStringLiteral("port"), QStringLiteral("8080"));
 ///     if (!store.Write(path))
 ///         return fail(store.GetLastError());
 ///
-/// How a line is read, in this order (docs/ini-format.md shows each rule with its bytes):
+/// A line is read by these rules, in this order (docs/ini-format.md has examples):
 /// - A line ends with LF. A CR alone does not end a line.
-/// - The line is decoded as UTF-8 up to its first NUL. Invalid bytes become U+FFFD. A byte-order mark at its start is
-///   dropped.
+/// - The line is decoded as UTF-8 up to its first NUL. Invalid bytes become U+FFFD. A byte-order mark at the start of
+///   the line is dropped.
 /// - The first `;` starts a comment, and the character before it is dropped too: `key=value;note` has the value "valu",
 ///   `key=value ;note` has "value". `#` is ordinary text.
 /// - The rest is trimmed. `[name]` with at least one character between the brackets starts a section; text after the
 ///   `]` is ignored. Any other line with a `=` has a key and a value.
 ///
-/// Section names and keys match without regard to case, as `QString::compare` folds it. Null and empty match each
-/// other, so the section name "" is the leading section: the lines above the first header. A key may stand on several
-/// lines, each with one value. A section name may return, but only the first section of a name is looked up and edited;
-/// only `RemoveKeyValue` searches them all.
+/// Section names and keys are compared as by `QString::compare` with `Qt::CaseInsensitive`. Null and empty are equal,
+/// so the section name "" means the leading section: the lines above the first header. Several lines may have the same
+/// key, each with one value. Several sections may have the same name, but lookups and edits use only the first of them;
+/// `RemoveKeyValue` searches them all.
 ///
-/// **Warning:** a `;` in a value starts a comment when the file is read again, and there is no escape for it. Refuse
+/// **Warning**: a `;` in a value starts a comment when the file is read again, and there is no escape for it. Reject
 /// such a value before you store it.
 ///
-/// **Warning:** an edit moves records. Take references into `m_sections` again after it.
+/// **Warning**: an edit may move the records. Do not keep references into `m_sections` across an edit.
 ///
-/// Errors: nothing throws but std::bad_alloc.
+/// Errors: only std::bad_alloc is thrown.
 ///
-/// Cost: lookups and edits scan the sections and lines; there is no index. An edit copies no other line's bytes.
+/// Cost: lookups and edits scan the sections and lines; there is no index. An edit does not copy the bytes of other
+/// lines.
 ///
-/// Memory: the texts of a loaded document share small blocks. A value that outlives its store keeps one block of at
-/// most 224 bytes of text, or a block of its own if it is longer than half of that. Make a copy of its characters to
-/// keep less: `QString(value.constData(), value.size())`.
+/// Memory: the texts of a loaded document share small blocks. A value that outlives its store keeps its whole block, at
+/// most 224 bytes of text. A value longer than half a block has its own memory. To keep less, copy the characters:
+/// `QString(value.constData(), value.size())`.
 ///
-/// Threads: one thread at a time may use a store. A value belongs to its owner, as any QString: threads may each copy,
+/// Threads: one thread at a time may use a store. A value is an ordinary QString: several threads may each copy,
 /// change and release values of the same document.
 class KQSUPPORT_EXPORT INIStore : public QObject
 {
@@ -102,15 +103,15 @@ public:
 
     /// Adds the contents of the file at `path` to the document. Returns whether the file could be opened.
     ///
-    /// The sections of a second file follow those of the first, and its lines above the first header join the section
-    /// at `m_currentSection`. Use a new store for a clean load.
+    /// If the document already has lines, the sections of the file follow its sections, and the lines above the file's
+    /// first header are added to the section at `m_currentSection`. To load one file alone, use a new store.
     ///
-    /// Errors: false leaves the document as it was. If the file exists, `m_lastError` has the message. If it does not,
-    /// `m_lastError` is null, so that a client can start a new file; a file in a directory that may not be searched
-    /// counts as absent. No text is an error, and a read error in mid-file keeps the lines read so far and returns
-    /// true.
+    /// Errors: if the result is false, the document is unchanged. If the file exists, `m_lastError` has the message. If
+    /// it does not, `m_lastError` is null, so that a client can start a new file. A file in a directory without search
+    /// permission counts as absent. Any contents are accepted. A read error in the middle of the file is not reported:
+    /// the result is true and the lines before it are kept.
     ///
-    /// Cost: one pass in large pieces, also over a pipe, with about one allocation for two lines.
+    /// Cost: one pass over the file, which may be a pipe, with about one allocation for every two lines.
     bool Open(QString const& path);
 
     /// Returns the index in `m_sections` of the first section called `section`, or -1 if there is none.
@@ -118,7 +119,7 @@ public:
 
     /// Returns the values of every line in `section` that has `key`, in file order. Empty if there is none.
     ///
-    /// An empty key matches the lines that start with `=` and, with a null value, all lines that have no key.
+    /// An empty `key` matches lines that start with `=`, and also lines without a key, whose value is null.
     ///
     /// Example:
     ///
@@ -128,77 +129,79 @@ public:
     /// Cost: one scan of the section and one allocation for the list. The values share their memory with the lines.
     QStringList GetValues(QString const& section, QString const& key);
 
-    /// Adds the line `key = value` after the first group of lines with `key`, or else at the end of the section, after
-    /// its trailing blank lines and comments.
+    /// Adds the line `key = value` after the first run of lines with `key`. If there is none, adds it at the end of the
+    /// section, after trailing blank lines and comments.
     ///
     /// A section that does not exist is added at the end of the document. The line ends with `s_newline`.
     ///
-    /// **Warning:** nothing is escaped. Text with line breaks, brackets, `=` or `;` is stored as it comes and read back
-    /// by the rules above.
+    /// **Warning**: nothing is escaped. Line breaks, brackets, `=` and `;` are written unchanged, and read back by the
+    /// rules above.
     ///
-    /// **Warning:** a last line without line end is joined with what is added after it. Append `s_newline` to that
-    /// line's `m_raw` first.
+    /// **Warning**: a last line without a line end is joined with what is added after it. Append `s_newline` to the
+    /// `m_raw` of that line first.
     ///
-    /// **Warning:** the line is `QStringLiteral("%1 = %2%3").arg(key).arg(value).arg(s_newline)` and a header is
-    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`. A marker inside an argument is filled too: `%1` to
-    /// `%99`,
-    /// `%L1`, the `%02` of `%02d`, and digits of other scripts. To add such a text to an existing section, add the
-    /// record:
+    /// **Warning**: the line is `QStringLiteral("%1 = %2%3").arg(key).arg(value).arg(s_newline)` and a new header is
+    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`, so a place marker in an argument is replaced too: `%1`
+    /// to `%99`, `%L1`, the `%02` of `%02d`, and digits of other scripts. To add such a text to an existing section,
+    /// add the record yourself:
     ///
     ///     const QString text = key + QLatin1String(" = ") + value + INIStore::s_newline;
     ///     store.m_sections[store.GetSection(section)].m_lines.append(INILine(key, value, text.toUtf8()));
     void AppendKey(QString const& section, QString const& key, QString const& value);
 
-    /// Adds the line `key = value` before the first line with `key`, or else at the end of the section; otherwise as
-    /// `AppendKey`.
+    /// Adds the line `key = value` before the first line with `key`. If there is none, adds it at the end of the
+    /// section.
+    ///
+    /// Everything else is as for `AppendKey`, including its warnings.
     void PrependKey(QString const& section, QString const& key, QString const& value);
 
-    /// Replaces the value on the first line with `key`. The rest of the line stays: the key as the file writes it,
-    /// spacing, comment and line end. Calls `AppendKey` if there is no such line.
+    /// Replaces the value on the first line with `key`. The rest of the line stays: the case of the key, spacing,
+    /// comment and line end. Calls `AppendKey` if there is no such line.
     ///
-    /// A line is passed over for the next one with `key` if its text, comment included, has no `=` or does not contain
-    /// its value.
+    /// A line is skipped if its text, including the comment, has no `=` or does not contain the line's value.
     ///
-    /// **Warning:** the first occurrence of the old value in the line is replaced, even inside the key: "b" for the "a"
-    /// of `aa=a` gives `ba=a`, and "x" for the empty value of `key=` gives `xkey=`. `m_value` is the new value all the
-    /// same. To set such a key, change the record, here of an empty value:
+    /// **Warning**: the first occurrence of the old value in the line is replaced, even inside the key: updating the
+    /// "a" of `aa=a` to "b" gives `ba=a`, and updating the empty value of `key=` to "x" gives `xkey=`. `m_value` is the
+    /// new value even so. To avoid that, change the record yourself. For an empty value:
     ///
     ///     line.m_raw.insert(line.m_raw.indexOf('=') + 1, value.toUtf8());
     ///     line.m_value = value;
     ///
-    /// **Warning:** the line is composed again from its decoded text. A byte-order mark goes, invalid bytes become
-    /// U+FFFD, and a line with a NUL ends before it and loses its line end. What half a surrogate pair becomes is up to
-    /// Qt.
+    /// **Warning**: the line is encoded again from its decoded text. A byte-order mark is dropped, invalid bytes become
+    /// U+FFFD, and a line with a NUL ends before the NUL and loses its line end. What half a surrogate pair becomes
+    /// depends on Qt.
     void UpdateKey(QString const& section, QString const& key, QString const& value);
 
     /// Removes the first line with `key` and `value` from the sections called `section`. Returns whether there was one.
     ///
-    /// The value matches without regard to case, too. A header stays when its last line goes.
+    /// The value is compared without regard to case, too. The header stays when the last line of its section is
+    /// removed.
     bool RemoveKeyValue(QString const& section, QString const& key, QString const& value);
 
     /// Writes the document to the file at `path`, in place. The file is created or its contents are replaced.
     ///
-    /// Errors: false leaves a message in `m_lastError`. After "file only partially written" the earlier contents of the
-    /// file are gone; the document is intact. A line with a NUL cannot be written: the bytes before the NUL are the
-    /// last ones in the file.
+    /// Errors: if the result is false, `m_lastError` has the message. After "file only partially written" the earlier
+    /// contents of the file are lost; the document is unchanged. A line with a NUL cannot be written: the file then
+    /// ends with the bytes before the NUL.
     ///
-    /// **Warning:** up to 16 KiB wait in QFile's buffer until the file is closed, and a failure to write those is not
-    /// reported: a small document is "written" to a full disk with the result true. To see such a failure, open a QFile
-    /// yourself, call `WriteSections`, and check `QFile::flush`. To keep the old contents until the new ones are
-    /// complete, do so with a new file in the same directory and rename it.
+    /// **Warning**: QFile buffers up to 16 KiB until the file is closed, and a failure to write them is not reported.
+    /// On a full disk the result is true for a small document. To see such a failure, open a QFile yourself, call
+    /// `WriteSections`, and check `QFile::flush`. To keep the old contents until the new ones are complete, write a new
+    /// file in the same directory this way and rename it.
     bool Write(QString const& path);
 
-    /// Writes the document to an open descriptor, at its offset, without truncating, and leaves it open. `name` stands
-    /// for the path in messages. Otherwise as `Write` with a path.
+    /// Writes the document to an open file descriptor, from its current offset. The file is not truncated and the
+    /// descriptor stays open.
     ///
-    /// **Warning:** on a closed, negative or read-only descriptor a document under 16 KiB returns true and is lost, for
-    /// the same reason. With O_APPEND the bytes go to the end of the file, whatever the offset.
+    /// `name` is the path in messages. Everything else is as for `Write` with a path.
+    ///
+    /// **Warning**: for the same reason, the result is true and a document under 16 KiB is lost if the descriptor is
+    /// closed, negative or read-only. With O_APPEND the bytes are added at the end of the file.
     bool Write(int descriptor, QString const& name);
 
-    /// Writes the document to an open file, line by line. `name` stands for the path in the message.
+    /// Writes the document to an open file, line by line. `name` is the path in the message.
     ///
-    /// Unlike `Write`, it does not clear `m_lastError` first. What `file` still buffers afterwards is its owner's to
-    /// flush.
+    /// Unlike `Write`, it does not clear `m_lastError` first. It does not flush `file`.
     bool WriteSections(QFile& file, QString const& name);
 
     /// Returns the message of the last failure. Null after an `Open` or `Write` that succeeded, and after an `Open` of
@@ -208,13 +211,13 @@ public:
 
     /// The document. The leading section is always the first.
     QList<INISection> m_sections;
-    /// The index of the section that takes the next line that `Open` reads. Lookups and edits do not use it. A client
-    /// that removes sections keeps it valid.
+    /// The index of the section to which `Open` adds the next line. Lookups and edits do not use it. A client that
+    /// removes sections must keep it valid.
     qint32 m_currentSection;
     /// What `GetLastError` returns.
     QString m_lastError;
 
-    /// The line end of lines and headers that edits compose: LF, unless a client sets another. It is never taken from a
+    /// The line end of lines and headers that edits add: LF, unless a client sets another. It is not taken from the
     /// file: set it to CR LF before you add to a CR LF file.
     ///
     /// Threads: shared by all stores, without a lock.

@@ -6,7 +6,7 @@ namespace {
 
 using inistore::ParsedLine;
 
-// Null when the text is no header; a header names something, so "[]" is none.
+// Null if the text is not a header. "[]" is not one, because it has no name.
 QStringView headerName(QStringView text)
 {
     if (!text.startsWith(u'['))
@@ -31,7 +31,7 @@ ParsedLine inistore::LineParser::parse(std::string_view raw)
     const std::string_view line = upToNul(raw);
     const std::size_t semicolon = line.find(';');
     QStringView text = decode(line.substr(0, semicolon));
-    // The character before the semicolon goes with the comment. One UTF-16 unit, so an emoji there is cut in half.
+    // The character before the semicolon belongs to the comment: one UTF-16 unit, so an emoji is cut in half.
     if (semicolon != line.npos && !text.isEmpty())
         text.chop(1);
     const auto isSpace = [](QChar c) { return c.isSpace(); };
@@ -39,7 +39,7 @@ ParsedLine inistore::LineParser::parse(std::string_view raw)
     return name.isNull() ? parseKeyValue(text) : ParsedLine{name, {}, {}};
 }
 
-// As QString::fromUtf8 does, but without an allocation for ASCII, which nearly all lines are.
+// Decodes UTF-8, without an allocation for ASCII, because nearly all lines are ASCII.
 QStringView inistore::LineParser::decode(std::string_view bytes)
 {
     const auto size = static_cast<qsizetype>(bytes.size());

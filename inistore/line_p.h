@@ -9,7 +9,7 @@
 
 namespace inistore {
 
-/// What one line says. Only a header has a name, and only a line with a `=` has a key and a value; the others are null.
+/// A parsed line. A header has a name, and a line with `=` has a key and a value. The other views are null.
 struct ParsedLine
 {
     QStringView name;
@@ -22,13 +22,13 @@ inline std::string_view viewOf(const QByteArray& bytes)
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
-/// The bytes of a line that count as text: a NUL ends them.
+/// The text of a line: its bytes before the first NUL.
 inline std::string_view upToNul(std::string_view raw)
 {
     return raw.substr(0, raw.find('\0'));
 }
 
-/// Parses lines one after another. The views of a line are valid until the next one is parsed.
+/// Parses one line at a time. The views of a line are valid until the next one is parsed.
 class LineParser
 {
 public:

@@ -27,10 +27,10 @@ private:
 
     INIStore& m_store;
     inistore::LineParser m_parser;
-    // A client that keeps one text keeps its whole block, and it is keys and values that clients keep.
+    // A client that keeps a text keeps its whole block. Clients keep keys and values, so those blocks are smaller.
     inistore::TextPool<QString, QStringView, 112> m_texts;
     inistore::TextPool<QByteArray, std::string_view, 512> m_bytes;
-    // The lines of the section until it is complete, so that its list is allocated once and in its size.
+    // The lines of the current section, collected here so that its list is allocated once, in its final size.
     QList<INILine> m_lines;
 };
 
@@ -49,7 +49,7 @@ void Loader::addLines(std::string_view bytes)
 
 void Loader::finishSection()
 {
-    if (m_lines.isEmpty()) // then the section need not be there: a client may have taken it out
+    if (m_lines.isEmpty()) // the section may not exist: a client may have removed it
         return;
     QList<INILine>& lines = m_store.m_sections[m_store.m_currentSection].m_lines;
     lines.reserve(lines.size() + m_lines.size());
@@ -64,7 +64,7 @@ void Loader::beginSection(QStringView name, std::string_view raw)
     m_store.m_currentSection = static_cast<qint32>(m_store.m_sections.size() - 1);
 }
 
-// The record's constructor copies; moving into the fields counts no references.
+// Moves into the fields: the record's constructor copies, which counts references.
 void Loader::addLine(const inistore::ParsedLine& parsed, std::string_view raw)
 {
     INILine& line = m_lines.emplaceBack(QString(), QString(), QByteArray());
@@ -75,7 +75,7 @@ void Loader::addLine(const inistore::ParsedLine& parsed, std::string_view raw)
     line.m_value = m_texts.copy(parsed.value);
 }
 
-// Reads large pieces until a read returns nothing, whatever the file's size claims to be: files in /proc claim none.
+// Reads until a read returns nothing. The size of the file does not matter: files in /proc have none.
 void load(QFile& file, INIStore& store)
 {
     constexpr qint64 pieceSize = 32 * 1024;
@@ -97,11 +97,11 @@ void load(QFile& file, INIStore& store)
 
 bool INIStore::Open(QString const& path)
 {
-    const QString name = path; // a copy, as the argument may be m_lastError
+    const QString name = path; // a copy, because the argument may be m_lastError
     m_lastError.clear();
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly)) {
-        if (QFile::exists(name)) // unlike the file object, false for a link that leads nowhere
+        if (QFile::exists(name)) // unlike file.exists(), false for a dangling link
             m_lastError = QStringLiteral("Unable to open %1, with read permission").arg(name);
         return false;
     }

@@ -17,7 +17,7 @@ constexpr char16_t asciiLower(char16_t c)
 } // namespace
 
 // ASCII is compared without Qt's tables. Other characters need them: the Kelvin sign folds to "k". The comparison
-// starts at the end, where names differ first: key1, key2, key3.
+// starts at the end, where similar names differ: key1, key2, key3.
 bool inistore::sameLengthEqualsIgnoreCase(QStringView a, QStringView b)
 {
     for (qsizetype i = a.size() - 1; i >= 0; --i) {

@@ -5,11 +5,11 @@
 
 namespace inistore {
 
-/// The slow half of `equalsIgnoreCase`, for texts of the same length.
+/// `equalsIgnoreCase` for texts of the same length.
 bool sameLengthEqualsIgnoreCase(QStringView a, QStringView b);
 
-/// Returns `QString::compare(a, b, Qt::CaseInsensitive) == 0`, sooner. Qt folds each UTF-16 unit to one unit, so texts
-/// of different lengths differ.
+/// The same as `QString::compare(a, b, Qt::CaseInsensitive) == 0`, but faster. Qt folds each UTF-16 unit to one unit,
+/// so texts of different lengths are never equal.
 inline bool equalsIgnoreCase(QStringView a, QStringView b)
 {
     return a.size() == b.size() && sameLengthEqualsIgnoreCase(a, b);

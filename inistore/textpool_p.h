@@ -40,8 +40,7 @@ public:
 private:
     using Character = std::remove_pointer_t<decltype(std::declval<Text&>().data_ptr().data())>;
 
-    // Many documents are small, so the first blocks are. The room is set last: if the allocation throws, the pool stays
-    // as it was.
+    // The first blocks are small, because many documents are. If the allocation throws, the pool is unchanged.
     void startBlock(qsizetype size)
     {
         const qsizetype capacity = std::min(blockSize, 2 * (m_block.capacity() + size + 1));

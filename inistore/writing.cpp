@@ -8,7 +8,7 @@
 
 namespace {
 
-// A NUL ends what is written, and the rest is then missing.
+// Writes the bytes before the first NUL. Fails if that is not the whole line.
 bool writeLine(QFile& file, const QByteArray& raw)
 {
     const std::string_view text = inistore::upToNul(inistore::viewOf(raw));
@@ -23,7 +23,7 @@ bool writeSection(QFile& file, const INISection& section)
 
 } // namespace
 
-// The names are copied, as an argument may be m_lastError itself.
+// The names are copied, because an argument may be m_lastError.
 bool INIStore::Write(QString const& path)
 {
     const QString name = path;

@@ -7,7 +7,7 @@ bool g_kq_consoleSetupFlag = false;
 
 namespace {
 
-// Any non-zero byte counts as true. Reading a bool that holds another byte than 0 or 1 is undefined behaviour.
+// Any non-zero byte counts as true. Reading a bool whose byte is neither 0 nor 1 is undefined behaviour.
 bool traceIsOn()
 {
     return reinterpret_cast<const unsigned char&>(g_kq_consoleSetupFlag) != 0;

@@ -4,34 +4,34 @@
 #include "kqsupport_export.h"
 
 /// \file
-/// A console trace that a client switches on, and three entry points that do no work.
+/// A console trace that a client turns on, and three stubs.
 ///
 /// Example:
 ///
 ///     g_kq_consoleSetupFlag = true;
 ///     KQCONSOLETRACE("x=%d\n", 5);
 ///
-/// **Warning**: no function checks its pointers. A null `format` while the flag is on, or a null `destination` with a
+/// **Warning**: no function checks its pointers. A null `format` while the flag is true, or a null `destination` with a
 /// positive `capacity`, crashes.
 
-/// Switches `KQCONSOLETRACE` on. Off when the library is loaded; only clients set it.
+/// Turns on `KQCONSOLETRACE`. False when the library is loaded; only clients set it.
 ///
-/// Any non-zero byte counts as on. Every trace reads it again.
+/// Any non-zero byte counts as true. Every trace reads the flag again.
 ///
-/// Threads: it is read without synchronisation. A change by another thread takes effect on some later trace.
+/// Threads: the flag is read without synchronisation. A change by another thread takes effect on some later trace.
 extern KQSUPPORT_EXPORT bool g_kq_consoleSetupFlag;
 
 /// Writes `format` with its values to standard output, as std::printf does, and flushes it.
 ///
-/// Nothing is added; end the format with `\n` to get a line. Returns the number of bytes. Returns 0 at once if the flag
-/// is off.
+/// Nothing is added; end the format with `\n` to get a line. Returns the number of bytes written. Returns 0 at once if
+/// the flag is false.
 ///
 /// Errors: returns a negative number if std::vfprintf fails.
 ///
 /// **Warning**: the result of the flush is ignored, so a short text returns its length even if the disk is full. Call
 /// std::ferror(stdout) to notice that.
 ///
-/// **Warning**: text from outside must not be the format, since its `%` would be read as conversions. Write
+/// **Warning**: do not pass text from outside as the format, because each `%` in it starts a conversion. Write
 /// `KQCONSOLETRACE("%s", text)`.
 ///
 /// Threads: the text of one trace is never split by another thread's trace.
@@ -51,7 +51,7 @@ KQSUPPORT_EXPORT int AnsiToUnicode16(const char* source, wchar_t* destination, i
 
 /// Stores an empty string in `destination`; `capacity` is its size in bytes. Never reads `source`.
 ///
-/// Always returns 0, also if it stored the string. Does not touch `destination` if `capacity` is below 1.
+/// Always returns 0, even if it stored the string. Does not touch `destination` if `capacity` is below 1.
 ///
 /// **Warning**: nothing is converted. Use QString::fromWCharArray and QString::toLocal8Bit.
 KQSUPPORT_EXPORT int Unicode16ToAnsi(wchar_t* source, char* destination, int capacity);

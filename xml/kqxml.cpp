@@ -37,7 +37,7 @@ template <typename Visitor>
 void forEachMatch(const QDomElement& element, const QString& tagName, Visitor visit)
 {
     const QDomNodeList matches = element.elementsByTagName(tagName);
-    const int count = matches.length(); // each call climbs to the document
+    const int count = matches.length(); // each call walks up to the document
     for (int i = 0; i < count; ++i) {
         const QDomElement match = matches.item(i).toElement();
         if (!match.isNull())
@@ -66,8 +66,8 @@ bool isAt(const QXmlStreamReader& reader, QXmlStreamReader::TokenType token, con
     return reader.tokenType() == token && reader.name() == tagName;
 }
 
-// Character offsets are used as byte offsets and both tags are taken as written without attributes, blanks or prefix.
-// mid() gets the result unclamped, even below zero: callers rely on exactly these bytes.
+// Uses character offsets as byte offsets, and assumes tags without attributes, blanks or prefix. The positions are not
+// clamped, even below zero: clients rely on exactly these bytes.
 QByteArray cut(const QByteArray& xml, const QString& tagName, bool contentOnly, qint64 start, qint64 end)
 {
     const auto nameLength = static_cast<qint32>(tagName.toUtf8().size());
@@ -122,7 +122,7 @@ void KQXml::UpdateElementText(QDomDocument* document, QDomElement* element, cons
         element->appendChild(document->createTextNode(text));
         return;
     }
-    firstTextChild(*element).setData(text); // without a text child, a null node that ignores it
+    firstTextChild(*element).setData(text); // without a text child, a null node, which ignores the call
 }
 
 void KQXml::InsertBeforeElement(QDomDocument* document, QDomElement& parent, const QDomElement& refChild,

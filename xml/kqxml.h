@@ -11,9 +11,9 @@
 #include <QStringList>
 
 /// \file
-/// Lookups and edits in Qt's XML DOM, and an element cut out of raw XML.
+/// Finds and edits elements in Qt's XML DOM, and extracts an element from raw XML.
 
-/// Static helpers over Qt's XML DOM, and one that cuts an element out of raw XML bytes.
+/// Static helpers that find and edit elements in Qt's XML DOM, and one that extracts an element from raw XML bytes.
 ///
 /// Example:
 ///
@@ -27,17 +27,17 @@
 /// The lookups search the whole subtree below `element`, as QDomElement::elementsByTagName does: at any depth, in
 /// document order, case-sensitively, and never `element` itself.
 ///
-/// **Warning**: despite their names they do not stop at direct children. In `<a><b><c>1</c></b><c>2</c></a>` the first
-/// `c` below `a` is the nested one. Use QDomElement::firstChildElement for a direct child.
+/// **Warning**: despite their names, the lookups do not stop at direct children. In `<a><b><c>1</c></b><c>2</c></a>`
+/// the first `c` below `a` is the nested one. Use QDomElement::firstChildElement for a direct child.
 ///
 /// `tagName` is compared with QDomElement::tagName: the name as written, or the local name if the document was parsed
-/// with namespaces (then `k` matches `<x:k>`). A null `tagName` selects the direct children, as in Qt; for the
-/// operations that return a first match it selects the first child, which must be an element. An empty `tagName`
-/// matches no parsed element.
+/// with namespaces (then `k` matches `<x:k>`). A null `tagName` selects the direct children, as in Qt; the operations
+/// that return a first match then look only at the first child, which must be an element. An empty `tagName` matches no
+/// parsed element.
 ///
-/// Errors: an absent element gives the null or empty result named below. Nothing throws except std::bad_alloc.
+/// Errors: if there is no match, the result is null or empty, as described below. Only std::bad_alloc is thrown.
 ///
-/// Cost: the first-match operations look at 16 nodes themselves and then use Qt's list, which visits the whole subtree.
+/// Cost: the first-match operations check 16 nodes themselves and then use Qt's list, which visits the whole subtree.
 /// An early match takes well under a microsecond in any document; a late or absent one costs up to 1.5 microseconds
 /// more than Qt's list alone. The operations that return every match visit the whole subtree once.
 ///
@@ -92,7 +92,7 @@ public:
 
     /// Inserts a new element `tagName` into `parent` before `refChild`, or as the first child if `refChild` is null.
     ///
-    /// The new element contains one text node with `text`, also if `text` is empty. `document` creates the nodes: it
+    /// The new element contains one text node with `text`, even if `text` is empty. `document` creates the nodes: it
     /// is the document of `parent` and must not be null unless `parent` is.
     ///
     /// Errors: does nothing if `parent` is null. Inserts nothing if `refChild` is not a direct child of `parent` or if
@@ -118,8 +118,8 @@ public:
     static void InsertAfterElement(QDomDocument* document, QDomElement& parent, const QDomElement& refChild,
         const QString& tagName, const QString& text);
 
-    /// Returns the bytes of the first element `tagName` to close, as they stand in `xml`: the whole element, or with
-    /// `contentOnly` what is between its tags. White space at both ends is removed.
+    /// Returns the bytes of the first element `tagName` that ends: the whole element, or what is between its tags if
+    /// `contentOnly` is true. The bytes are unchanged, except that white space at both ends is removed.
     ///
     /// Example, for `k`:
     ///
@@ -130,7 +130,7 @@ public:
     ///
     /// `tagName` is compared with the local name, so `k` finds `<x:k>` if the prefix is declared.
     ///
-    /// **Warning**: the cut is made by counting, without checks. The bytes are wrong
+    /// **Warning**: the position is counted in characters and the tags are not checked. The bytes are wrong
     /// - if a character before the end of the element takes more than one byte,
     /// - for the whole element, if its start tag is not exactly `<tagName>` (attributes, blanks, a prefix, `<k/>`),
     /// - for the content, if its end tag is not exactly `</tagName>` (blanks, a prefix, `<k/>`).

@@ -1,4 +1,4 @@
-// The work that scripts/counts counts, done by the library and by its reference implementations:
+// The work whose instructions scripts/counts counts, done by the library and by the reference implementation:
 //
 //     benchmark_counted SIZE TIMES
 #include "benchmarks/documents.h"
@@ -15,7 +15,7 @@
 
 bool g_kq_verbose = false;
 
-// What an extraction takes at least: to read up to the element.
+// The least that an extraction has to do: read to the end of the element.
 __attribute__((noinline)) bool bareReader(const QByteArray& xml, QStringView tag)
 {
     QXmlStreamReader reader(xml);

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Fails when the library's work takes over 3 percent more instructions than the baseline: counts.py BUILD [--renew]
+"""Fails if the library needs over 3 percent more instructions than the baseline: counts.py BUILD [--renew]
 
-The C library and Qt pick their code for the processor, so counts differ between machines. The baseline holds ratios to
-the reference implementation's count for the same work in the same run. Of an extraction it compares what comes on top
-of the bare reader, which is most of it.
+The C library and Qt choose code for the processor, so counts differ between machines. The baseline therefore has ratios
+to the reference implementation, for the same work in the same run. Most of an extraction is Qt's XML reader, so the
+count of a bare reader is subtracted from both sides first.
 """
 import os
 import pathlib
@@ -14,13 +14,13 @@ import tempfile
 
 BASELINE = pathlib.Path(__file__).with_name("baseline.txt")
 MARGIN = 1.03
-SIZES = {4_000: 20, 835_000: 2}  # how often the work is done
+SIZES = {4_000: 20, 835_000: 2}  # bytes, and how often the work is done
 STEPS = {"load": "INIStore::Open", "lookup": "INIStore::GetValues", "edit": "INIStore::UpdateKey",
          "write": "INIStore::Write", "extraction": "KQXml::ExtractElement"}
 
 
 def instructions(build, size):
-    """By function, for one call, the functions that it calls included."""
+    """Returns the instructions of one call of each function, including the functions that it calls."""
     with tempfile.TemporaryDirectory() as folder:
         profile = os.path.join(folder, "profile")
         environment = {**os.environ, "QT_HASH_SEED": "0", "LD_BIND_NOW": "1"}
@@ -52,13 +52,13 @@ def main():
     baseline = {name: float(ratio) for name, ratio in
                 (line.rsplit(" ", 1) for line in BASELINE.read_text().splitlines())}
     if baseline.keys() != now.keys():
-        sys.exit("The baseline has other rows: scripts/counts --renew")
+        sys.exit("The baseline has different rows. To write a new one: scripts/counts --renew")
     for name, ratio in now.items():
         verdict = "  ROSE" if ratio > baseline[name] * MARGIN else "  fell" if ratio < baseline[name] / MARGIN else ""
         print(f"{name:18} {ratio:.5f}, baseline {baseline[name]:.5f}{verdict}")
         now[name] = verdict
     if "  fell" in now.values():
-        print("Fewer instructions than the baseline. To keep the gain: scripts/counts --renew")
+        print("Fewer instructions than the baseline. To lower the baseline: scripts/counts --renew")
     if "  ROSE" in now.values():
         print("More instructions than the baseline. If that is intended: scripts/counts --renew")
         return 1

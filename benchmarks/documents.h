@@ -10,7 +10,7 @@
 
 namespace documents {
 
-/// A text as the C++ libraries and as Qt want it, converted before the clock starts.
+/// A text for C++ libraries and for Qt, so that no conversion is measured.
 struct Text
 {
     Text(std::string utf8)
@@ -24,19 +24,19 @@ struct Text
     QString qt;
 };
 
-/// A generated settings file: sections of 40 keys, a comment above every fifth. Names have numbers of one length, so
-/// that comparing two of them costs the same all through a file.
+/// A generated settings file: sections of 40 keys, with a comment above every fifth key. All names have the same
+/// length, so that every comparison of two names costs the same.
 struct Settings
 {
-    /// Writes a file of at least `size` bytes into the folder, with `;` and once more with `#` for the comments.
+    /// Writes two files of at least `size` bytes into the folder, one with `;` comments and one with `#` comments.
     Settings(const std::string& folder, std::size_t size);
 
     const Text& pathFor(bool hashComments) const { return hashComments ? hashPath : path; }
 
     std::size_t size;
-    Text section{""}; // the last section and key: those that a scan reaches last
+    Text section{""}; // the last section and key, which a scan reaches last
     Text key{""};
-    Text values[2] = {Text("an even value"), Text("an odd value")}; // edits take turns
+    Text values[2] = {Text("an even value"), Text("an odd value")}; // edits alternate
     std::string bytes;
     Text path;
     Text hashPath;

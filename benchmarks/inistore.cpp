@@ -1,4 +1,4 @@
-// Load, lookup, edit and write by size of the file, for the store and its peers:
+// Load, lookup, edit and write by file size, for the store and other libraries:
 //
 //     benchmark_inistore --benchmark_filter='^load/.*/4000$'
 #include "benchmarks/settings.h"
@@ -56,7 +56,7 @@ void addCandidate(const Candidate& c, const Settings& d)
         add("lookup", [&](void* l) { c.lookup(l, d.section, d.key); });
     if (c.edit)
         add("edit", [&, odd = false](void* l) mutable { c.edit(l, d.section, d.key, d.values[odd = !odd]); });
-    if (c.write && c.name != "QSettings") // which writes nothing when nothing has changed
+    if (c.write && c.name != "QSettings") // writes nothing if nothing has changed
         add("write", [=, &c](void* l) { c.write(l, written); });
 }
 

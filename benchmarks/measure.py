@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Measures the library beside its peers: measure.py BUILD FIGURES.json
+"""Measures the library and others: measure.py BUILD FIGURES.json
 
-A time is the lower quartile over the rounds, because other work on the machine only ever adds. The settings files are
-in memory, so that no disk is measured.
+A time is the lower quartile of the rounds, because other work on the machine only makes it longer. The settings files
+are in memory, so that the disk does not count.
 """
 import collections
 import json
@@ -17,26 +17,26 @@ import sys
 import counts
 
 ROUNDS = 9
-SECONDS = 0.01  # at least, for each figure of a round
+SECONDS = 0.01  # at least, for each measurement
 PACKAGES = ["libglib2.0-dev", "libsimpleini-dev", "libinih-dev", "libiniparser-dev", "libboost-dev",
             "libwxgtk3.2-dev", "libxml2-dev", "qt6-base-dev"]
 
 
 def output(*command):
-    # GLib's slices would hide what is allocated. On some processors Qt 6.4 leaves the AVX registers in use when it
-    # hashes with a seed, and all SSE code that follows in the process takes longer.
+    # GLib's slice allocator would hide allocations. On some processors Qt 6.4 leaves the AVX registers in use after it
+    # hashes with a seed, which slows down all later SSE code of the process.
     environment = {**os.environ, "TMPDIR": "/dev/shm", "G_SLICE": "always-malloc", "QT_HASH_SEED": "0"}
     return subprocess.run(command, env=environment, stdout=subprocess.PIPE, text=True, check=True).stdout
 
 
 def benchmark(program, *options):
-    """The rows that Google Benchmark reports."""
+    """Returns the rows that Google Benchmark reports."""
     printed = output(program, *options, f"--benchmark_min_time={SECONDS}", "--benchmark_format=json")
     return [row for row in json.loads(printed)["benchmarks"] if row["run_type"] == "iteration"]
 
 
 def lower_quartiles(rows):
-    """Nanoseconds by question, candidate and size: of the processor, and for writing by the clock."""
+    """Returns nanoseconds by question, candidate and size: CPU time, or wall-clock time for writing."""
     times = collections.defaultdict(list)
     for row in rows:
         times[row["run_name"]].append(row["real_time" if row["name"].startswith("write/") else "cpu_time"])
@@ -44,7 +44,7 @@ def lower_quartiles(rows):
 
 
 def own_process(program):
-    """Each candidate in a process of its own; the candidates take turns."""
+    """Measures each candidate in its own process. In each round, every candidate has one turn."""
     names = output(program, "--benchmark_list_tests").split("\n")[:-1]
     candidates = list(dict.fromkeys(name.split("/")[1] for name in names))
     return [row for _ in range(ROUNDS) for who in candidates
@@ -52,7 +52,7 @@ def own_process(program):
 
 
 def shared_process(program):
-    """All candidates and sizes in one process, in turns, so that each finds the heap as the others leave it."""
+    """Measures all candidates and sizes in one process, in random order: each finds the heap as the others leave it."""
     return benchmark(program, "--benchmark_filter=^load/", f"--benchmark_repetitions={ROUNDS}",
                      "--benchmark_enable_random_interleaving=true")
 

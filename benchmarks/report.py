@@ -11,7 +11,7 @@ SIZES = {1_000: "1 KB", 4_000: "4 KB", 10_000: "10 KB", 60_000: "60 KB", 100_000
 
 SIMPLEINI = "SimpleIni, repeated keys"  # as the store keeps them
 
-# The question, the heap, the size, and how many times our time each peer takes at least.
+# The question, the heap, the size, and for each peer the smallest acceptable ratio of its time to ours.
 SETTINGS_TARGETS = [
     ("load", "used heap", 4_000, {"inih": 1.1, SIMPLEINI: 1.3, "GKeyFile": 1.5}),
     ("load", "used heap", 835_000, {"inih": 1.4, SIMPLEINI: 2.6, "GKeyFile": 2.0}),
@@ -36,7 +36,7 @@ def multiple(value):
 
 
 def by_size(times, question, ours):
-    """A row for each size: our time, and how many times our time the others take."""
+    """Returns a row for each size: our time, and the ratios of the other times to it."""
     names = [name.split("/") for name in times]
     others = list(dict.fromkeys(who for asked, who, _ in names if asked == question and who != ours))
     rows = []
@@ -65,14 +65,14 @@ def targets(figures):
     held = figures["held"]["load/store/835000"]
     add("load 835 KB: bytes held per byte of the file", "at most 4.6", f"{held:.2f}", held <= 4.6)
     slowest = max(time for name, time in xml.items() if name.startswith("first element, first/helpers/"))
-    add("first element at the front, any size", "under 1 µs", duration(slowest), slowest < 1_000)
+    add("first element, first, any size", "under 1 µs", duration(slowest), slowest < 1_000)
     for tag in ("last", "absent"):
         extra = [xml[f"first element, {tag}/helpers/{size}"] - xml[f"first element, {tag}/Qt/{size}"]
                  for size in (1_000, 10_000)]
-        add(f"first element, {tag}, up to 10 KB: more than Qt's list", "at most 1.5 µs", f"{max(extra) / 1e3:.2f} µs",
+        add(f"first element, {tag}, up to 10 KB: time above Qt's list", "at most 1.5 µs", f"{max(extra) / 1e3:.2f} µs",
             max(extra) <= 1_500)
     ratio = counts["KQXml::ExtractElement"] / counts["bareReader"]
-    add("extraction, 835 KB: instructions of the bare reader", "at most 1.05", f"{ratio:.2f}", ratio <= 1.05)
+    add("extraction, 835 KB: instructions, ratio to the bare reader", "at most 1.05", f"{ratio:.2f}", ratio <= 1.05)
     return fidelity.table(["what", "target", "measured", ""], rows)
 
 
@@ -85,36 +85,36 @@ def page(figures, edits):
     times, xml = figures["settings"], figures["xml"]
     return f"""# Benchmarks
 
-`scripts/bench` measures everything on this page and writes it. Compare ratios, not times, and measure on a machine
-that does nothing else. A ratio is the peer's figure over ours: above 1, ours is smaller. Qt's hash seed is 0.
+`scripts/bench` measures all of this and writes this page. Compare ratios, not times, and measure on an idle machine. A
+ratio is the other library's figure divided by ours: above 1, ours is better. Qt's hash seed is 0.
 
 {figures["machine"]}.
 
 {fidelity.section(edits)}
 ## Performance targets
 
-For a peer, the figure is a ratio. "Used heap" means that all candidates take turns in one process, with all sizes, so
-that each finds the heap as the others leave it. Otherwise each candidate has its own process. SimpleIni is compared as
-it keeps repeated keys, which the store does too.
+A row with the name of another library has a ratio. "Used heap" means that all libraries and sizes run in one process, in
+turns, so that each finds the heap as the others leave it. Otherwise each library has its own process. SimpleIni keeps
+repeated keys here, as the store does.
 
 {targets(figures)}
 ## Settings files by size
 
-The files have sections of 40 keys and a comment above every fifth key. A time is the processor's (for writing, the
-clock's), the lower quartile over {figures["rounds"]} rounds. The files are in memory.
+The files have sections of 40 keys and a comment above every fifth key. Times are CPU times (for writing, wall-clock
+times), the lower quartile of {figures["rounds"]} rounds. The files are in memory.
 
-- inih calls back for each key and keeps nothing.
+- inih calls a function for each key and keeps nothing.
 - GKeyFile keeps comments. It does not accept `;`, so its file has `#` instead.
 - iniparser takes too long for 10 MB.
-- QSettings writes only what has changed, so only the whole edit is measured, above. inih does not write.
+- QSettings writes only after a change, so only its whole edit is measured, above. inih does not write.
 
 Load a file and release it:
 
 {by_size(times, "load", "store")}
-The same in one process, on a used heap:
+The same on a used heap:
 
 {by_size(figures["used heap"], "load", "store")}
-Get the values of the last key. The store scans for it; most peers keep an index:
+Get the values of the last key. The store scans the file; most others keep an index:
 
 {by_size(times, "lookup", "store")}
 Change the value of the last key in memory:
@@ -128,14 +128,14 @@ Memory held after loading 835 KB, per byte of the file:
 {memory(figures["held"], 835_000)}
 ## XML by size
 
-Find the first element of a name. It is the document's first element, its last, or absent. Qt is
-`elementsByTagName(name).item(0)`:
+Find the first element with a name. The three tables are for a name that only the first element has, one that only the
+last element has, and one that no element has. Qt is `elementsByTagName(name).item(0)`:
 
 {by_size(xml, "first element, first", "helpers")}
 {by_size(xml, "first element, last", "helpers")}
 {by_size(xml, "first element, absent", "helpers")}
-Extract the last element of a document, then the first. Qt is a bare `QXmlStreamReader` loop that only finds the
-element. Qt's reader decodes the whole input before it begins; libxml2's does not:
+Extract the last element of a document (first table) and the first one (second table). Qt is a bare `QXmlStreamReader`
+loop that only finds the element. Qt's reader decodes the whole input before it starts; libxml2's does not:
 
 {by_size(xml, "extraction, last", "helpers")}
 {by_size(xml, "extraction, first", "helpers")}"""

@@ -54,11 +54,11 @@ Candidate store()
     return c;
 }
 
-// Parses a section when it is first used, so `load` uses all of them. A new time stamp keeps QSettings from using what
-// it parsed before. `write` always writes to the file that was loaded, and only after an edit.
+// QSettings parses a section when it is first used, so `load` uses all of them. A new time stamp keeps it from reusing
+// what it parsed before. `write` writes to the file that was loaded, and only after an edit.
 Candidate qSettings()
 {
-    // The group that QSettings calls General has no name in the program.
+    // In QSettings, the keys of the section General have no group.
     const auto name = [](const Text& section, const Text& key) {
         return section.bytes == "General" ? key.qt : section.qt + u'/' + key.qt;
     };
@@ -133,7 +133,7 @@ Candidate simpleIni(const char* name, bool keepsRepeatedKeys)
     return c;
 }
 
-// Calls back for every key and keeps none: the least that reading a file can cost.
+// Calls a function for every key and keeps none, so it shows the least that reading a file costs.
 Candidate inih()
 {
     Candidate c{"inih"};
@@ -149,7 +149,7 @@ Candidate inih()
 Candidate iniparser()
 {
     Candidate c{"iniparser"};
-    c.mostBytes = 1'000'000; // each key that it reads is compared with all before
+    c.mostBytes = 1'000'000; // it compares each new key with all earlier ones
     c.load = [](const Text& path) {
         const std::shared_ptr<dictionary> loaded(iniparser_load(path.c_str()), iniparser_freedict);
         require(loaded != nullptr, "load");

@@ -11,8 +11,8 @@ namespace settings {
 
 using documents::Text;
 
-/// A library that reads settings files. A step that it does not have is null. Each step throws
-/// std::runtime_error when the library reports a failure.
+/// A library that reads settings files. A step that it lacks is null. A step throws std::runtime_error if the library
+/// reports a failure.
 struct Candidate
 {
     using Loaded = std::shared_ptr<void>;
@@ -26,7 +26,7 @@ struct Candidate
     bool hashComments = false;              // it refuses a file with `;` comments
 };
 
-/// The store, then its peers.
+/// The store, then the other libraries.
 std::vector<Candidate> candidates();
 
 } // namespace settings

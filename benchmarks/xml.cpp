@@ -1,4 +1,4 @@
-// The first element of a name and the bytes of one, by size of the document, for the helpers and their peers:
+// Finds the first element with a name and extracts an element, by document size, for the helpers and other libraries:
 //
 //     benchmark_xml --benchmark_filter=^extraction
 #include "benchmarks/documents.h"
@@ -26,7 +26,7 @@ struct Document
     QDomDocument qt;
 };
 
-// Made when it is first used, for all candidates.
+// Created on first use, for all candidates.
 Document& documentOf(std::size_t size)
 {
     static std::map<std::size_t, Document> documents;

@@ -1,6 +1,6 @@
-"""Files that are easy to get wrong. One value is changed to "new", and every other byte is to stay.
+"""Files that are easy to get wrong. One value is changed to "new", and every other byte must stay.
 
-`@` marks the value: the file has the old value there, and the expected file the new one.
+`@` marks the value: it is replaced by the old value in the file, and by the new one in the expected file.
 """
 import collections
 

@@ -2,9 +2,9 @@
 //
 //     fidelity_edit CANDIDATE
 //
-// Each line of standard input is PATH, SECTION, KEY and VALUE, with tabs between them. The answer is a line: the
-// nanoseconds of one edit (load, change, write back), or "refused". An edit has a process of its own, so a library that
-// crashes or hangs has refused that file only.
+// Each line of standard input is PATH, SECTION, KEY and VALUE, separated by tabs. The answer is a line: the nanoseconds
+// of one edit (load, change, write back), or "refused". Each edit has its own process, so a library that crashes or
+// hangs refuses only that file.
 #include "benchmarks/settings.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Edits real and awkward settings files with this store and its peers, and counts what else changes:
+"""Edits real and awkward settings files with this store and others, and counts the other bytes that change:
 fidelity.py BUILD FIGURES.json
 """
 import collections
@@ -22,16 +22,16 @@ import Levenshtein
 import awkward
 import files
 
-SECONDS = 60  # for an edit
+SECONDS = 60  # allowed for an edit
 ROUNDS = 9  # of timing
 LIBRARIES = {"store": "edit", "SimpleIni, repeated keys": "edit", "GKeyFile": "edit", "QSettings": "edit",
              "wxFileConfig": "edit", "iniparser": "edit", "Boost.PropertyTree": "edit", "KConfig": "kconfig"}
-HASH_COMMENTS = ("GKeyFile", "KConfig")  # in the generated files
+HASH_COMMENTS = ("GKeyFile", "KConfig")  # get `#` comments in the generated files
 ENVIRONMENT = {"PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": "/nonexistent"}
 
 
 class Server:
-    """A program that answers each line with a line."""
+    """A program that answers each line of its input with a line."""
 
     def __init__(self, *command):
         self.lock = threading.Lock()
@@ -56,7 +56,7 @@ def library(build, name):
 
 
 def reader():
-    """Python's reader, told to accept what it can."""
+    """Returns Python's reader with the options that accept most files."""
     return configparser.ConfigParser(interpolation=None, strict=False, allow_no_value=True)
 
 
@@ -101,7 +101,7 @@ OWN_LENSES = {".desktop": "Desktop", ".cnf": "MySQL", ".ini": "PHP"} | dict.from
 
 
 def augtool(path, section, key, old, value):
-    """The lens for the kind of file, if there is one, or else a general one."""
+    """Tries the lens for the kind of file, or a general one if there is none, then two loose ones."""
     node = f"/files{path}/*[label()='{section}' or .='{section}']/*[label()='{key}']/descendant-or-self::*[.='{old}']"
     for lens in (OWN_LENSES.get(path.suffix, "Puppet"), "IniFile.lns_loose", "IniFile.lns_loose_multiline"):
         lens += "" if "." in lens else ".lns"
@@ -121,7 +121,7 @@ TOOLS = {"Python configparser": python, "crudini": crudini, "augtool": augtool, 
 
 
 def distance(expected, result):
-    """The bytes to insert, delete or replace within the lines that differ; all of them where those are very many."""
+    """Returns the bytes to insert, delete or replace in the lines that differ; for very long lines, all their bytes."""
     a, b = expected.splitlines(keepends=True), result.splitlines(keepends=True)
     total = 0
     for kind, i, j, k, l in difflib.SequenceMatcher(None, a, b).get_opcodes():
@@ -132,14 +132,14 @@ def distance(expected, result):
 
 
 class Judge:
-    """Compares what an edit wrote with what was expected."""
+    """Compares the file that an edit wrote with the expected file."""
 
     def __init__(self, build, folder):
         self.store = Server(build / "benchmarks/benchmark_fidelity_store", "read")
         self.folder = folder
 
     def keys(self, data):
-        """The keys as this store and as Python read them. The store ignores the case of names."""
+        """Returns the keys that this store finds and those that Python finds. The store ignores the case of names."""
         with tempfile.NamedTemporaryFile(dir=self.folder) as file:
             file.write(data)
             file.flush()
@@ -159,7 +159,7 @@ class Judge:
 
 
 def edited(edit, folder, name, data, section, key, old):
-    """The bytes after the edit, or None if it was refused and the file is as before."""
+    """Returns the bytes after the edit, or None if it was refused and the file is unchanged."""
     path = folder / f"file{pathlib.Path(name).suffix}"
     path.write_bytes(data)
     taken = edit(path, section, key, old, "new")
@@ -168,7 +168,7 @@ def edited(edit, folder, name, data, section, key, old):
 
 
 def real_files(edit, judge, folder, found):
-    """What the edits did to the files, and the old keys and values of those that changed more."""
+    """Counts the verdicts on the files, and lists the keys and old values of the edits that changed more."""
     counts, changed = collections.Counter(), []
     for path, data, keys in found:
         verdicts = set()
@@ -191,7 +191,7 @@ def real_files(edit, judge, folder, found):
 
 
 def awkward_files(edit, folder):
-    """Of each input: kept, changed or refused."""
+    """Returns the verdict on each input: kept, changed or refused."""
     def verdict(case):
         data, expected = (case.template.replace(b"@", value) for value in (case.old.encode(), b"new"))
         result = edited(edit, folder, "file.ini", data, case.section, case.key, case.old)
@@ -200,7 +200,7 @@ def awkward_files(edit, folder):
 
 
 def seconds(edits, folders, data):
-    """By candidate, for an edit of the last key; None if it was refused. The candidates take turns."""
+    """Returns the time of an edit of the last key by candidate; None if it was refused. The candidates take turns."""
     section, key, value = (re.findall(pattern, data, re.MULTILINE)[-1] for pattern in
                            (r"^\[(.*)\]", r"^(\w+) =", r" = (.*)"))
     times = collections.defaultdict(list)

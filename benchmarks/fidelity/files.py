@@ -1,4 +1,4 @@
-"""The settings files of some Debian packages, and the keys in them that are edited."""
+"""The settings files of some Debian packages, and the keys to edit in them."""
 import collections
 import pathlib
 import re
@@ -14,12 +14,12 @@ HEADER = re.compile(rb"\[([^\[\]]+)\]\s*$")
 KEY = re.compile(rb"[ \t]*([^=;#\[]*[^=;#\[\s])[ \t]*=")
 PLAIN = re.compile(rb"([A-Za-z0-9][\w.-]*)[ \t]*=[ \t]*([A-Za-z0-9_./-]+)[ \t]*\r?\n?$")
 
-# The old value stands at `start` to `end`.
+# The old value is from `start` to `end`.
 Key = collections.namedtuple("Key", "section name start end")
 
 
 def plain_keys(data):
-    """Keys with a plain value, below a header, whose name and section occur once."""
+    """Returns the keys below a header that have a plain value and whose name and section occur only once."""
     section, sections, names, keys, offset = None, collections.Counter(), collections.Counter(), [], 0
     lines = data.splitlines(keepends=True)
     for before, line, after in zip([b""] + lines, lines, lines[1:] + [b""]):
@@ -37,13 +37,13 @@ def plain_keys(data):
 
 
 def chosen(data):
-    """The first, the middle and the last of them."""
+    """Returns the first, the middle and the last of the plain keys."""
     keys = plain_keys(data)
     return [keys[i] for i in sorted({0, len(keys) // 2, len(keys) - 1})] if keys else []
 
 
 def installed(folder):
-    """The path and the bytes of each settings file of the packages, each content once."""
+    """Returns the path and the bytes of each settings file of the packages. Identical files count once."""
     packages, files = folder / "packages", folder / "files"
     packages.mkdir(parents=True, exist_ok=True)
     missing = [name for name in PACKAGES if not list(packages.glob(f"{name}_*.deb"))]

@@ -19,7 +19,7 @@ WIDTH, LEFT, LONGEST, ROW = 400, 150, 172, 21
 
 
 def panel(top, title, bars):
-    """The title and a bar for each name, and where the panel ends."""
+    """Returns the title and a bar for each name, and the bottom of the panel."""
     parts = [f'<text class="title" x="8" y="{top + 16}">{escape(title)}</text>']
     limit = max(length for _, length, _ in bars)
     for i, (name, length, label) in enumerate(bars):
@@ -78,8 +78,8 @@ def own_changes(edits):
     explained = [edit for edit in edits if edit.split(" = ")[1] in edit.split(" = ")[0]]
     shown = ", ".join(f"`{edit}`" for edit in sorted(set(explained)))
     return textwrap.fill(
-        f"This store changes more than the value in {len(edits)} edits. In {len(explained)} of these the key contains "
-        f"the old value ({shown}), and `UpdateKey` replaces its first occurrence in the line.", 120)
+        f"Edits in which this store changes more than the value: {len(edits)}. In {len(explained)} of them the key "
+        f"contains the old value ({shown}), and `UpdateKey` replaces its first occurrence in the line.", 120)
 
 
 def tool_verdicts(awkward):
@@ -100,24 +100,23 @@ def section(figures):
 Each candidate loads a file, changes one plain value and writes the file back. The result is compared with the same
 file in which only the bytes of the value are replaced.
 
-The {figures["files"]} files are the settings files of {len(figures["packages"])} Debian packages that have a header and
-a key with a plain value; `benchmarks/fidelity/files.py` has the list and the rules. In each file the first, the middle
-and the last such key is edited, one at a time: {figures["edits"]:,} edits.
+The {figures["files"]} files are those settings files of {len(figures["packages"])} Debian packages that have a key
+with a plain value below a header; `benchmarks/fidelity/files.py` lists the packages and has the rules. In each file the
+first, the middle and the last such key is edited, each in a fresh copy: {figures["edits"]:,} edits.
 
-- A file is **kept** if every edit left all other bytes alone, **refused** if an edit was refused and left the file
-  as it was, and **changed** otherwise.
-- A file has **another meaning** if this store or Python's configparser then finds a key lost, added or with another
-  value, apart from the edit.
-- The extra bytes are those that the edits inserted, deleted or replaced beyond the value.
-- A time is the lower quartile of nine edits of a generated file: of a library without the start of a program, of a
-  tool with it.
+- A file is **refused** if an edit was refused and left the file unchanged. It is **kept** if every edit changed only
+  the value. Otherwise it is **changed**.
+- A file has **another meaning** if, apart from the edit, this store or Python's configparser then reads other keys or
+  values.
+- **Extra bytes** are those that the edits inserted, deleted or replaced outside the value.
+- A time is the lower quartile of nine edits of a generated file. For a tool it includes the start of the program.
 
 {table(heads, real_rows(figures))}
-Many candidates do not claim to read all of these dialects. GKeyFile is for desktop files, git config for git's own
-files, and a lens of augtool (the lens for the kind of file, then two general ones) accepts only what it describes.
-Libraries are given the options that keep most: comments and translations for GKeyFile, repeated keys and no byte-order
-mark for SimpleIni, the case of keys for configparser. QSettings counts as refusing a file when its status says that the
-file is malformed. Poco's INI class cannot write.
+Many candidates are not meant for all of these dialects. GKeyFile is for desktop files, git config for git's own files,
+and a lens of augtool accepts only the format that it describes (the lens for the kind of file is tried first, then two
+general ones). Libraries get the options that keep most: comments and translations for GKeyFile, repeated keys and no
+byte-order mark for SimpleIni, the case of keys for configparser. QSettings refuses a file if its status is a format
+error. Poco's INI class cannot write.
 
 {own_changes(figures["real"]["store"]["edits"])}
 
@@ -126,17 +125,16 @@ file is malformed. Poco's INI class cannot write.
 ✓ kept, ✗ changed, – refused. `benchmarks/fidelity/awkward.py` has the bytes.
 
 {table(["", *names], marks)}
-Where this store does not keep a byte:
+Where this store does not keep every byte:
 
-- **`#` after a value.** `#` begins no comment, so the note is part of the value and is replaced with it.
-- **`;` right after a value.** A comment takes the character before its `;` along, so the value of `key=old;note` is
+- **`#` after a value.** `#` does not start a comment, so the note is part of the value and is replaced with it.
+- **`;` right after a value.** The character before the `;` belongs to the comment, so the value of `key=old;note` is
   `ol`, and the `d` stays.
-- **An empty old value, or one that the key contains.** `UpdateKey` looks for the old value from the start of the line:
-  `key=` becomes `newkey=`.
-- **Bytes that are not UTF-8, a byte-order mark or a NUL on the edited line.** The line is composed from its decoded
-  text. On other lines the first two are kept.
-- **A NUL on another line.** A line is written up to its NUL. `Write` then returns false, with the file written up to
-  there.
+- **An empty old value, or one that the key contains.** `UpdateKey` searches for the old value from the start of the
+  line: `key=` becomes `newkey=`.
+- **Bytes that are not UTF-8, a byte-order mark or a NUL on the edited line.** The line is encoded again from its
+  decoded text. On other lines the first two are kept.
+- **A NUL on another line.** `Write` stops at the NUL and returns false.
 
 {tool_verdicts(figures["awkward"])}
 """

@@ -1,6 +1,6 @@
-// What fidelity.py needs of the store and of the generated files:
+// The parts of the comparison that fidelity.py needs from C++:
 //
-//     fidelity_store read                    for each path on standard input, the keys as the store reads them
+//     fidelity_store read                    for each path on standard input, prints the keys that the store reads
 //     fidelity_store document FOLDER SIZE    writes a settings file of that size, and prints its path
 #include "benchmarks/documents.h"
 #include "inistore/inistore.h"

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Builds a downstream project's two programs (one that uses every folder, and the README's) outside the tree and runs
-# them. CMake, pkg-config and the header must all give VERSION:
+# Builds and runs two downstream programs outside the tree: client.cpp and the program of the README. CMake, pkg-config
+# and the header must all have the version VERSION:
 # downstream.sh find_package|pkg_config|subdirectory SOURCE_DIR PREFIX SCRATCH_DIR COMPILER VERSION
 set -eu
 how=$1 source=$2 prefix=$3 scratch=$4 compiler=$5 version=$6
@@ -8,12 +8,12 @@ how=$1 source=$2 prefix=$3 scratch=$4 compiler=$5 version=$6
 rm -rf "$scratch"
 mkdir -p "$scratch/sources"
 cp "$source/tests/package/client.cpp" "$scratch/sources/"
-# The README's program is its one C++ block.
+# The README has one C++ block, which is a program.
 # shellcheck disable=SC2016 # the backquotes are the fence of the block
 sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$source/README.md" >"$scratch/sources/readme.cpp"
-[ "$(grep -c '^```cpp$' "$source/README.md")" -eq 1 ] || { echo "the README has not exactly one program"; exit 1; }
+[ "$(grep -c '^```cpp$' "$source/README.md")" -eq 1 ] || { echo "the README must have exactly one C++ block"; exit 1; }
 
-# No program gets an rpath: CMake's would be split at a comma in the path.
+# No rpath: CMake's would be split at a comma in the path.
 case $how in
 find_package)
     library=$(dirname "$(find "$prefix" -name libkqsupport.so)")
@@ -61,7 +61,7 @@ Usage...
 
 zk_install --distrib [rhel|fedora|rocky|alma|debian|ubuntu|mint|suse|arch]" "$scratch/build/readme" --distrib
 
-# A release whose VERSION_ID is no number. Only a machine that allows private mounts can show one.
+# A release whose VERSION_ID is not a number. This needs a private mount.
 [ "$(id -u)" -eq 0 ] && private='unshare -m' || private='unshare -rm'
 if $private true 2>/dev/null || [ -n "${CI-}" ]; then
     printf 'ID=x\nVERSION_ID=rolling\n' >"$scratch/os-release"

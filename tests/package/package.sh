@@ -10,16 +10,16 @@ skip() {
     exit 77
 }
 if [ "$(id -u)" -ne 0 ]; then
-    unshare -r true || skip "only root may install packages, into whatever root"
+    unshare -r true || skip "only root may install packages"
     exec unshare -r sh "$0" "$@"
 fi
 
 rm -rf "$scratch"
 mkdir -p "$scratch/root"
 root=$scratch/root list=$scratch/list
-umask 077 # as a packager may have set it
+umask 077 # the packages must not depend on it
 CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || {
-    [ $? -eq 77 ] && skip "this machine makes no .$kind"
+    [ $? -eq 77 ] && skip "this machine cannot make a .$kind"
     exit 1
 }
 cd "$scratch/build"
@@ -38,7 +38,7 @@ deb)
     need "libkqsupport $soversion libkqsupport$soversion \(>= $version\)"
     dpkg-deb --info "$runtime" triggers >"$list"
     need 'activate-noawait ldconfig'
-    # No script: with a postrm, a removed package would stay known until it is purged.
+    # With a postrm script, a removed package would stay known to dpkg until it is purged.
     dpkg-deb --ctrl-tarfile "$runtime" | tar -t >"$list"
     if grep -E 'post|pre' "$list"; then
         echo "the package has a maintainer script"
@@ -52,7 +52,7 @@ deb)
     libdir=lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
     mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
     touch "$root/var/lib/dpkg/status" "$root/var/lib/dpkg/available"
-    # Not configured: what the packages need, ldconfig among it, is outside the scratch root.
+    # Unpacked only: to configure the packages, dpkg would need their dependencies inside the scratch root.
     PATH=$PATH:/usr/sbin:/sbin dpkg --root="$root" --unpack ./*.deb
     library_mode=644
     for package in "libkqsupport$soversion" libkqsupport-dev kqsupport-tools; do
@@ -71,7 +71,7 @@ rpm)
     need "libkqsupport$soversion\(.+\) = $version-.+"
     required=$(grep "^libkqsupport$soversion(" "$list")
     rpm -qp --provides "$runtime" >"$list"
-    grep -Fqx "$required" "$list" || { echo "nobody provides $required"; exit 1; }
+    grep -Fqx "$required" "$list" || { echo "not provided: $required"; exit 1; }
     need "libkqsupport\.so\.$soversion\(\)\(64bit\)"
     rpm -qp --requires "$runtime" >"$list"
     for dependency in libc libstdc\\+\\+ libQt6Core libQt6Xml; do
@@ -83,7 +83,7 @@ rpm)
     [ -z "$both" ] || { echo "in two packages: $both"; exit 1; }
 
     libdir=lib64
-    export kqsupport_DIR="$root/usr/$libdir/cmake/kqsupport" # CMake on Debian does not look below lib64
+    export kqsupport_DIR="$root/usr/$libdir/cmake/kqsupport" # CMake on Debian does not search lib64
     rpm --root "$root" --nodeps --noscripts --install ./*.rpm
     library_mode=755
     ;;

@@ -1,5 +1,4 @@
-// What a client's binary depends on beside the exported symbols: the layout of the public classes and the order of the
-// virtual table.
+// Besides the exported symbols, a client's binary depends on the layout of the public classes and of the virtual table.
 #include "inistore/inistore.h"
 #include "osrelease/osrelease.h"
 #include "xml/kqxml.h"
@@ -72,7 +71,7 @@ TEST(Abi, of_INIStore)
     EXPECT_EQ(offset(store, static_cast<const QObject&>(store)), 0);
     EXPECT_EQ(offset(store, store.m_sections), 16);
     EXPECT_EQ(offset(store, store.m_currentSection), 16 + 24);
-    EXPECT_EQ(offset(store, store.m_lastError), 16 + 24 + 8); // aligned behind 4 bytes
+    EXPECT_EQ(offset(store, store.m_lastError), 16 + 24 + 8); // after 4 bytes of padding
     EXPECT_EQ(sizeof store, 16 + 24 + 8 + 24U);
     EXPECT_EQ(alignof(INIStore), 8U);
     EXPECT_TRUE((std::is_base_of_v<QObject, INIStore>));

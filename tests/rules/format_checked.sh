@@ -1,5 +1,5 @@
 #!/bin/sh
-# The compiler must warn of a trace whose arguments do not match its format, and only then:
+# Fails unless the compiler warns about a trace whose arguments do not match its format, and about no other:
 # format_checked.sh COMPILER SOURCES GENERATED SCRATCH.
 set -eu
 compiler=$1 sources=$2 generated=$3 client=$4/format_checked.cpp

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails when the library at $1 lacks a protection that distributions give their libraries.
+# Fails if the library or program at $1 lacks a protection that distributions use.
 set -eu
 need() {
     readelf -W "$1" "$library" | grep -Eq "$2" || { echo "missing: $3"; exit 1; }

@@ -1,5 +1,5 @@
 #!/bin/sh
-# A program that does not define g_kq_verbose fails to link, or to start when it does not link Qt as well:
+# Fails unless a program without g_kq_verbose fails to link and, if it is not linked with Qt, fails to start:
 # host_without_flag.sh COMPILER LIBRARY QT_CORE SCRATCH.
 set -eu
 compiler=$1 library=$2 qt_core=$3 host=$4/host_without_flag

@@ -1,5 +1,4 @@
-# What `cmake --install` lays down: the library, its headers, the files by which CMake and pkg-config find it, and the
-# tool.
+# Installs the library, its headers, the files for CMake and pkg-config, and the tool.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kqsupport)
@@ -22,7 +21,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kqsupport-config-version.
 install(FILES ${PROJECT_BINARY_DIR}/kqsupport-config.cmake ${PROJECT_BINARY_DIR}/kqsupport-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-# The .pc file finds the prefix from where it lies itself, so `cmake --install --prefix` may put the tree anywhere.
+# The .pc file derives the prefix from its own location, so that `cmake --install --prefix` works.
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH pc_libdir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH pc_includedir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
@@ -34,6 +33,6 @@ if(KQSUPPORT_BUILD_TOOLS)
   install(TARGETS zk_settings RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   install(FILES tools/zk_settings/completion.bash RENAME zk_settings
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
-  install(FILES ${PROJECT_BINARY_DIR}/tools/zk_settings.1.gz OPTIONAL # without scdoc there is none
+  install(FILES ${PROJECT_BINARY_DIR}/tools/zk_settings.1.gz OPTIONAL # not built without scdoc
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endif()

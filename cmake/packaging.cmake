@@ -1,5 +1,4 @@
-# The packages that scripts/package makes, three of a kind: the library alone, what it takes to build against it, and the
-# tool.
+# scripts/package makes three packages of each kind: the library, the development files, and the tool.
 set(CPACK_PACKAGE_NAME kqsupport)
 set(CPACK_PACKAGE_VENDOR "Zentrak developers")
 set(CPACK_PACKAGE_CONTACT "Zentrak developers <developers@zentrak.invalid>")
@@ -11,20 +10,20 @@ if(KQSUPPORT_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link.")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, and the files by which CMake and pkg-config find the library.")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings, which reads and edits settings files from the shell.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and the files for CMake and pkg-config.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings reads and edits settings files from the shell.")
 
-# Debian: the library package carries its SOVERSION, as two of them may stand side by side.
+# Debian: the name of the library package contains the SOVERSION, so that two versions can be installed side by side.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# For the packages of programs that link it: CPack reads these two for all components at once.
+# Programs that link the library get their dependency from these two. CPack has no variant for one component.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-# CPack adds scripts that call ldconfig unless it is given some of its own. A trigger does it without; the two files that
-# do not exist keep CPack's out, which would leave the configuration of a removed package behind.
+# A trigger calls ldconfig. The names of two absent scripts keep CPack from adding its own, with which a removed package
+# would stay known to dpkg until it is purged.
 file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${PROJECT_BINARY_DIR}/triggers ${PROJECT_BINARY_DIR}/none/postinst ${PROJECT_BINARY_DIR}/none/postrm)
@@ -35,11 +34,11 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqsupport-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-# The library has no package yet that dpkg-shlibdeps could ask.
+# The library's package is not installed, so dpkg-shlibdeps cannot find it by itself.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
 if(CPACK_GENERATOR STREQUAL "DEB")
-  # Each package has the changelog in Debian's own form.
+  # Each package has the changelog in Debian's format.
   execute_process(COMMAND sed "1,/^## /d" ${PROJECT_SOURCE_DIR}/CHANGELOG.md COMMAND fold -s -w 76
     COMMAND sed "s/^/  /; s/ *$//" OUTPUT_VARIABLE changes)
   string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -54,7 +53,7 @@ if(CPACK_GENERATOR STREQUAL "DEB")
   endforeach()
 endif()
 
-# RPM: Qt's own packages have other names with every distribution, but all provide what they hold for CMake.
+# RPM: the names of Qt's packages differ between distributions, but all of them provide cmake(NAME).
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
@@ -64,7 +63,7 @@ set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES
   "libkqsupport${KQSUPPORT_SOVERSION}%{?_isa} = %{version}-%{release}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/${CMAKE_INSTALL_LIBDIR}/cmake /usr/${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-# Where the C library has no trigger of its own for it.
+# For distributions whose C library has no trigger that calls ldconfig.
 file(WRITE ${PROJECT_BINARY_DIR}/ldconfig "/sbin/ldconfig\n")
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${PROJECT_BINARY_DIR}/ldconfig)

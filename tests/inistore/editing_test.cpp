@@ -83,7 +83,8 @@ INSTANTIATE_TEST_SUITE_P(Append, EditOf,
         {"key_with_spaces_differs_from_the_trimmed_one", "[s]\nk=1\nx=0\n", {append("s", " k", "v")},
             "[s]\nk=1\nx=0\n k = v\n"},
         {"nothing_is_validated", "", {append("a]\nb", "k;=", "v\n[c]")}, "[a]\nb]\nk;= = v\n[c]\n"},
-        {"section_named_like_a_header_with_spaces", "[ a ]\n", {append("a", "k", "v")}, "[ a ]\n[a]\nk = v\n"},
+        {"name_without_the_spaces_of_a_header_is_a_new_section", "[ a ]\n", {append("a", "k", "v")},
+            "[ a ]\n[a]\nk = v\n"},
     }),
     rowName);
 
@@ -118,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(Update, EditOf,
             "[s]\nk=3\n[s]\nk=2\n"},
         {"twice_changes_the_same_value", "k=1\n", {update("", "k", "22"), update("", "k", "3")}, "k=3\n"},
         {"to_nothing_leaves_the_rest", "k = old ; c\n", {update("", "k", "")}, "k =  ; c\n"},
-        {"to_null_is_to_nothing", "k = old\n", {update("", "k", null)}, "k = \n"},
+        {"to_null_leaves_the_rest_too", "k = old\n", {update("", "k", null)}, "k = \n"},
         {"of_a_missing_key_appends", "[s]\nx=0\n\n[t]\n", {update("s", "k", "1")}, "[s]\nx=0\n\nk = 1\n[t]\n"},
         {"of_a_missing_section_makes_it_at_the_end", "[s]\nx=0\n", {update("t", "k", "1")}, "[s]\nx=0\n[t]\nk = 1\n"},
         {"key_in_the_second_section_of_a_name_is_not_found", "[s]\nx=0\n[s]\nk=1\n", {update("s", "k", "2")},
@@ -132,9 +133,9 @@ INSTANTIATE_TEST_SUITE_P(Update, EditOf,
         {"empty_old_value_puts_it_before_white_space", "  key = ; c\n", {update("", "key", "x")}, "x  key = ; c\n"},
         {"empty_old_value_then_again", "key=\n", {update("", "key", "x"), update("", "key", "y")}, "ykey=\n"},
         {"empty_to_empty_changes_nothing", "key=\n", {update("", "key", "")}, "key=\n"},
-        {"value_cut_by_its_comment_loses_nothing_more", "key=value;note\n", {update("", "key", "new")},
+        {"value_cut_by_its_comment_keeps_the_cut_character", "key=value;note\n", {update("", "key", "new")},
             "key=newe;note\n"},
-        {"value_taken_whole_by_its_comment_is_empty", "k=v;c\n", {update("", "k", "x")}, "xk=v;c\n"},
+        {"value_of_one_character_before_a_comment_is_empty", "k=v;c\n", {update("", "k", "x")}, "xk=v;c\n"},
         {"empty_key_skips_lines_without_an_equals_sign", "[s]\n\nstray\n=1\n", {update("s", "", "2")},
             "[s]\n\nstray\n=2\n"},
         {"empty_key_with_only_blank_lines_appends", "[s]\n\n\n[t]\n", {update("s", "", "v")}, "[s]\n\n\n = v\n[t]\n"},
@@ -146,12 +147,12 @@ INSTANTIATE_TEST_SUITE_P(Update, EditOf,
         {"byte_order_mark_of_a_changed_line_is_lost", "\xef\xbb\xbfk=1\nl=2\n", {update("", "k", "3")}, "k=3\nl=2\n"},
         {"byte_order_mark_of_another_line_stays", "\xef\xbb\xbfk=1\nl=2\n", {update("", "l", "3")},
             "\xef\xbb\xbfk=1\nl=3\n"},
-        {"line_from_before_a_nul_byte_is_kept", "a=1\nk=v\0rest\nb=2\n"s, {update("", "k", "w")}, "a=1\nk=wb=2\n"},
+        {"only_the_text_before_a_nul_byte_is_kept", "a=1\nk=v\0rest\nb=2\n"s, {update("", "k", "w")}, "a=1\nk=wb=2\n"},
         {"invalid_utf8_of_a_changed_line_is_replaced", "k=1 ; gr\xf6\xdf\n", {update("", "k", "2")},
             "k=2 ; gr\xef\xbf\xbd\xef\xbf\xbd\n"},
         {"invalid_utf8_of_another_line_stays", "; gr\xf6\xdf\nk=1\n", {update("", "k", "2")}, "; gr\xf6\xdf\nk=2\n"},
         {"bare_cr_file_is_one_line", "a=1\rb=2\r", {update("", "a", "9")}, "a=9\r"},
-        {"composed_line_can_be_changed", "", {append("s", "k", "1"), update("s", "k", "2")}, "[s]\nk = 2\n"},
+        {"added_line_can_be_changed", "", {append("s", "k", "1"), update("s", "k", "2")}, "[s]\nk = 2\n"},
         {"value_as_passed_is_found_with_its_spaces", "", {append("s", "k", " v "), update("s", "k", "w")},
             "[s]\nk = w\n"},
         {"later_line_is_taken_when_the_first_lacks_its_value", "[s]\n",
@@ -191,31 +192,31 @@ INSTANTIATE_TEST_SUITE_P(RemoveValue, EditOf,
     }),
     rowName);
 
-// Each argument replaces every marker of the lowest number that is there then, those in earlier arguments included.
+// QString::arg() replaces every place marker with the lowest number, including those in earlier arguments.
 INSTANTIATE_TEST_SUITE_P(Markers, EditOf,
     testing::ValuesIn(std::vector<EditRow>{
-        {"key_with_the_first_takes_the_value", "", {append("", "%1", "v")}, "v = \n%3"},
-        {"key_with_the_second_takes_the_value_twice", "", {append("", "%2", "v")}, "v = v\n"},
-        {"key_with_the_third_takes_the_newline", "", {append("", "%3", "v")}, "\n = v\n"},
-        {"key_with_the_ninth_stays", "", {append("", "%9", "v")}, "%9 = v\n"},
-        {"key_with_all_three", "", {append("", "%1%2%3", "v")}, "v\n%3 = \n%3"},
-        {"value_with_the_first_takes_the_newline", "", {append("", "k", "%1")}, "k = \n%3"},
-        {"value_with_the_second_takes_the_newline", "", {append("", "k", "%2")}, "k = \n%3"},
-        {"value_with_the_third_takes_the_newline", "", {append("", "k", "%3")}, "k = \n\n"},
-        {"value_with_a_higher_one_stays", "", {append("", "k", "%4")}, "k = %4\n"},
+        {"first_in_the_key_becomes_the_value", "", {append("", "%1", "v")}, "v = \n%3"},
+        {"second_in_the_key_becomes_the_value_too", "", {append("", "%2", "v")}, "v = v\n"},
+        {"third_in_the_key_becomes_the_newline", "", {append("", "%3", "v")}, "\n = v\n"},
+        {"ninth_in_the_key_stays", "", {append("", "%9", "v")}, "%9 = v\n"},
+        {"all_three_in_the_key", "", {append("", "%1%2%3", "v")}, "v\n%3 = \n%3"},
+        {"first_in_the_value_becomes_the_newline", "", {append("", "k", "%1")}, "k = \n%3"},
+        {"second_in_the_value_becomes_the_newline", "", {append("", "k", "%2")}, "k = \n%3"},
+        {"third_in_the_value_becomes_the_newline", "", {append("", "k", "%3")}, "k = \n\n"},
+        {"higher_one_in_the_value_stays", "", {append("", "k", "%4")}, "k = %4\n"},
         {"percent_signs_without_a_number_stay", "", {append("", "100%", "% %%x")}, "100% = % %%x\n"},
-        {"section_with_the_first_takes_the_newline", "", {append("%1", "k", "v")}, "[\n]%2k = v\n"},
-        {"section_with_the_second_takes_the_newline", "", {append("%2", "k", "v")}, "[\n]\nk = v\n"},
-        {"section_with_the_third_stays", "", {append("%3", "k", "v")}, "[%3]\nk = v\n"},
-        {"prepended_line_is_composed_alike", "", {prepend("%2", "%2", "v")}, "[\n]\nv = v\n"},
+        {"first_in_the_section_becomes_the_newline", "", {append("%1", "k", "v")}, "[\n]%2k = v\n"},
+        {"second_in_the_section_becomes_the_newline", "", {append("%2", "k", "v")}, "[\n]\nk = v\n"},
+        {"third_in_the_section_stays", "", {append("%3", "k", "v")}, "[%3]\nk = v\n"},
+        {"are_replaced_in_a_prepended_line_too", "", {prepend("%2", "%2", "v")}, "[\n]\nv = v\n"},
     }),
     rowName);
 
-class Composing : public Editing
+class Adding : public Editing
 {
 };
 
-TEST_F(Composing, ends_every_composed_line_in_the_newline_of_the_class)
+TEST_F(Adding, ends_every_added_line_with_s_newline)
 {
     const WithNewline crlf(Text("\r\n"));
     given("[s]\nk=1\n");
@@ -227,7 +228,7 @@ TEST_F(Composing, ends_every_composed_line_in_the_newline_of_the_class)
     thenFileIs("[s]\nk = 0\r\nk=1\nk = 2\r\nnew = 3\r\n[t]\r\nk = 4\r\n[u]\r\nk = 5\r\n");
 }
 
-TEST_F(Composing, leaves_the_end_of_a_changed_line_whatever_the_newline_is)
+TEST_F(Adding, changed_line_keeps_its_line_end)
 {
     const WithNewline crlf(Text("\r\n"));
     given("k=1\nl=2");
@@ -236,7 +237,7 @@ TEST_F(Composing, leaves_the_end_of_a_changed_line_whatever_the_newline_is)
     thenFileIs("k=3\nl=4");
 }
 
-TEST_F(Composing, takes_a_newline_that_is_empty_or_null)
+TEST_F(Adding, accepts_a_newline_that_is_empty_or_null)
 {
     for (const QString& none : {null, QString(Text(""))}) {
         const WithNewline nothing(none);
@@ -246,7 +247,7 @@ TEST_F(Composing, takes_a_newline_that_is_empty_or_null)
     }
 }
 
-TEST_F(Composing, replaces_no_marker_in_the_newline)
+TEST_F(Adding, replaces_no_marker_in_the_newline)
 {
     // It is the last argument, so no marker is replaced after it.
     const WithNewline markers(Text("%1%2%3\n"));
@@ -254,13 +255,13 @@ TEST_F(Composing, replaces_no_marker_in_the_newline)
     thenFileIs("[s]%1%2%3\nk = v%1%2%3\n");
 }
 
-TEST_F(Composing, never_changes_the_newline)
+TEST_F(Adding, never_changes_the_newline)
 {
     perform(append("s", "k\r\n", "v\r\n"));
     EXPECT_EQ(exactly(INIStore::s_newline), exactly(Text("\n")));
 }
 
-TEST_F(Composing, keeps_key_and_value_exactly_as_passed)
+TEST_F(Adding, keeps_key_and_value_exactly_as_passed)
 {
     given("[s]\n");
     perform(append("s", " Key ", "\tvalue;x "));
@@ -269,7 +270,7 @@ TEST_F(Composing, keeps_key_and_value_exactly_as_passed)
     thenValuesAre("s", "Key", {});
 }
 
-TEST_F(Composing, keeps_null_and_empty_apart_as_passed)
+TEST_F(Adding, keeps_null_and_empty_apart_as_passed)
 {
     perform(append(null, null, null));
     perform(append("", "", ""));
@@ -277,7 +278,7 @@ TEST_F(Composing, keeps_null_and_empty_apart_as_passed)
     thenLineIs(0, 1, Text(""), Text(""), " = \n");
 }
 
-TEST_F(Composing, keeps_markers_in_the_texts_as_passed)
+TEST_F(Adding, keeps_markers_in_the_texts_as_passed)
 {
     perform(append("%1", "%1", "%2"));
     thenSectionIs(1, Text("%1"), "[\n]%2", 1);
@@ -285,7 +286,7 @@ TEST_F(Composing, keeps_markers_in_the_texts_as_passed)
     thenLineIs(1, 0, Text("%1"), Text("%2"), "\n = \n%3");
 }
 
-TEST_F(Composing, names_a_new_section_exactly_as_passed)
+TEST_F(Adding, names_a_new_section_exactly_as_passed)
 {
     perform(append(" New ", "k", "v"));
     perform(prepend("Other", "k", "v"));
@@ -296,7 +297,7 @@ TEST_F(Composing, names_a_new_section_exactly_as_passed)
     thenSectionIs(0, null, "", 0);
 }
 
-TEST_F(Composing, key_with_spaces_reads_back_trimmed)
+TEST_F(Adding, key_with_spaces_reads_back_trimmed)
 {
     perform(append("s", " k ", " v "));
     thenFileIs("[s]\n k  =  v \n");
@@ -306,7 +307,7 @@ TEST_F(Composing, key_with_spaces_reads_back_trimmed)
     EXPECT_EQ(exactly(reloaded.m_sections[1].m_lines[0].m_value), exactly(Text("v")));
 }
 
-TEST_F(Composing, text_with_line_breaks_reads_back_by_the_rules_of_loading)
+TEST_F(Adding, text_with_line_breaks_reads_back_by_the_rules_of_loading)
 {
     perform(append("s", "k", "1\n[t]\nl=2"));
     thenFileIs("[s]\nk = 1\n[t]\nl=2\n");
@@ -315,7 +316,7 @@ TEST_F(Composing, text_with_line_breaks_reads_back_by_the_rules_of_loading)
     EXPECT_EQ(reloaded.GetValues(Text("t"), Text("l")), toList({"2"}));
 }
 
-TEST_F(Composing, nul_character_goes_into_the_bytes)
+TEST_F(Adding, nul_character_goes_into_the_bytes)
 {
     perform(append("", "k", "a\0b"s));
     thenLineIs(0, 0, Text("k"), Text("a\0b"s), "k = a\0b\n"s);
@@ -359,7 +360,7 @@ TEST_F(Updating, sets_the_value_and_keeps_the_key)
     thenLineIs(0, 0, Text("KeY"), Text("new"), "KeY = new ; c\n");
 }
 
-TEST_F(Updating, sets_the_value_also_where_it_was_put_elsewhere)
+TEST_F(Updating, sets_the_value_even_if_it_replaced_another_text)
 {
     given("aa=a\nkey=\n");
     perform(update("", "aa", "b"));
@@ -377,14 +378,14 @@ TEST_F(Updating, sets_null_and_empty_as_passed)
     thenLineIs(0, 1, Text("b"), Text(""), "b=\n");
 }
 
-TEST_F(Updating, sets_the_value_of_a_comment_and_leaves_its_key_null)
+TEST_F(Updating, sets_the_value_of_a_comment_and_keeps_its_key_null)
 {
     given("; a=b\n");
     perform(update("", "", "v"));
     thenLineIs(0, 0, null, Text("v"), "v; a=b\n");
 }
 
-TEST_F(Updating, leaves_a_value_with_spaces_as_passed)
+TEST_F(Updating, keeps_a_value_with_spaces_as_passed)
 {
     given("k=1\n");
     perform(update("", "k", " 2 ; x"));
@@ -446,14 +447,14 @@ TEST_F(Updating, drops_everything_from_the_nul_on)
     thenLineIs(0, 0, Text("k"), Text("w"), "k=w");
 }
 
-TEST_F(Updating, may_take_a_second_equals_sign_with_the_value)
+TEST_F(Updating, replaces_a_second_equals_sign_with_the_value)
 {
     given("k=a=b\n");
     perform(update("", "k", "c"));
     thenLineIs(0, 0, Text("k"), Text("c"), "k=c\n");
 }
 
-TEST_F(Updating, takes_the_separator_where_the_value_is_one)
+TEST_F(Updating, replaces_the_separator_if_the_value_is_an_equals_sign)
 {
     given("==\n");
     perform(update("", "", "x"));

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// A text in a test: UTF-8, or a QString where null or odd UTF-16 matters.
+/// A text in a test: UTF-8, or a QString for null and invalid UTF-16.
 class Text
 {
 public:

@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <set>
 
-// Every line of up to six symbols that mean something to the parser, or nothing: 1,111,111 lines. The random tests vary
-// what is around the lines.
+// Every line of up to six symbols from a small alphabet: 1,111,111 lines. The random tests vary what is around a line.
 
 namespace {
 
@@ -25,7 +24,7 @@ void forEachText(int symbols, const Use& use, const std::string& start = {})
         forEachText(symbols - 1, use, start + symbol);
 }
 
-// Every line of the prefix and `least` to `most` symbols more.
+// Returns every line of the prefix and `least` to `most` more symbols.
 std::string linesOf(const std::string& prefix, int least, int most)
 {
     std::string document;
@@ -44,7 +43,7 @@ void expectSameDocument(const INIStore& store, const reference::INIStore& refere
     ASSERT_EQ(store.m_currentSection, reference.m_currentSection);
 }
 
-// Every section and key of the document, in both cases.
+// Looks up every section and key of the document, as written and in upper case.
 void expectSameLookups(INIStore& store, const reference::INIStore& reference)
 {
     for (const reference::INISection& section : reference.m_sections) {
@@ -72,7 +71,7 @@ std::ptrdiff_t expectSame(const std::string& document)
 }
 
 // Lines that begin with the same three symbols share a file.
-TEST(Exhaustive, every_line_of_up_to_six_symbols_loads_and_is_found_as_by_the_reference)
+TEST(Exhaustive, every_line_of_up_to_six_symbols_matches_the_reference)
 {
     std::ptrdiff_t lines = expectSame(linesOf("", 0, 2));
     forEachText(3, [&](const std::string& prefix) {

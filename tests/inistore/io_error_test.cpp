@@ -18,7 +18,7 @@
 #include <thread>
 #include <unistd.h>
 
-// This program's own `read`, which the library calls too: one chosen file gives so many bytes, then an I/O error.
+// Replaces `read`, for the library too. One chosen file returns a number of bytes, then an I/O error.
 namespace {
 
 struct BrokenFile
@@ -72,7 +72,7 @@ const std::string smallDocument = "; c\n[s]\nk=1\n";
 // Far larger than any buffer on the way to the file.
 const std::string largeDocument = manyLines(30'000);
 
-class Fault : public Settings
+class IoTest : public Settings
 {
 protected:
     void thenMessageIs(const std::string& text) { EXPECT_EQ(exactly(store.m_lastError), exactly(Text(text))); }
@@ -80,7 +80,7 @@ protected:
     void thenDocumentIs(const std::string& bytes) { EXPECT_EQ(documentOf(store), bytes); }
 };
 
-class ReadError : public Fault
+class ReadError : public IoTest
 {
 protected:
     void givenFileThatBreaksAfter(const std::string& bytes, std::size_t count)
@@ -152,11 +152,11 @@ TEST_F(ReadError, in_a_second_file_keeps_the_first)
     thenDocumentIs("[s]\nk=1\nl=2\n");
 }
 
-class Unreadable : public Fault
+class Unreadable : public IoTest
 {
 };
 
-TEST_F(Unreadable, directory_is_there_and_cannot_be_opened)
+TEST_F(Unreadable, directory_gives_a_message)
 {
     EXPECT_FALSE(store.Open(toPath(dir.path())));
     thenMessageIs("Unable to open " + dir.path() + ", with read permission");
@@ -164,7 +164,7 @@ TEST_F(Unreadable, directory_is_there_and_cannot_be_opened)
     thenSectionIs(0, null, "", 0);
 }
 
-TEST_F(Unreadable, directory_leaves_the_document)
+TEST_F(Unreadable, directory_leaves_the_document_unchanged)
 {
     given("[s]\nk=1\n");
     EXPECT_FALSE(store.Open(toPath(dir.path())));
@@ -200,7 +200,7 @@ TEST_F(Unreadable, path_through_a_file_is_a_missing_file)
     thenThereIsNoMessage();
 }
 
-class NoPermission : public Fault
+class NoPermission : public IoTest
 {
 protected:
     void SetUp() override { ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0); }
@@ -239,10 +239,10 @@ TEST_F(NoPermission, to_search_the_directory_hides_the_file)
     givenFile(locked + "/a.ini", "k=1\n", 0644);
     ASSERT_EQ(chmod(locked.c_str(), 0), 0);
     EXPECT_EQ(openedByOrdinaryUser(locked + "/a.ini"), "false: null");
-    chmod(locked.c_str(), 0700); // the test may be an ordinary user itself, who removes the folder
+    chmod(locked.c_str(), 0700); // an ordinary user could not remove the folder otherwise
 }
 
-TEST_F(NoPermission, is_not_needed_to_write_for_reading)
+TEST_F(NoPermission, to_write_does_not_prevent_reading)
 {
     givenFile(dir / "a.ini", "k=1\n", 0444);
     EXPECT_EQ(openedByOrdinaryUser(dir / "a.ini"), "true: null");
@@ -266,7 +266,7 @@ TEST_F(NoPermission, to_create_gives_a_message_and_creates_nothing)
     EXPECT_NE(access((dir / "locked/a.ini").c_str(), F_OK), 0);
 }
 
-TEST_F(NoPermission, is_not_needed_to_read_for_writing)
+TEST_F(NoPermission, to_read_does_not_prevent_writing)
 {
     given(smallDocument);
     givenFile(dir / "a.ini", "old\n", 0222);
@@ -275,7 +275,7 @@ TEST_F(NoPermission, is_not_needed_to_read_for_writing)
     EXPECT_EQ(readFile(dir / "a.ini"), smallDocument);
 }
 
-class Unwritable : public Fault
+class Unwritable : public IoTest
 {
 };
 
@@ -308,11 +308,11 @@ TEST_F(Unwritable, message_has_the_path_as_passed)
     thenMessageIs("Unable to open " + dir / "none%1%2//./a.ini" + ", with write permission");
 }
 
-class FullDevice : public Fault
+class FullDevice : public IoTest
 {
 };
 
-TEST_F(FullDevice, goes_unnoticed_with_a_small_document_as_the_last_flush_is_ignored)
+TEST_F(FullDevice, is_not_reported_for_a_small_document)
 {
     given(smallDocument);
     EXPECT_TRUE(store.Write(Text("/dev/full")));
@@ -372,7 +372,7 @@ private:
     sighandler_t m_handler;
 };
 
-class SizeLimit : public Fault
+class SizeLimit : public IoTest
 {
 protected:
     bool writesWithin(rlim_t bytes)
@@ -392,7 +392,7 @@ TEST_F(SizeLimit, in_the_middle_leaves_the_bytes_before_it)
     thenDocumentIs(largeDocument);
 }
 
-TEST_F(SizeLimit, met_by_the_last_flush_alone_is_ignored)
+TEST_F(SizeLimit, reached_only_by_the_last_flush_is_ignored)
 {
     given("[s]\nkey=value\n");
     EXPECT_TRUE(writesWithin(6));
@@ -400,16 +400,16 @@ TEST_F(SizeLimit, met_by_the_last_flush_alone_is_ignored)
     EXPECT_EQ(readFile(dir / "out.ini"), "[s]\nke");
 }
 
-TEST_F(SizeLimit, as_large_as_the_document_is_no_fault)
+TEST_F(SizeLimit, as_large_as_the_document_is_enough)
 {
     given(largeDocument);
     EXPECT_TRUE(writesWithin(largeDocument.size()));
     EXPECT_TRUE(readFile(dir / "out.ini") == largeDocument);
 }
 
-// 256 of these lines fill QFile's buffer of 16 KiB. The next line flushes it ten times, where a failure shows. The last
-// flush, on closing, shows none.
-TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
+// 256 of these lines fill QFile's buffer of 16 KiB, and the next line flushes it. That happens ten times and reports a
+// failure. The last flush, on closing, reports none.
+TEST_F(SizeLimit, is_reported_unless_only_the_last_buffer_exceeds_it)
 {
     const std::string line = std::string(63, 'x') + '\n';
     std::string document;
@@ -420,25 +420,25 @@ TEST_F(SizeLimit, counts_up_to_the_bytes_that_wait_in_the_last_buffer)
     EXPECT_FALSE(writesWithin(10 * 16'384 - 1));
 }
 
-// Together one byte too long for the buffer: the second line flushes the first and waits.
+// Together one byte too long for the buffer: the second line flushes the first and stays in the buffer.
 const std::string firstLine = std::string(8'191, 'x') + '\n';
 const std::string secondLine = std::string(8'192, 'y') + '\n';
 
-TEST_F(SizeLimit, counts_for_a_line_that_the_next_one_pushes_out)
+TEST_F(SizeLimit, is_reported_for_a_line_that_the_next_one_flushes)
 {
     given(firstLine + secondLine);
     EXPECT_TRUE(writesWithin(9'000));
     EXPECT_FALSE(writesWithin(4'000));
 }
 
-TEST_F(SizeLimit, counts_for_a_line_pushed_out_behind_one_that_no_buffer_takes)
+TEST_F(SizeLimit, is_reported_for_a_flushed_line_after_one_longer_than_the_buffer)
 {
     given(std::string(69'999, 'w') + '\n' + firstLine + secondLine);
     EXPECT_TRUE(writesWithin(70'000 + 9'000));
     EXPECT_FALSE(writesWithin(70'000 + 4'000));
 }
 
-TEST_F(SizeLimit, counts_for_a_header_that_its_line_pushes_out)
+TEST_F(SizeLimit, is_reported_for_a_header_that_its_line_flushes)
 {
     given(secondLine);
     store.m_sections.first().m_raw = QByteArray::fromStdString(firstLine);
@@ -446,12 +446,12 @@ TEST_F(SizeLimit, counts_for_a_header_that_its_line_pushes_out)
     EXPECT_FALSE(writesWithin(4'000));
 }
 
-// After earlier writes of the file's owner, QFile's buffer fills at another line.
-class OwnersFile : public SizeLimit
+// A client's QFile that already has bytes in its buffer, which therefore fills at another line.
+class ClientsFile : public SizeLimit
 {
 protected:
-    // With so many bytes in the buffer before.
-    bool writesLinesBehind(qint64 before, const std::string& line, rlim_t limit)
+    // `before` is the number of bytes that are already in the buffer.
+    bool writesLinesAfter(qint64 before, const std::string& line, rlim_t limit)
     {
         std::string document;
         for (int i = 0; i < 17; ++i)
@@ -467,25 +467,25 @@ protected:
     }
 };
 
-TEST_F(OwnersFile, fails_with_the_line_that_finds_its_buffer_full)
+TEST_F(ClientsFile, fails_at_the_line_that_flushes_the_buffer)
 {
-    EXPECT_FALSE(writesLinesBehind(100, std::string(959, 'x') + '\n', 100));
+    EXPECT_FALSE(writesLinesAfter(100, std::string(959, 'x') + '\n', 100));
     thenMessageIs("Error writing to name, file only partially written");
     EXPECT_EQ(readFile(dir / "out.ini"), std::string(100, '#'));
 }
 
-TEST_F(OwnersFile, fails_with_an_empty_line_that_finds_its_buffer_full)
+TEST_F(ClientsFile, fails_at_an_empty_line_that_flushes_the_buffer)
 {
-    EXPECT_FALSE(writesLinesBehind(16'381, "\n", 16'382));
+    EXPECT_FALSE(writesLinesAfter(16'381, "\n", 16'382));
 }
 
-TEST_F(OwnersFile, ignores_what_waits_in_its_buffer_at_the_end)
+TEST_F(ClientsFile, ignores_the_bytes_left_in_the_buffer)
 {
-    EXPECT_TRUE(writesLinesBehind(8'000, std::string(999, 'x') + '\n', 20'000));
+    EXPECT_TRUE(writesLinesAfter(8'000, std::string(999, 'x') + '\n', 20'000));
     EXPECT_EQ(readFile(dir / "out.ini").size(), 20'000U);
 }
 
-// Lines short and long, some longer than QFile's buffer and some that fill it exactly.
+// Short and long lines. Some are longer than QFile's buffer and some fill it exactly.
 std::string randomDocument(Random& random)
 {
     const std::vector<std::size_t> frequent = {1, 10, 40, 1'000};
@@ -497,7 +497,7 @@ std::string randomDocument(Random& random)
     return bytes;
 }
 
-TEST_F(SizeLimit, met_anywhere_gives_what_the_reference_implementation_gives)
+TEST_F(SizeLimit, at_any_byte_matches_the_reference)
 {
     int failures = 0;
     const int cases = forEachRandomCase(100, [&](Random& random) {
@@ -523,8 +523,8 @@ TEST_F(SizeLimit, met_anywhere_gives_what_the_reference_implementation_gives)
     EXPECT_LT(failures, cases);
 }
 
-// Qt opens a file object on any number. The error shows when its buffer is flushed.
-class BadDescriptor : public Fault
+// QFile opens any descriptor number. The error appears only when its buffer is flushed.
+class BadDescriptor : public IoTest
 {
 protected:
     void thenOnlyALargeDocumentFails(int descriptor)
@@ -561,7 +561,7 @@ TEST_F(BadDescriptor, open_for_reading)
     EXPECT_EQ(readFile(dir / "read.ini"), "old\n");
 }
 
-TEST_F(BadDescriptor, pipe_that_nobody_reads)
+TEST_F(BadDescriptor, pipe_without_a_reader)
 {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
@@ -572,8 +572,7 @@ TEST_F(BadDescriptor, pipe_that_nobody_reads)
     close(ends[1]);
 }
 
-// The pipe takes 16 pages, and each line three of them: the sixth line, which leaves QFile's buffer when the seventh
-// arrives, no longer fits.
+// The pipe has 16 pages and each line takes three. The sixth line, which the seventh flushes, no longer fits.
 TEST_F(BadDescriptor, full_pipe_that_does_not_block)
 {
     int ends[2];
@@ -589,11 +588,11 @@ TEST_F(BadDescriptor, full_pipe_that_does_not_block)
     close(ends[1]);
 }
 
-class FileObject : public Fault
+class FileObject : public IoTest
 {
 };
 
-TEST_F(FileObject, open_for_reading_takes_nothing)
+TEST_F(FileObject, open_for_reading_cannot_be_written)
 {
     given(smallDocument);
     writeFile(dir / "read.ini", "old\n");
@@ -605,7 +604,7 @@ TEST_F(FileObject, open_for_reading_takes_nothing)
     EXPECT_EQ(readFile(dir / "read.ini"), "old\n");
 }
 
-TEST_F(FileObject, that_is_not_open_takes_nothing)
+TEST_F(FileObject, that_is_not_open_cannot_be_written)
 {
     given(smallDocument);
     QFile file(toPath(dir / "none.ini"));
@@ -614,7 +613,7 @@ TEST_F(FileObject, that_is_not_open_takes_nothing)
     EXPECT_NE(access((dir / "none.ini").c_str(), F_OK), 0);
 }
 
-TEST_F(FileObject, open_for_reading_is_never_asked_by_an_empty_document)
+TEST_F(FileObject, open_for_reading_accepts_an_empty_document)
 {
     writeFile(dir / "read.ini", "old\n");
     QFile file(toPath(dir / "read.ini"));
@@ -633,7 +632,7 @@ void feed(int descriptor, const std::vector<std::string>& pieces)
     close(descriptor);
 }
 
-class Pipe : public Fault
+class Pipe : public IoTest
 {
 protected:
     void whenFedThroughFifo(const std::vector<std::string>& pieces)
@@ -686,7 +685,7 @@ TEST_F(Pipe, without_bytes_loads_nothing)
     thenSectionIs(0, null, "", 0);
 }
 
-TEST_F(Pipe, takes_a_written_document)
+TEST_F(Pipe, accepts_a_written_document)
 {
     given(largeDocument);
     int ends[2];
@@ -705,7 +704,7 @@ TEST_F(Pipe, takes_a_written_document)
     EXPECT_TRUE(arrived == largeDocument);
 }
 
-class OddFile : public Fault
+class OddFile : public IoTest
 {
 };
 

@@ -11,7 +11,7 @@ using namespace std::string_literals;
 
 namespace {
 
-// A file of one line, and the key and value that it gives. nullptr is a null text.
+// A file of one line, with its key and value. nullptr is a null text.
 struct LineRow
 {
     const char* name;
@@ -83,8 +83,8 @@ INSTANTIATE_TEST_SUITE_P(Nothing, OrdinaryLine,
         {"closing_bracket_alone", "]\n", nullptr, nullptr},
         {"bracket_not_at_the_start", "x [a]\n", nullptr, nullptr},
         {"comment_cuts_the_closing_bracket_off", "[a;b]\n", nullptr, nullptr},
-        {"comment_flush_takes_the_closing_bracket", "[a];c\n", nullptr, nullptr},
-        {"comment_takes_the_equals_sign", "k=;c\n", nullptr, nullptr},
+        {"comment_right_after_it_cuts_the_closing_bracket", "[a];c\n", nullptr, nullptr},
+        {"comment_cuts_the_equals_sign", "k=;c\n", nullptr, nullptr},
     }),
     rowName);
 
@@ -97,21 +97,21 @@ INSTANTIATE_TEST_SUITE_P(BracketsInKeys, OrdinaryLine,
     }),
     rowName);
 
-// The character before the ";" goes with the comment.
+// The character before the ";" belongs to the comment.
 INSTANTIATE_TEST_SUITE_P(CommentCut, OrdinaryLine,
     testing::ValuesIn(std::vector<LineRow>{
-        {"flush_takes_the_last_character_of_the_value", "key=value;note\n", "key", "valu"},
-        {"spaced_takes_the_space", "key=value ;note\n", "key", "value"},
-        {"flush_takes_the_whole_of_a_short_value", "k=v;c\n", "k", ""},
+        {"right_after_the_value_cuts_its_last_character", "key=value;note\n", "key", "valu"},
+        {"after_a_space_cuts_the_space", "key=value ;note\n", "key", "value"},
+        {"right_after_one_character_leaves_an_empty_value", "k=v;c\n", "k", ""},
         {"first_semicolon_cuts", "k=ab ; c ; d\n", "k", "ab"},
         {"two_semicolons_together", "k=ab;;c\n", "k", "a"},
         {"at_the_end", "k=ab;\n", "k", "a"},
         {"in_quotes_cuts_too", "k=\"a;b\"\n", "k", "\""},
         {"equals_sign_in_the_comment_does_not_split", "k ; a=b\n", nullptr, nullptr},
         {"counted_before_white_space_is_trimmed", "  k=v ;c\n", "k", "v"},
-        {"takes_one_accented_letter", "k=aü;c\n", "k", "a"},
+        {"cuts_one_accented_letter", "k=aü;c\n", "k", "a"},
         {"counted_in_utf16_units_after_a_pair", "😀=ab;c\n", "😀", "a"},
-        {"takes_an_accent_off_its_letter", "k=e\u0301;c\n", "k", "e"},
+        {"cuts_an_accent_from_its_letter", "k=e\u0301;c\n", "k", "e"},
         {"arabic_semicolon_is_text", "k=a؛b\n", "k", "a؛b"},
         {"full_width_semicolon_is_text", "k=a；b\n", "k", "a；b"},
     }),
@@ -153,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(InvalidUtf8, OrdinaryLine,
         {"stray_continuation_byte", "k=a\x80z\n", "k", "a\ufffdz"},
         {"byte_that_utf8_never_has", "k=\xff\n", "k", "\ufffd"},
         {"cut_off_by_the_end_of_the_file", "k=a\xc3", "k", "a\ufffd"},
-        {"taken_by_the_comment_as_one_character", "k=a\xff;c\n", "k", "a"},
+        {"cut_by_the_comment_as_one_character", "k=a\xff;c\n", "k", "a"},
     }),
     rowName);
 
@@ -206,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(Name, Header,
         {"opening_bracket_inside", "[[a]]\n", "[a"},
         {"hash_inside", "[#a]\n", "#a"},
         {"comment_after_a_space", "[a] ;c\n", "a"},
-        {"comment_flush_after_more_text", "[a]x;c\n", "a"},
+        {"comment_right_after_more_text", "[a]x;c\n", "a"},
         {"comment_with_a_bracket", "[a] ;]\n", "a"},
         {"case_is_kept", "[SeCtion]\n", "SeCtion"},
         {"cr_lf", "[a]\r\n", "a"},
@@ -304,7 +304,7 @@ TEST_F(Loading, byte_order_mark_is_text_anywhere_but_at_the_start_of_a_line)
     thenLineIs(0, 2, mark + QLatin1Char('k'), Text("v"), " \xef\xbb\xbfk=v\n");
 }
 
-TEST_F(Loading, comment_flush_after_a_surrogate_pair_cuts_the_pair_in_half)
+TEST_F(Loading, comment_right_after_a_surrogate_pair_cuts_it_in_half)
 {
     given("k=😀;c\n");
     thenLineIs(0, 0, Text("k"), QString(QChar(0xd83d)), "k=😀;c\n");
@@ -369,7 +369,7 @@ TEST_F(Loading, success_clears_an_earlier_message)
     EXPECT_EQ(exactly(store.GetLastError()), exactly(null));
 }
 
-TEST_F(Loading, takes_its_own_message_for_a_path)
+TEST_F(Loading, accepts_its_own_message_as_a_path)
 {
     writeFile(dir / "in.ini", "k=1\n");
     store.m_lastError = toPath(dir / "in.ini");
@@ -418,7 +418,7 @@ TEST_F(Merging, empty_file_needs_no_current_section)
     EXPECT_EQ(store.m_currentSection, nowhere);
 }
 
-TEST_F(Merging, second_file_goes_on_in_the_last_section)
+TEST_F(Merging, second_file_continues_the_last_section)
 {
     given("[a]\nk=1\n");
     given("k=2\n[b]\nk=3\n");
@@ -431,7 +431,7 @@ TEST_F(Merging, second_file_goes_on_in_the_last_section)
     thenFileIs("[a]\nk=1\nk=2\n[b]\nk=3\n");
 }
 
-TEST_F(Merging, second_file_goes_on_in_the_leading_section_when_the_first_had_no_header)
+TEST_F(Merging, second_file_continues_the_leading_section_if_the_first_has_no_header)
 {
     given("a=1\n");
     given("b=2\n[s]\n");
@@ -439,7 +439,7 @@ TEST_F(Merging, second_file_goes_on_in_the_leading_section_when_the_first_had_no
     thenSectionIs(1, Text("s"), "[s]\n", 0);
 }
 
-TEST_F(Merging, sections_of_one_name_stay_apart)
+TEST_F(Merging, sections_with_the_same_name_are_not_merged)
 {
     given("[a]\nk=1\n");
     given("[a]\nk=2\n");
@@ -448,7 +448,7 @@ TEST_F(Merging, sections_of_one_name_stay_apart)
     thenValuesAre("a", "k", {"1"});
 }
 
-TEST_F(Merging, lines_join_the_last_header_read_and_not_a_section_made_by_an_edit)
+TEST_F(Merging, lines_join_the_last_section_read_and_not_one_added_by_an_edit)
 {
     given("[a]\nk=1\n");
     perform(append("new", "n", "1"));
@@ -484,7 +484,7 @@ TEST(Records, are_plain_values)
     EXPECT_EQ(copy.m_lines.size(), 1);
 }
 
-TEST(Records, line_takes_key_value_and_bytes_as_they_are)
+TEST(Records, line_keeps_key_value_and_bytes_as_passed)
 {
     const INILine line(Text(" k "), null, "raw");
     EXPECT_EQ(exactly(line.m_key), exactly(Text(" k ")));
@@ -492,7 +492,7 @@ TEST(Records, line_takes_key_value_and_bytes_as_they_are)
     EXPECT_EQ(line.m_raw, QByteArray("raw"));
 }
 
-TEST(Records, section_takes_name_and_bytes_and_starts_without_lines)
+TEST(Records, section_keeps_name_and_bytes_as_passed_and_has_no_lines)
 {
     const INISection section(Text(""), "raw");
     EXPECT_EQ(exactly(section.m_name), exactly(Text("")));

@@ -74,7 +74,7 @@ TEST_F(Lookup, empty_key_finds_every_line_without_an_equals_sign_and_those_that_
     thenValuesAre("s", null, {"", "", "", "2", "", "3"});
 }
 
-TEST_F(Lookup, gives_values_as_they_are_null_or_empty)
+TEST_F(Lookup, tells_null_values_from_empty_ones)
 {
     given("; c\n=\n");
     const QStringList values = store.GetValues(null, null);
@@ -123,7 +123,7 @@ protected:
     }
 };
 
-TEST_P(NamePair, matches_both_ways_round)
+TEST_P(NamePair, matches_in_both_directions)
 {
     thenMatches(GetParam().a, GetParam().b, GetParam().equal);
     thenMatches(GetParam().b, GetParam().a, GetParam().equal);
@@ -161,10 +161,10 @@ INSTANTIATE_TEST_SUITE_P(Fold, NamePair,
         {"different_deseret_letters", Text("𐐀"), Text("𐐩"), false},
         {"same_lone_half", highHalf, highHalf, true},
         {"high_and_low_half", highHalf, lowHalf, false},
-        {"letter_behind_a_lone_half", QString(highHalf) + QLatin1Char('a'), QString(highHalf) + QLatin1Char('A'), true},
+        {"letter_after_a_lone_half", QString(highHalf) + QLatin1Char('a'), QString(highHalf) + QLatin1Char('A'), true},
         {"trailing_nul_counts", Text(std::string("k\0", 2)), Text("k"), false},
-        {"letters_behind_a_nul_count", Text(std::string("k\0a", 3)), Text(std::string("k\0b", 3)), false},
-        {"letters_behind_a_nul_ignore_case", Text(std::string("k\0a", 3)), Text(std::string("K\0A", 3)), true},
+        {"letters_after_a_nul_count", Text(std::string("k\0a", 3)), Text(std::string("k\0b", 3)), false},
+        {"letters_after_a_nul_ignore_case", Text(std::string("k\0a", 3)), Text(std::string("K\0A", 3)), true},
     }),
     rowName);
 

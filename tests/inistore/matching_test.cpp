@@ -6,8 +6,8 @@
 
 #include <array>
 
-// Names match as QString::compare with Qt::CaseInsensitive does, whatever shortcut a lookup takes. Compared with it
-// over all of Unicode, in the file and in the argument.
+// Names match as by QString::compare with Qt::CaseInsensitive, whatever shortcut a lookup takes. The tests compare the
+// two for every code point, in the file and in the argument.
 
 namespace {
 
@@ -90,7 +90,7 @@ TEST(Matching, every_ascii_letter_in_the_file_against_every_code_point)
     EXPECT_EQ(matched, 52 * 2 + 2 + 2);
 }
 
-// Whether a store with the section and key `stored` finds them by `asked`. Reuses one store for millions of names.
+// Tells whether a store with the section and key `stored` finds them by `asked`. One store serves millions of names.
 class OneName
 {
 public:

@@ -63,12 +63,12 @@ QString randomSection(Random& random, const INIStore& store)
 
 struct Change
 {
-    std::vector<Entry> gone;
-    std::vector<Entry> come;
+    std::vector<Entry> removed;
+    std::vector<Entry> added;
     bool atEnd;
 };
 
-// What differs between the longest common beginning and end of two documents.
+// Returns what differs between the longest common beginning and the longest common end of two documents.
 Change changeBetween(const std::vector<Entry>& before, const std::vector<Entry>& after)
 {
     const std::size_t shorter = std::min(before.size(), after.size());
@@ -84,37 +84,37 @@ Change changeBetween(const std::vector<Entry>& before, const std::vector<Entry>&
 
 void expectOnlyAnAddedLine(const Change& change, const Edit& edit)
 {
-    EXPECT_TRUE(change.gone.empty()) << testing::PrintToString(change.gone);
-    ASSERT_FALSE(change.come.empty());
-    ASSERT_LE(change.come.size(), 2U) << testing::PrintToString(change.come);
-    const bool withHeader = change.come.size() == 2;
-    EXPECT_EQ(change.come.front().header, withHeader);
+    EXPECT_TRUE(change.removed.empty()) << testing::PrintToString(change.removed);
+    ASSERT_FALSE(change.added.empty());
+    ASSERT_LE(change.added.size(), 2U) << testing::PrintToString(change.added);
+    const bool withHeader = change.added.size() == 2;
+    EXPECT_EQ(change.added.front().header, withHeader);
     EXPECT_TRUE(!withHeader || change.atEnd);
-    EXPECT_FALSE(change.come.back().header);
-    EXPECT_EQ(exactly(change.come.back().key), exactly(edit.key));
-    EXPECT_EQ(exactly(change.come.back().value), exactly(edit.value));
+    EXPECT_FALSE(change.added.back().header);
+    EXPECT_EQ(exactly(change.added.back().key), exactly(edit.key));
+    EXPECT_EQ(exactly(change.added.back().value), exactly(edit.value));
 }
 
 void expectOnlyAChangedLine(const Change& change, const Edit& edit)
 {
-    ASSERT_EQ(change.gone.size(), 1U) << testing::PrintToString(change.gone);
-    ASSERT_EQ(change.come.size(), 1U) << testing::PrintToString(change.come);
-    EXPECT_FALSE(change.gone[0].header || change.come[0].header);
-    EXPECT_EQ(exactly(change.come[0].key), exactly(change.gone[0].key));
-    EXPECT_EQ(QString::compare(change.come[0].key, edit.key, Qt::CaseInsensitive), 0);
-    EXPECT_EQ(exactly(change.come[0].value), exactly(edit.value));
+    ASSERT_EQ(change.removed.size(), 1U) << testing::PrintToString(change.removed);
+    ASSERT_EQ(change.added.size(), 1U) << testing::PrintToString(change.added);
+    EXPECT_FALSE(change.removed[0].header || change.added[0].header);
+    EXPECT_EQ(exactly(change.added[0].key), exactly(change.removed[0].key));
+    EXPECT_EQ(QString::compare(change.added[0].key, edit.key, Qt::CaseInsensitive), 0);
+    EXPECT_EQ(exactly(change.added[0].value), exactly(edit.value));
 }
 
 void expectOnlyARemovedLine(const Change& change, const Edit& edit)
 {
-    EXPECT_TRUE(change.come.empty()) << testing::PrintToString(change.come);
-    ASSERT_EQ(change.gone.size(), 1U) << testing::PrintToString(change.gone);
-    EXPECT_FALSE(change.gone[0].header);
-    EXPECT_EQ(QString::compare(change.gone[0].key, edit.key, Qt::CaseInsensitive), 0);
-    EXPECT_EQ(QString::compare(change.gone[0].value, edit.value, Qt::CaseInsensitive), 0);
+    EXPECT_TRUE(change.added.empty()) << testing::PrintToString(change.added);
+    ASSERT_EQ(change.removed.size(), 1U) << testing::PrintToString(change.removed);
+    EXPECT_FALSE(change.removed[0].header);
+    EXPECT_EQ(QString::compare(change.removed[0].key, edit.key, Qt::CaseInsensitive), 0);
+    EXPECT_EQ(QString::compare(change.removed[0].value, edit.value, Qt::CaseInsensitive), 0);
 }
 
-// The store and the reference implementation, driven through the same steps.
+// The store and the reference implementation, which take the same steps.
 class Pair
 {
 public:
@@ -270,7 +270,7 @@ TEST_F(Property, a_loaded_document_is_written_unchanged_up_to_the_first_nul)
     });
 }
 
-TEST_F(Property, an_edit_changes_its_line_alone_and_every_step_agrees_with_the_reference)
+TEST_F(Property, an_edit_changes_only_its_line_and_every_step_matches_the_reference)
 {
     forEachRandomCase(3000, [](Random& random) {
         Pair pair(random);

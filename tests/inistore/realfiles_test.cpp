@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Settings files of one kind. A bare Debian with the packages that the build needs has as many as `atLeast`.
+// Settings files of one kind. A new Debian machine with the packages for the build has at least `atLeast` of them.
 struct Kind
 {
     const char* name;

@@ -1,5 +1,5 @@
-// Qt 6 opens a file object on any descriptor. To see a refusal, this program defines that `open` itself, and the
-// dynamic linker gives the library this definition.
+// QFile of Qt 6 accepts any descriptor. To test a refusal, this program replaces QFile::open: the dynamic linker gives
+// the library this definition.
 #include "inistore/storetest.h"
 
 #include <QFile>

@@ -40,11 +40,11 @@ private:
     QString m_saved;
 };
 
-/// A store, and what a client does with it.
+/// A test with a store, and what a client does with it.
 class Settings : public testing::Test
 {
 public:
-    /// Loads a file of these bytes. A second one joins the first.
+    /// Loads a file with these bytes. A second call adds its file to the document.
     void given(const std::string& bytes);
 
     /// A removal must find its line, unless it is a `miss`.

@@ -28,7 +28,7 @@ TEST(TextPool, copies_lie_side_by_side_each_with_a_nul)
     EXPECT_EQ(second.constData() - first.constData(), 4);
 }
 
-TEST(TextPool, copies_bytes_whatever_they_are)
+TEST(TextPool, copies_any_bytes)
 {
     Bytes pool;
     const QByteArray first = pool.copy(std::string_view("k=\0\xff\n", 5));
@@ -45,7 +45,7 @@ TEST(TextPool, empty_text_is_not_null)
     EXPECT_TRUE(!empty.isNull() && empty.isEmpty() && isFollowedByNul(empty));
 }
 
-TEST(TextPool, long_text_is_allocated_alone_and_the_block_goes_on)
+TEST(TextPool, long_text_is_allocated_alone_and_the_block_stays_in_use)
 {
     Texts pool;
     const QString before = pool.copy(u"a");
@@ -135,38 +135,38 @@ void change(Random& random, TextType& text, const TextType& copy)
     }
 }
 
-// Changes the pool's texts in random order; some go before that, so that others become the last owner of their block.
-// Each must always equal the plain text that was changed in the same way.
+// Changes or destroys the pool's texts in random order, so that any of them may be the last owner of its block. Each
+// must always equal an ordinary text that was changed in the same way.
 template <typename TextType, typename Pool, typename View>
-void changesAreThoseOfPlainTexts(Random& random, const std::vector<TextType>& samples)
+void expectChangesAsOfOrdinaryTexts(Random& random, const std::vector<TextType>& samples)
 {
     Pool pool;
     std::vector<TextType> texts;
-    std::vector<TextType> plain;
+    std::vector<TextType> ordinary;
     const auto step = [&] {
         const std::size_t i = random.below(texts.size());
         if (random.oneIn(4)) {
             texts.erase(texts.begin() + std::ptrdiff_t(i));
-            plain.erase(plain.begin() + std::ptrdiff_t(i));
+            ordinary.erase(ordinary.begin() + std::ptrdiff_t(i));
             return;
         }
         const TextType sample = random.of(samples);
         Random repeated = random;
         change(random, texts[i], sample);
-        change(repeated, plain[i], sample);
+        change(repeated, ordinary[i], sample);
     };
     for (int i = 0; i < 12; ++i) {
         const TextType sample = random.of(samples);
         texts.push_back(pool.copy(View(sample.data(), std::size_t(sample.size()))));
-        plain.push_back(TextType(sample.constData(), sample.size()));
+        ordinary.push_back(TextType(sample.constData(), sample.size()));
         if (random.oneIn(3))
             step();
-        ASSERT_EQ(texts, plain);
+        ASSERT_EQ(texts, ordinary);
     }
     pool = Pool();
     while (!texts.empty()) {
         step();
-        ASSERT_EQ(texts, plain);
+        ASSERT_EQ(texts, ordinary);
         for (const TextType& text : texts)
             ASSERT_EQ(text.constData()[text.size()], typename TextType::value_type());
     }
@@ -180,28 +180,28 @@ struct StringViewOf : QStringView
     }
 };
 
-TEST(TextPool, changed_strings_equal_plain_strings)
+TEST(TextPool, changed_strings_equal_ordinary_strings)
 {
     const std::vector<QString> samples = {Text(""), Text("k"), Text("key"), Text("wörter"), Text("sixteen letters!"),
         Text("more than half of a block, so alone")};
     forEachRandomCase(2000, [&](Random& random) {
-        changesAreThoseOfPlainTexts<QString, Texts, StringViewOf>(random, samples);
+        expectChangesAsOfOrdinaryTexts<QString, Texts, StringViewOf>(random, samples);
         return std::string("strings");
     });
 }
 
-TEST(TextPool, changed_bytes_equal_plain_bytes)
+TEST(TextPool, changed_bytes_equal_ordinary_bytes)
 {
     const std::vector<QByteArray> samples = {
         "", "k", "key", "\xff\xfe", "sixteen letters!", "more than half of a block, so alone"};
     forEachRandomCase(2000, [&](Random& random) {
-        changesAreThoseOfPlainTexts<QByteArray, Bytes, std::string_view>(random, samples);
+        expectChangesAsOfOrdinaryTexts<QByteArray, Bytes, std::string_view>(random, samples);
         return std::string("bytes");
     });
 }
 
-// What a client holds with a text, in characters: the whole block that it lies in.
-TEST_F(Settings, a_kept_value_holds_a_small_block)
+// A text keeps its whole block allocated. Its capacity is the size of the block in characters.
+TEST_F(Settings, a_kept_value_keeps_only_a_small_block)
 {
     std::string document = "[section]\n";
     for (int i = 1000; i < 2000; ++i)

@@ -132,7 +132,7 @@ TEST_F(Writing, changes_nothing_in_the_document)
     thenLineIs(0, 0, Text("k"), Text("1"), "k=1\n");
 }
 
-TEST_F(Writing, emits_bytes_and_never_key_or_value)
+TEST_F(Writing, writes_the_bytes_and_not_key_or_value)
 {
     store.m_sections[0].m_lines.append(INILine(Text("k"), Text("v"), "bytes"));
     store.m_sections.append(INISection(Text("name"), ""));
@@ -149,7 +149,7 @@ TEST_F(Writing, success_clears_an_earlier_message)
     EXPECT_EQ(exactly(store.GetLastError()), exactly(null));
 }
 
-TEST_F(Writing, takes_its_own_message_for_a_path)
+TEST_F(Writing, accepts_its_own_message_as_a_path)
 {
     given("k=1\n");
     store.m_lastError = toPath(dir / "out.ini");
@@ -161,7 +161,7 @@ TEST_F(Writing, takes_its_own_message_for_a_path)
     EXPECT_EQ(store.m_lastError, Text("Unable to open /none/out.ini, with write permission"));
 }
 
-TEST_F(Writing, takes_its_own_message_for_a_name)
+TEST_F(Writing, accepts_its_own_message_as_a_name)
 {
     given("k=" + std::string(20'000, 'v') + '\n');
     store.m_lastError = Text("name");
@@ -193,7 +193,7 @@ TEST_F(Writing, stops_at_a_nul_byte_that_starts_the_file)
     EXPECT_EQ(readFile(dir / "out.ini"), "");
 }
 
-// Several of the library's writes come before the NUL and after it.
+// Long enough that the library writes several times before the NUL and after it.
 const std::string manyLines = [] {
     std::string lines;
     for (int i = 0; i < 20'000; ++i)
@@ -267,7 +267,7 @@ TEST_F(WritingToDescriptor, leaves_it_open_after_the_last_byte)
     EXPECT_EQ(content(), "k=1\nmore");
 }
 
-TEST_F(WritingToDescriptor, goes_on_where_the_last_write_ended)
+TEST_F(WritingToDescriptor, continues_where_the_last_write_ended)
 {
     given("k=1\n");
     open("", O_RDWR);
@@ -312,7 +312,7 @@ TEST_F(WritingToDescriptor, success_clears_an_earlier_message)
     EXPECT_EQ(exactly(store.m_lastError), exactly(null));
 }
 
-TEST_F(WritingToDescriptor, large_document_arrives_whole)
+TEST_F(WritingToDescriptor, large_document_is_written_completely)
 {
     std::string large;
     for (int i = 0; i < 20'000; ++i)
@@ -341,7 +341,7 @@ protected:
     QFile file;
 };
 
-TEST_F(WritingSections, goes_on_at_the_position_of_the_file)
+TEST_F(WritingSections, starts_at_the_position_of_the_file)
 {
     given("k=1\n");
     file.write("before\n");
@@ -375,7 +375,7 @@ TEST_F(WritingSections, failure_replaces_an_earlier_message)
     EXPECT_EQ(exactly(store.m_lastError), exactly(Text("Error writing to name, file only partially written")));
 }
 
-TEST_F(WritingSections, empty_header_and_empty_line_write_nothing_and_pass)
+TEST_F(WritingSections, empty_header_and_empty_line_write_nothing_and_succeed)
 {
     store.m_sections.append(INISection(Text("s"), ""));
     store.m_sections[0].m_lines.append(INILine(null, null, QByteArray()));
@@ -384,7 +384,7 @@ TEST_F(WritingSections, empty_header_and_empty_line_write_nothing_and_pass)
     EXPECT_EQ(content(), "");
 }
 
-// Names with the message's own marker.
+// Names with the place marker of the message.
 struct NameRow
 {
     const char* name;

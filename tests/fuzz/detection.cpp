@@ -1,4 +1,4 @@
-// Any bytes as /etc/os-release: the fields are those of the reference implementation.
+// Reads any bytes as /etc/os-release. The fields must match those of the reference implementation.
 #include "osrelease/osrelease.h"
 
 #include "input.h"
@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     char* argv[] = {name, nullptr};
     try {
         COSRelease os(1, argv);
-        require(!expected.throws, "a version that is no number throws");
+        require(!expected.throws, "a version that is not a number throws");
         require(os.m_id == expected.values["ID"], "ID");
         require(os.m_idLike == expected.values["ID_LIKE"], "ID_LIKE");
         require(os.m_versionId == expected.values["VERSION_ID"], "VERSION_ID");
@@ -25,12 +25,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(
             os.m_major == expected.numbers[0] && os.m_minor == expected.numbers[1] && os.m_patch == expected.numbers[2],
             "the numbers of the version");
-        require(os.m_id.empty() == !os.m_error.empty(), "an error exactly when there is no identifier");
+        require(os.m_id.empty() == !os.m_error.empty(), "an error if and only if there is no identifier");
 
         require(!os.SuseBased() || os.RpmBased(), "SUSE is RPM-based");
         std::string message = "untouched";
         const bool supported = os.OSSupported(message);
-        require(supported == (message == "untouched"), "a message exactly when refused");
+        require(supported == (message == "untouched"), "a message if and only if refused");
     } catch (const std::logic_error&) {
         require(expected.throws, "nothing else throws");
     }

@@ -1,6 +1,7 @@
-// Any document that Qt parses, parsed twice: the library's lookups and edits in the one give what the reference
-// implementation's give in the other. The file begins with a tag name, a text and the edits, a line each, and an empty
-// line. An edit is an operation (u, b or a), the element that it is for and the element beside which it inserts.
+// Parses a document twice. The lookups and edits of the library in one copy must match those of the reference
+// implementation in the other. The input is a byte that selects namespaces, then lines with a tag name, a text and the
+// edits, an empty line, and the document. An edit is an operation (u, b or a), its element, and the element next to
+// which it inserts.
 #include "xml/kqxml.h"
 
 #include "input.h"
@@ -28,7 +29,7 @@ void requireSameLookups(const QDomElement& element, const QString& tagName, cons
     require(KQXml::GetChildElementAttribute(element, tagName, attribute) == first.attribute(attribute), "an attribute");
 }
 
-// Any element of the document, or the null one, or one of another document.
+// Returns an element of the document, the null element, or an element of another document.
 QDomElement chosen(const QDomDocument& document, char choice)
 {
     static QDomDocument another;
@@ -76,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireSameLookups(ours.documentElement(), tagName, text);
     for (const std::string& how : edits) {
         edit(how, ours, theirs, tagName, text);
-        require(ours.toString(-1) == theirs.toString(-1), "the document edited");
+        require(ours.toString(-1) == theirs.toString(-1), "the edited document");
     }
     requireSameLookups(ours.documentElement(), tagName, text);
     return 0;

@@ -1,4 +1,5 @@
-// Any bytes as XML, with the tag name on the first line: both results are those of the reference implementation.
+// Reads any bytes as XML, after a line with the tag name. Both results must match those of the reference
+// implementation.
 #include "xml/kqxml.h"
 
 #include "input.h"
@@ -15,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const bool contentOnly : {false, true}) {
         const QByteArray cut = KQXml::ExtractElement(xml, tagName, contentOnly);
         const QByteArray expected = reference::extractElement(xml, tagName, contentOnly);
-        require(cut == expected && cut.isNull() == expected.isNull(), "the cut");
+        require(cut == expected && cut.isNull() == expected.isNull(), "the extracted bytes");
     }
     return 0;
 }

@@ -1,6 +1,6 @@
-// Any bytes loaded, any edits: after each step the store agrees with the reference implementation, and what was not
-// edited is written back as it was. The edits come first, four lines each (a, p, r or u for any other letter; section,
-// key and value), then an empty line, then the file.
+// Loads any bytes and makes any edits. After each step the store must match the reference implementation, and what was
+// not edited must be written unchanged. The input is the edits, four lines each (a, p, r, or any other letter for an
+// update; section; key; value), an empty line, and the file.
 #include "inistore/inistore.h"
 
 #include "inistore/edits.h"
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireSameWriting(store, reference);
     if (document.find('\0') == document.npos) {
         const MemoryFile copy;
-        require(store.Write(copy.path()) && copy.bytes() == bytes, "loaded and written is the same");
+        require(store.Write(copy.path()) && copy.bytes() == bytes, "an unedited file is written unchanged");
     }
 
     for (const Edit& edit : edits) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// A fuzz target: called with each input, returns 0 or ends the process.
+/// A fuzz target. It is called with each input, and returns 0 or ends the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 /// The bytes of one input, taken from the front. Past the end everything is empty or 0.
@@ -42,7 +42,7 @@ private:
     std::string_view m_rest;
 };
 
-/// Ends the process when `holds` is false, which the fuzzer records as a finding.
+/// Ends the process if `holds` is false. The fuzzer then saves the input.
 inline void require(bool holds, const char* what)
 {
     if (holds)

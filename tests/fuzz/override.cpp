@@ -1,4 +1,5 @@
-// Any command line, one argument per line. The first --distrib decides: an identity, an error message, or neither.
+// Reads any command line, one argument per line. The first --distrib sets an identity or an error; without one, the
+// file is read.
 #include "osrelease/osrelease.h"
 
 #include "input.h"
@@ -33,9 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     require(os.m_verifiedReleases.empty() && os.m_idLike.empty() && os.m_prettyName.empty(), "the file is not read");
-    require(os.m_id.empty() == !os.m_error.empty(), "an identity or a complaint");
+    require(os.m_id.empty() == !os.m_error.empty(), "an identity or an error");
     if (option + 1 == before.end())
-        require(os.m_error.rfind("Missing distribution\n\n", 0) == 0, "a missing name is missed");
+        require(os.m_error.rfind("Missing distribution\n\n", 0) == 0, "a missing name is reported");
     else if (os.m_id.empty())
         require(
             os.m_error.rfind("Unknown distribution \"" + option[1] + "\"\n\n", 0) == 0, "an unknown name is quoted");

@@ -1,4 +1,4 @@
-// The main function of an ordinary build, without a fuzzer: runs the target on every file of the given folders.
+// The main function of a build without a fuzzer: runs the target on every file in the given folders.
 #include "input.h"
 
 #include <filesystem>

@@ -66,7 +66,7 @@ std::string numbers(const COSRelease& os)
     return std::to_string(os.m_major) + ' ' + std::to_string(os.m_minor) + ' ' + std::to_string(os.m_patch);
 }
 
-TEST_F(Detection, fixed_text_is_544_characters_to_the_byte)
+TEST_F(Detection, fixed_text_has_544_characters)
 {
     EXPECT_EQ(verifiedReleases.size(), 544U);
     EXPECT_EQ(detected("ID=fedora\n").m_verifiedReleases, verifiedReleases);
@@ -269,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(Line, DetectedFrom,
         Release{"blank_after_the_equals_sign_is_kept", "ID= a\n", " a", "", "", ""},
         Release{"trailing_blank_is_kept_and_keeps_the_quotes", "ID=\"a\" \n", "\"a\" ", "", "", ""},
         Release{"key_in_lower_case", "id=a\n", "", "", "", ""},
-        Release{"key_that_begins_alike", "IDX=a\nVERSION=1\nNAME=n\n", "", "", "", ""},
+        Release{"key_that_starts_with_a_known_key", "IDX=a\nVERSION=1\nNAME=n\n", "", "", "", ""},
         Release{"every_other_character_is_text", "ID=a\nPRETTY_NAME=!$%&()*+,-./:;<>?@[]^_`{|}~\t\x7f\n", "a", "", "",
             "!$%&()*+,-./:;<>?@[]^_`{|}~\t\x7f"},
         Release{"single_quotes_stay", "ID='gentoo'\nID_LIKE='a b'\n", "'gentoo'", "'a b'", "", ""},

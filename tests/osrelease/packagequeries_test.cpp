@@ -93,14 +93,14 @@ TEST_P(PackageQuery, reads_and_changes_no_field)
     EXPECT_EQ(fieldsOf(os), before);
 }
 
-TEST_P(PackageQuery, every_exit_status_but_zero_is_absent)
+TEST_P(PackageQuery, every_exit_status_but_zero_means_absent)
 {
     EXPECT_TRUE(answerTo(0));
     for (int status = 1; status < 256; ++status)
         EXPECT_FALSE(answerTo(status << 8)) << "exit status " << status;
 }
 
-TEST_P(PackageQuery, command_ended_by_a_signal_is_installed)
+TEST_P(PackageQuery, signal_means_installed)
 {
     for (int signal = 1; signal < 128; ++signal) {
         EXPECT_TRUE(answerTo(signal)) << "signal " << signal;
@@ -108,7 +108,7 @@ TEST_P(PackageQuery, command_ended_by_a_signal_is_installed)
     }
 }
 
-TEST_P(PackageQuery, no_shell_is_absent)
+TEST_P(PackageQuery, missing_shell_means_absent)
 {
     EXPECT_FALSE(answerTo(-1));
 }
@@ -176,22 +176,22 @@ TEST_F(QueryThroughTheShell, dpkg_status_words_decide_whatever_the_exit_status)
     EXPECT_FALSE(os.DebInstalled("binutils"));
 }
 
-TEST_F(QueryThroughTheShell, shell_ended_by_a_signal_is_installed)
+TEST_F(QueryThroughTheShell, shell_ended_by_a_signal_means_installed)
 {
-    // The shell interprets the name, so a name can make the shell kill itself.
+    // The shell expands the name, so a name can make the shell kill itself.
     const std::string name = "x; kill -KILL $$ #";
     EXPECT_TRUE(os.RpmInstalled(name));
     EXPECT_TRUE(os.DebInstalled(name));
     EXPECT_TRUE(os.PacmanInstalled(name));
 }
 
-TEST_F(QueryThroughTheShell, dpkg_query_ended_by_a_signal_is_absent_because_it_prints_nothing)
+TEST_F(QueryThroughTheShell, dpkg_query_ended_by_a_signal_means_absent)
 {
     toolIs("dpkg-query", "kill -KILL $$\n");
     EXPECT_FALSE(os.DebInstalled("binutils"));
 }
 
-TEST_F(QueryThroughTheShell, missing_tool_is_absent)
+TEST_F(QueryThroughTheShell, missing_tool_means_absent)
 {
     setenv("PATH", dir.path().c_str(), 1);
     EXPECT_FALSE(os.RpmInstalled("binutils"));

@@ -20,7 +20,7 @@ COSRelease* newestRelease = nullptr;
 
 } // namespace
 
-// The constructor by its linker name: the dynamic linker gives this definition to the library.
+// Replaces the constructor: the dynamic linker gives this definition to the library.
 extern "C" void _ZN10COSReleaseC1EiPPc(COSRelease* object, int argc, char** argv)
 {
     using Constructor = void(COSRelease*, int, char**);
@@ -233,7 +233,7 @@ TEST_F(Prerequisites, second_check_detects_again)
 TEST_F(Prerequisites, release_stays_on_the_heap)
 {
     checkDetected("ID=fedora\nVERSION_ID=43\n");
-    // The first member and the last that is set: a freed block holds other bytes.
+    // The first and the last member that is set. A freed block would have other bytes there.
     EXPECT_EQ(newestRelease->m_verifiedReleases.size(), 544U);
     EXPECT_EQ(newestRelease->m_major, 43);
 }
@@ -321,7 +321,7 @@ INSTANTIATE_TEST_SUITE_P(Rpm, PrerequisitesOf,
             "binutils libxcb libX11-xcb xcb-util xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-wm "
             "mesa-libGLU",
             true},
-        Situation{"name_that_only_begins_alike", &rpm, {"libxcb-devel"}, "binutils", false}),
+        Situation{"name_that_starts_with_a_listed_name", &rpm, {"libxcb-devel"}, "binutils", false}),
     rowName);
 
 INSTANTIATE_TEST_SUITE_P(Suse, PrerequisitesOf,
@@ -377,7 +377,7 @@ INSTANTIATE_TEST_SUITE_P(Pacman, PrerequisitesOf,
             true}),
     rowName);
 
-// Each package of each family as the only missing one and as the only installed one.
+// Every package of a family, as the only one missing and as the only one installed.
 class SinglePackage : public Prerequisites, public testing::WithParamInterface<const Family*>
 {
 };
@@ -395,7 +395,7 @@ TEST_P(SinglePackage, only_missing_package_is_printed_alone)
     }
 }
 
-TEST_P(SinglePackage, only_installed_display_package_makes_the_others_count)
+TEST_P(SinglePackage, one_installed_display_package_makes_the_others_count)
 {
     const Family& family = *GetParam();
     const Words all = family.base + family.display + family.glu;

@@ -1,4 +1,4 @@
-// The example program with a chosen /etc, fake package tools and, for the prompt, a terminal.
+// Runs the example program with a chosen /etc, fake package tools and, for the prompt, a terminal.
 #include "support/files.h"
 #include "support/mounts.h"
 #include "support/process.h"
@@ -21,7 +21,7 @@ namespace {
 const std::string prompt = "After installing prerequisites [Press \"Enter\" key to continue]";
 const std::string program = ZK_INSTALL;
 
-// The program sees the given /etc/os-release and the given packages as installed.
+// Makes the program see a given /etc/os-release and given installed packages.
 class Installer : public testing::Test
 {
 protected:
@@ -32,7 +32,7 @@ protected:
             SKIP_OR_FAIL(reason);
         std::filesystem::create_directories(dir / "etc");
         std::filesystem::create_directories(dir / "bin");
-        // Each fake tool looks for the package in the list of installed ones and answers as the real tool does.
+        // Each fake tool looks up the package in the list of installed ones and answers like the real tool.
         tool("rpm", "grep -qx -- \"$3\" \"$INSTALLED\"\n");
         tool("pacman", "grep -qx -- \"$2\" \"$INSTALLED\"\n");
         tool("dpkg-query", "grep -qx -- \"$3\" \"$INSTALLED\" && printf 'install ok installed'\n");

@@ -7,7 +7,7 @@
 
 namespace reference {
 
-/// What an os-release file says.
+/// The contents of an os-release file.
 struct Release
 {
     std::map<std::string, std::string> values;
@@ -15,7 +15,7 @@ struct Release
     bool throws = false; ///< a part of the version is not a number
 };
 
-/// The reference implementation of the detection: the rules step by step, with std::getline.
+/// The reference implementation of the detection: the simplest code, with std::getline.
 Release detect(std::string_view file);
 
 } // namespace reference

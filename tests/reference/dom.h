@@ -5,7 +5,7 @@
 #include <QList>
 #include <QString>
 
-/// The reference implementation of the DOM helpers: the lookups as loops over Qt's list, the edits as Qt's calls.
+/// The reference implementation of the DOM helpers, in the simplest calls of Qt.
 namespace reference {
 
 QDomElement first(const QDomElement& element, const QString& tagName);

@@ -6,7 +6,7 @@
 
 namespace reference {
 
-/// The reference implementation of KQXml::ExtractElement: the rules step by step, without regard to speed.
+/// The reference implementation of KQXml::ExtractElement: the simplest code, without regard to speed.
 QByteArray extractElement(const QByteArray& xml, const QString& tagName, bool contentOnly);
 
 } // namespace reference

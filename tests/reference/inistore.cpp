@@ -17,7 +17,7 @@ QString textUpToNul(const QByteArray& raw)
     return QString::fromUtf8(nul < 0 ? raw : raw.left(nul));
 }
 
-// The character before the ";" goes with the comment.
+// The character before the ";" belongs to the comment.
 QString withoutComment(const QString& text)
 {
     const qsizetype semicolon = text.indexOf(u';');
@@ -38,7 +38,7 @@ INILine parsedLine(const QString& text, const QByteArray& raw)
     const qsizetype equals = text.indexOf(u'=');
     if (equals < 0)
         return {QString(), QString(), raw};
-    // Where there is a "=" both texts are there, if empty: never null.
+    // A line with "=" has a key and a value, which may be empty but not null.
     return {orEmpty(text.left(equals).trimmed()), orEmpty(text.mid(equals + 1).trimmed()), raw};
 }
 

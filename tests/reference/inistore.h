@@ -7,8 +7,8 @@
 #include <QString>
 #include <QStringList>
 
-/// The reference implementation of the settings store: each rule step by step, without regard to speed. The names are
-/// the library's, so that one template drives both.
+/// The reference implementation of the settings store: the simplest code, without regard to speed. The names are those
+/// of the library, so that one template works with both.
 namespace reference {
 
 struct INILine

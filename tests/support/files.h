@@ -3,10 +3,10 @@
 
 #include <string>
 
-/// The bytes of a file; fails the running test and returns nothing when it cannot be read.
+/// Returns the bytes of a file. If it cannot be read, fails the running test and returns nothing.
 std::string readFile(const std::string& path);
 
-/// Creates or replaces a file; fails the running test when it cannot.
+/// Creates or replaces a file. Fails the running test if that is not possible.
 void writeFile(const std::string& path, const std::string& bytes);
 
 /// A temporary directory, removed with its content.

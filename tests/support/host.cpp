@@ -1,4 +1,4 @@
-// What every host program of the library defines.
+// Every program that links the library defines this flag.
 #include "osrelease/osrelease.h"
 
 bool g_kq_verbose = false;

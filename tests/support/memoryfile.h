@@ -8,7 +8,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// A file in memory that Qt opens by a path. It costs no disk access, for tests of thousands of files.
+/// A file in memory that has a path. Tests with thousands of files then need no disk access.
 class MemoryFile
 {
 public:

@@ -16,7 +16,7 @@ std::string failure(const std::string& what)
     return what + ": " + std::strerror(errno);
 }
 
-// An ordinary user may have private mounts only as root of a user namespace.
+// An ordinary user can mount only as root of a user namespace.
 bool becomeRootOfANamespace()
 {
     const std::string user = std::to_string(geteuid());

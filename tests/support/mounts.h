@@ -3,7 +3,7 @@
 
 #include <string>
 
-/// Gives this process a private mount namespace. Returns why that is not possible, or nothing.
+/// Gives this process a private mount namespace. Returns an empty text, or the reason why that is not possible.
 std::string makeMountsPrivate();
 
 /// Mounts `source` over `target` (both files or both directories) for this process and its children. Call

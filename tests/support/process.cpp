@@ -26,7 +26,7 @@ void become(int descriptor, const std::string& path, int flags)
     if (!start.directory.empty() && chdir(start.directory.c_str()) != 0)
         _exit(126);
 
-    // Qt warns on standard error of a locale without UTF-8, which every bare container has.
+    // Qt warns on standard error if the locale is not UTF-8, as in a bare container.
     setenv("LC_ALL", "C.UTF-8", 1);
     for (const std::string& assignment : start.environment) {
         const std::size_t equals = assignment.find('=');

@@ -17,7 +17,7 @@ struct Start
 {
     std::string input;                    ///< its standard input, then end of file
     std::vector<std::string> environment; ///< NAME=VALUE, added to ours and LC_ALL=C.UTF-8
-    std::string directory;                ///< working directory; ours when empty
+    std::string directory;                ///< working directory; ours if empty
 };
 
 /// Runs a program to its end. `arguments[0]` is looked up on the path.

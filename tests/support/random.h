@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-/// The random numbers of one case. The same on every standard library, unlike the standard distributions.
+/// The random numbers of one case. Unlike the standard distributions, they are the same with every standard library.
 class Random
 {
 public:
@@ -32,10 +32,11 @@ private:
     std::mt19937_64 m_engine;
 };
 
-/// Runs `run` on `count` random cases, or on KQSUPPORT_TEST_CASES=N, until one fails. `run` describes its case, and the
-/// failure shows the description and how to run that case alone. Returns how many cases ran.
+/// Calls `run` for `count` random cases, until one fails. `run` returns a description of its case, and a failure shows
+/// it and how to run that case alone. Returns how many cases ran. KQSUPPORT_TEST_CASES=N in the environment replaces
+/// `count`.
 ///
-/// The seed is GoogleTest's own, fixed by default: --gtest_random_seed=N or GTEST_RANDOM_SEED=N gives other cases.
+/// The seed is GoogleTest's and is fixed by default. --gtest_random_seed=N or GTEST_RANDOM_SEED=N gives other cases.
 int forEachRandomCase(int count, const std::function<std::string(Random&)>& run);
 
 #endif

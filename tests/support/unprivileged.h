@@ -4,8 +4,9 @@
 #include <functional>
 #include <string>
 
-/// Runs `action` in a child process as an ordinary user, since root may read and write everything, and returns its
-/// text. Fails the running test when the child fails. The user needs access to the directories that `action` uses.
+/// Runs `action` in a child process as an ordinary user, because root may read and write everything. Returns the result
+/// of `action`, and fails the running test if the child fails. The user needs access to the directories that `action`
+/// uses.
 std::string asOrdinaryUser(const std::function<std::string()>& action);
 
 #endif

@@ -1,4 +1,5 @@
-// Several threads at once, each with its own objects. ThreadSanitizer sees what they share inside the library.
+// Several threads use the library at once, each with its own objects. ThreadSanitizer reports data races in the
+// library.
 #include "console/console.h"
 #include "inistore/inistore.h"
 #include "osrelease/osrelease.h"
@@ -64,7 +65,7 @@ TEST(Threads, load_edit_and_write_settings)
     });
 }
 
-// The values share blocks of memory. In the end one of the threads owns the last of a block.
+// The values share blocks of memory, and any thread may release the last value of a block.
 TEST(Threads, keep_and_change_values_of_one_document)
 {
     const TempDir dir;

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The result of both forms. A null pointer stands for a null result.
+/// The expected results. A null pointer means a null result.
 struct Row
 {
     const char* name;

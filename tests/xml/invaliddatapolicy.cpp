@@ -1,4 +1,4 @@
-// Sets Qt's policy for names and texts that XML forbids before main() starts, as the environment says.
+// Before main() starts, sets Qt's policy for names and texts that XML forbids from the environment.
 #include <QDomImplementation>
 
 #include <cstdlib>

@@ -252,7 +252,7 @@ TEST_F(Lookup, other_nodes_with_the_name_do_not_match)
     thenNothingIsFound("#text");
 }
 
-TEST_F(Lookup, tree_that_was_never_inserted)
+TEST_F(Lookup, tree_outside_the_document)
 {
     given("<r/>");
     root = document.createElement(u("free"));
@@ -262,7 +262,7 @@ TEST_F(Lookup, tree_that_was_never_inserted)
     thenFound("k", {"1"});
 }
 
-TEST_F(Lookup, document_handle_that_is_gone)
+TEST_F(Lookup, tree_of_a_document_object_that_is_destroyed)
 {
     given("<r><k>1</k><k>2</k></r>");
     document = QDomDocument();

@@ -13,7 +13,7 @@ QStringList searchedNames()
                                 QStringLiteral("renamed"), QStringLiteral("long.name")};
 }
 
-/// Adds what no parser produces: elements in entity references, with another name or prefix, or without a name.
+/// Adds elements that no parser produces: in entity references, with a changed name or prefix, or without a name.
 void addUnparsableShapes(Random& random, QDomDocument& document)
 {
     QDomElement element = random.of(reference::allElements(document));
@@ -131,7 +131,7 @@ struct Twins
     }
 };
 
-TEST(RandomDocuments, every_edit_does_what_its_steps_in_Qt_calls_do)
+TEST(RandomDocuments, edits_match_the_reference)
 {
     int edited = 0;
     const int cases = forEachRandomCase(300, [&](Random& random) {

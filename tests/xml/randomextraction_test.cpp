@@ -37,7 +37,7 @@ QByteArray encoded(QStringConverter::Encoding encoding, QStringConverter::Flag f
     return encoder(QString::fromUtf8(utf8));
 }
 
-/// The same document in one of the encodings that the reader knows, sometimes contradicting its own declaration.
+/// Returns the document in one of the encodings that the reader knows, which may differ from the declared one.
 QByteArray inAnyEncoding(Random& random, QByteArray xml)
 {
     static const QList<QByteArray> names = {"UTF-8", "utf-8", "ISO-8859-1", "UTF-16", "US-ASCII", "nonsense", ""};
@@ -60,7 +60,7 @@ QByteArray inAnyEncoding(Random& random, QByteArray xml)
     }
 }
 
-/// A few bytes or pieces of markup removed, replaced, inserted or doubled.
+/// Removes, replaces, inserts or doubles a few bytes or pieces of markup.
 QByteArray mutated(Random& random, QByteArray xml)
 {
     static const QList<QByteArray> pieces = {"<", ">", "/", "</k>", "<k>", "<k ", "<k/>", "<!--", "-->", "<![CDATA[",
@@ -97,7 +97,7 @@ QByteArray noise(Random& random)
     return bytes;
 }
 
-TEST(RandomExtraction, agrees_with_the_reference)
+TEST(RandomExtraction, matches_the_reference)
 {
     int found = 0;
     const int cases = forEachRandomCase(1000, [&](Random& random) {
@@ -109,7 +109,7 @@ TEST(RandomExtraction, agrees_with_the_reference)
     EXPECT_GE(found, cases / 2);
 }
 
-TEST(RandomExtraction, agrees_with_the_reference_on_mutated_bytes)
+TEST(RandomExtraction, matches_the_reference_on_mutated_bytes)
 {
     int found = 0;
     const int cases = forEachRandomCase(4000, [&](Random& random) {
@@ -127,7 +127,7 @@ const QByteArray everyConstruct =
     "<r xmlns:x=\"urn:x\" k='<k>'>\n<!-- <k>no</k> -->\n<?k <k>no</k>?>\n<![CDATA[<k>no</k>]]>\n"
     "\xc3\xa9 &lt;k&gt; &#x6b; &e;\n<x:k a=\"1\" >in<k/><k\n>\xe2\x82\xac</k\t></x:k>&deep;<k></k></r>\n<!--end-->";
 
-TEST(EveryTruncatedPrefix, agrees_with_the_reference)
+TEST(EveryTruncatedPrefix, matches_the_reference)
 {
     const QByteArray unquoted = QByteArray(everyConstruct).replace("k='<k>'", "k='&lt;k>'");
     int found = 0;

@@ -163,9 +163,10 @@ protected:
     {
         const Finished finished = start({"-", "k", option}, GetParam().xml);
         EXPECT_EQ(finished.out, bytes ? std::string(bytes) + "\n" : "");
-        EXPECT_EQ(finished.err, bytes ? ""
-                                      : "zk_xml: -: cannot extract element k: its " + std::string(tag) +
-                                            " tag is not plain, or the file is not ASCII up to its end\n");
+        EXPECT_EQ(finished.err, bytes
+                                    ? ""
+                                    : "zk_xml: -: cannot extract element k: its " + std::string(tag) +
+                                          " tag has more than the name, or a character before its end is not ASCII\n");
         EXPECT_EQ(finished.status, bytes ? 0 : 2);
     }
 };
@@ -191,7 +192,7 @@ INSTANTIATE_TEST_SUITE_P(ZkXml, Extract,
         Extracted{"not_ascii_inside", "<r><k>\xc3\xa9</k></r>", nullptr, nullptr},
         Extracted{"not_ascii_after", "<r><k>1</k>\xc3\xa9</r>", "<k>1</k>", "1"},
         Extracted{"byte_order_mark", "\xef\xbb\xbf<r><k>1</k></r>", nullptr, nullptr},
-        // Nine bytes too early is the commented element, which is an element named k as well.
+        // The counted position is nine bytes too early, where the comment has an element k, too.
         Extracted{
             "shift_onto_a_comment", "<r><!--<k>1</k>-->\xe2\x82\xac\xe2\x82\xac\xc3\xa9<k>2</k></r>", nullptr, nullptr},
         Extracted{"malformed_after_it", "<r><k>1</k><junk", "<k>1</k>", "1"}),

@@ -22,11 +22,10 @@ enum Status
 };
 
 constexpr char description[] =
-    "Names the Linux release, says whether it is supported, and prints the command that installs the missing "
-    "packages.\n"
+    "Shows the Linux release and whether it is supported, and prints the command that installs missing packages.\n"
     "\n"
     "Exit status: 0 the release is supported and no package is missing, 1 it is not supported or packages are missing\n"
-    "(run the program again once they are installed), 2 everything else.";
+    "(run the program again after installing them), 2 everything else.";
 
 Status complain(const char* message)
 {
@@ -51,7 +50,8 @@ ssize_t writeThrough(void* isWritten, const char* bytes, std::size_t size)
     return std::max<ssize_t>(write(STDOUT_FILENO, bytes, size), 0); // a stream expects 0 for an error
 }
 
-// CheckPrerequisites has no result: it prints if packages are missing. So it gets a standard output that notices.
+// CheckPrerequisites returns nothing, but it prints only if packages are missing. So standard output becomes a stream
+// that records whether anything is written.
 bool packagesAreMissing(int argc, char** argv)
 {
     bool isWritten = false;
@@ -127,7 +127,7 @@ int main(int argc, char** argv)
             QStringLiteral("Assume this distribution instead of detecting it: "
                            "rhel, fedora, rocky, alma, debian, ubuntu, mint, suse or arch."),
             QStringLiteral("name")},
-        {QStringLiteral("verbose"), QStringLiteral("Trace on standard error what /etc/os-release says.")},
+        {QStringLiteral("verbose"), QStringLiteral("Print what was detected to standard error.")},
     });
     try {
         return run(parser, argc, argv);

@@ -1,4 +1,4 @@
-// Shows an element of an XML file, or prints the document with an edit at that element.
+// Shows an element of an XML file, or prints the document after an edit of that element.
 #include "osrelease/osrelease.h"
 #include "xml/kqxml.h"
 
@@ -59,8 +59,8 @@ QDomElement find(const Request& r, const QDomDocument& document)
     return element.isNull() ? throw noElement(r) : element;
 }
 
-// ExtractElement takes every character for one byte and every tag for a plain one. The first holds in the bytes before
-// the first that is not ASCII; the second shows in the extracted element.
+// ExtractElement assumes one byte per character and tags that contain only the name. So this passes only the bytes
+// before the first one that is not ASCII, and checks the tags of the extracted element.
 QByteArray extract(const Request& r, bool contentOnly)
 {
     const auto isAscii = [](unsigned char c) { return c > 0 && c < 0x80; };
@@ -70,10 +70,9 @@ QByteArray extract(const Request& r, bool contentOnly)
     if (contentOnly ? element.endsWith("</" + tag) : element.startsWith('<' + tag))
         return contentOnly ? KQXml::ExtractElement(ascii, r.tag, true) : element;
     if (!KQXml::ExtractElement(r.xml, r.tag, contentOnly).isNull())
-        throw Failure{Trouble,
-            QStringLiteral(
-                "%1: cannot extract element %2: its %3 tag is not plain, or the file is not ASCII up to its end")
-                .arg(r.file, r.tag, QLatin1String(contentOnly ? "end" : "start"))};
+        throw Failure{Trouble, QStringLiteral("%1: cannot extract element %2: its %3 tag has more than the name, or a "
+                                              "character before its end is not ASCII")
+                                   .arg(r.file, r.tag, QLatin1String(contentOnly ? "end" : "start"))};
     parse(r, true); // throws if the file is not well-formed
     throw noElement(r);
 }
@@ -102,19 +101,19 @@ QByteArray written(const QDomDocument& document)
     return xml.trimmed();
 }
 
-// Returns the text of the document without white space, because the parser drops text that is nothing else.
+// Returns the text of the document without white space, because the parser drops text that is only white space.
 QString text(const QDomDocument& document)
 {
     return document.documentElement().text().simplified().remove(QLatin1Char(' '));
 }
 
-// Qt accepts names and texts that XML forbids, or drops parts of them, so an edit counts only if it is in the document
-// and the document reads back as it was written.
+// Qt accepts names and texts that XML forbids, or drops parts of them. So this checks that the edit is in the document
+// and that the document reads back unchanged.
 QByteArray edited(const Request& r, const QDomDocument& document, const QString& tag, bool isStored)
 {
     const QByteArray xml = written(document);
     QDomDocument readBack;
-    const bool isDecoded = !r.value.contains(QChar::ReplacementCharacter); // the argument was not UTF-8 otherwise
+    const bool isDecoded = !r.value.contains(QChar::ReplacementCharacter); // else the argument was not UTF-8
     const bool isSame = readBack.setContent(xml) && text(readBack) == text(document) &&
                         readBack.elementsByTagName(tag).size() == document.elementsByTagName(tag).size();
     if (!isStored || !isDecoded || !isSame)
@@ -174,10 +173,11 @@ constexpr Action actions[] = {
 };
 
 constexpr char description[] =
-    "Shows the first element TAG of an XML file, or prints the document with an edit there.\n\n"
-    "--element and --content print bytes of the file: of the element that ends first, whose name is compared without\n"
-    "its prefix. They fail if a character before its end is not ASCII, --element also if it has attributes. The other\n"
-    "options look below the root and compare the name as written. An edited document is printed in UTF-8.\n\n"
+    "Shows the first element TAG of an XML file, or prints the document after an edit of that element.\n\n"
+    "--element and --content print the bytes of the first such element that ends, and compare the name without its\n"
+    "prefix. They fail if a character before the end of the element is not ASCII. --element also fails if the element\n"
+    "has attributes. The other options search below the root and compare the name as written. An edited document is\n"
+    "printed in UTF-8.\n\n"
     "Exit status: 0 done, 1 no such element, attribute or text, 2 everything else.";
 
 QByteArray contents(const QString& name)

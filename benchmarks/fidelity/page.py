@@ -100,9 +100,9 @@ def section(figures):
 Each candidate loads a file, changes one plain value and writes the file back. The result is compared with the same
 file in which only the bytes of the value are replaced.
 
-The {figures["files"]} files are those settings files of {len(figures["packages"])} Debian packages that have a key
-with a plain value below a header; `benchmarks/fidelity/files.py` lists the packages and has the rules. In each file the
-first, the middle and the last such key is edited, each in a fresh copy: {figures["edits"]:,} edits.
+The {figures["files"]} files are settings files of {len(figures["packages"])} Debian packages. Each has a key with a
+plain value below a header; `benchmarks/fidelity/files.py` lists the packages and has the rules. In each file the first,
+the middle and the last such key is edited, each in a fresh copy: {figures["edits"]:,} edits.
 
 - A file is **refused** if an edit was refused and left the file unchanged. It is **kept** if every edit changed only
   the value. Otherwise it is **changed**.

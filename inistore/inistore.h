@@ -86,8 +86,8 @@ Q_DECLARE_TYPEINFO(INISection, Q_RELOCATABLE_TYPE);
 /// lines.
 ///
 /// Memory: the texts of a loaded document share small blocks. A value that outlives its store keeps its whole block, at
-/// most 224 bytes of text. A value longer than half a block has its own memory. To keep less, copy the characters:
-/// `QString(value.constData(), value.size())`.
+/// most 224 bytes of text; an `m_raw` keeps at most 512. A text longer than half a block has its own memory. To keep
+/// less, copy the characters: `QString(value.constData(), value.size())`.
 ///
 /// Threads: one thread at a time may use a store. A value is an ordinary QString: several threads may each copy,
 /// change and release values of the same document.
@@ -111,7 +111,7 @@ public:
     /// permission counts as absent. Any contents are accepted. A read error in the middle of the file is not reported:
     /// the result is true and the lines before it are kept.
     ///
-    /// Cost: one pass over the file, which may be a pipe, with about one allocation for every two lines.
+    /// Cost: one pass over the file, which may be a pipe. Most lines take no allocation of their own.
     bool Open(QString const& path);
 
     /// Returns the index in `m_sections` of the first section called `section`, or -1 if there is none.
@@ -126,7 +126,7 @@ public:
     ///     // "[net]\nport = 80\nPORT=81\n"
     ///     store.GetValues(QStringLiteral("net"), QStringLiteral("port")); // {"80", "81"}
     ///
-    /// Cost: one scan of the section and one allocation for the list. The values share their memory with the lines.
+    /// Cost: one scan of the section. The values share their memory with the lines; only the list is allocated.
     QStringList GetValues(QString const& section, QString const& key);
 
     /// Adds the line `key = value` after the first run of lines with `key`. If there is none, adds it at the end of the
@@ -141,9 +141,9 @@ public:
     /// `m_raw` of that line first.
     ///
     /// **Warning**: the line is `QStringLiteral("%1 = %2%3").arg(key).arg(value).arg(s_newline)` and a new header is
-    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`, so a place marker in an argument is replaced too: `%1`
-    /// to `%99`, `%L1`, the `%02` of `%02d`, and digits of other scripts. To add such a text to an existing section,
-    /// add the record yourself:
+    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`, so a place marker in an argument is replaced too: `%0` to
+    /// `%3` in a key or a value, `%0` to `%2` in a section name, also as `%L1`, as the `%02` of `%02d` and, in many
+    /// versions of Qt, with digits of other scripts. To add such a text to an existing section, add the record yourself:
     ///
     ///     const QString text = key + QLatin1String(" = ") + value + INIStore::s_newline;
     ///     store.m_sections[store.GetSection(section)].m_lines.append(INILine(key, value, text.toUtf8()));

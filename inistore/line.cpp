@@ -46,8 +46,10 @@ QStringView inistore::LineParser::decode(std::string_view bytes)
     m_ascii.resize(size);
     char16_t* end = m_ascii.data();
     char16_t seen = 0;
-    for (const char byte : bytes)
-        seen |= * end++ = static_cast<unsigned char>(byte);
+    for (const char byte : bytes) {
+        *end = static_cast<unsigned char>(byte);
+        seen |= *end++;
+    }
     if (seen < 0x80)
         return m_ascii;
     return m_decoded = QString::fromUtf8(bytes.data(), size);

@@ -3,6 +3,7 @@
 #include "inistore/textpool_p.h"
 #include "support/random.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 #include <optional>
@@ -76,6 +77,8 @@ TEST(TextPool, stays_usable_when_an_allocation_fails)
     EXPECT_EQ(before, Text("before"));
     EXPECT_EQ(after, Text("after"));
     EXPECT_EQ(after.constData() - before.constData(), 7);
+    // By now the block is full, which the failure must not have hidden: a new block starts.
+    EXPECT_EQ(pool.copy(u"next").capacity(), 2 * (14 + 4 + 1));
 }
 
 TEST(TextPool, copies_outlive_the_pool)
@@ -95,7 +98,7 @@ void change(Random& random, TextType& text, const TextType& copy)
 {
     const qsizetype position = random.below(text.size() + 1);
     const qsizetype length = random.below(text.size() - position + 1);
-    switch (random.below(12)) {
+    switch (random.below(14)) {
     case 0:
         text.append(copy);
         break;
@@ -128,6 +131,13 @@ void change(Random& random, TextType& text, const TextType& copy)
         break;
     case 10:
         text = copy + text;
+        break;
+    case 11:
+        text.clear();
+        break;
+    case 12:
+        text.resize(text.size() + position);
+        std::fill(text.end() - position, text.end(), typename TextType::value_type(u'x'));
         break;
     default:
         text.chop(position);
@@ -208,11 +218,14 @@ TEST_F(Settings, a_kept_value_keeps_only_a_small_block)
         document += "option" + std::to_string(i) + " = value of section " + std::to_string(i) + '\n';
     given(document);
     qsizetype largest = 0;
+    qsizetype largestRaw = 0;
     for (const INILine& line : store.m_sections.at(1).m_lines) {
         largest = std::max(largest, line.m_value.capacity());
+        largestRaw = std::max(largestRaw, line.m_raw.capacity());
         EXPECT_LE((line.m_value + QStringLiteral("/x")).capacity(), 2 * 112);
     }
     EXPECT_EQ(largest, 112);
+    EXPECT_EQ(largestRaw, 512);
 }
 
 } // namespace

@@ -169,6 +169,13 @@ TEST_F(Writing, accepts_its_own_message_as_a_name)
     EXPECT_EQ(store.m_lastError, Text("Error writing to name, file only partially written"));
 }
 
+TEST_F(Writing, takes_bytes_that_no_nul_follows)
+{
+    const char bytes[] = {'k', '=', '1', 'x'};
+    store.m_sections[0].m_lines.append(INILine(Text("k"), Text("1"), QByteArray::fromRawData(bytes, 3)));
+    thenFileIs("k=1");
+}
+
 TEST_F(Writing, stops_at_a_nul_byte_in_a_line)
 {
     given("a=1\nk=v\0rest\nb=2\n"s);
@@ -373,6 +380,14 @@ TEST_F(WritingSections, failure_replaces_an_earlier_message)
     store.m_lastError = Text("earlier");
     EXPECT_FALSE(store.WriteSections(file, Text("name")));
     EXPECT_EQ(exactly(store.m_lastError), exactly(Text("Error writing to name, file only partially written")));
+}
+
+TEST_F(WritingSections, takes_its_own_message_for_a_name)
+{
+    given("k=\0"s);
+    store.m_lastError = Text("name");
+    EXPECT_FALSE(store.WriteSections(file, store.m_lastError));
+    EXPECT_EQ(store.m_lastError, Text("Error writing to name, file only partially written"));
 }
 
 TEST_F(WritingSections, empty_header_and_empty_line_write_nothing_and_succeed)

@@ -204,6 +204,9 @@ INSTANTIATE_TEST_SUITE_P(Markers, EditOf,
         {"second_in_the_value_becomes_the_newline", "", {append("", "k", "%2")}, "k = \n%3"},
         {"third_in_the_value_becomes_the_newline", "", {append("", "k", "%3")}, "k = \n\n"},
         {"higher_one_in_the_value_stays", "", {append("", "k", "%4")}, "k = %4\n"},
+        {"percent_escapes_in_the_value_stay", "", {append("", "k", "a%20b%99")}, "k = a%20b%99\n"},
+        {"zero_in_the_value_becomes_the_newline", "", {append("", "k", "%0")}, "k = \n%3"},
+        {"format_in_the_value_becomes_the_newline", "", {append("", "k", "%02d")}, "k = \nd%3"},
         {"percent_signs_without_a_number_stay", "", {append("", "100%", "% %%x")}, "100% = % %%x\n"},
         {"first_in_the_section_becomes_the_newline", "", {append("%1", "k", "v")}, "[\n]%2k = v\n"},
         {"second_in_the_section_becomes_the_newline", "", {append("%2", "k", "v")}, "[\n]\nk = v\n"},
@@ -497,6 +500,18 @@ TEST_F(Editing, append_arguments_may_be_references_into_the_growing_section)
         store.PrependKey(section().m_name, section().m_lines.at(0).m_key, section().m_lines.at(0).m_value);
     }
     EXPECT_EQ(store.GetValues(Text("s"), Text("k")), QStringList(81, Text("v")));
+}
+
+TEST_F(Editing, append_arguments_may_be_references_into_the_growing_document)
+{
+    given("[0]\nk=v\n");
+    // Each call adds a section, which may move those before it and their names.
+    for (int i = 1; i < 40; ++i) {
+        const INISection& last = store.m_sections.constLast();
+        store.AppendKey(QString::number(i), last.m_name, last.m_lines.constFirst().m_value);
+        const std::string key = std::to_string(i - 1);
+        thenLineIs(i + 1, 0, Text(key), Text("v"), key + " = v\n");
+    }
 }
 
 TEST_F(Editing, touches_no_file)

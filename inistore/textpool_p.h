@@ -40,7 +40,8 @@ public:
 private:
     using Character = std::remove_pointer_t<decltype(std::declval<Text&>().data_ptr().data())>;
 
-    // The first blocks are small, because many documents are. If the allocation throws, the pool is unchanged.
+    // The first blocks are small because many documents are. The allocation comes before the assignments: if it throws,
+    // the pool stays as it was.
     void startBlock(qsizetype size)
     {
         const qsizetype capacity = std::min(blockSize, 2 * (m_block.capacity() + size + 1));

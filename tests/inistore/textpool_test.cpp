@@ -77,7 +77,7 @@ TEST(TextPool, stays_usable_when_an_allocation_fails)
     EXPECT_EQ(before, Text("before"));
     EXPECT_EQ(after, Text("after"));
     EXPECT_EQ(after.constData() - before.constData(), 7);
-    // By now the block is full, which the failure must not have hidden: a new block starts.
+    // By now the block is full, so a new one starts.
     EXPECT_EQ(pool.copy(u"next").capacity(), 2 * (14 + 4 + 1));
 }
 

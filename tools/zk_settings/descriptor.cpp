@@ -2,24 +2,43 @@
 
 #include "failure.h"
 
+#include <charconv>
 #include <fcntl.h>
-#include <regex>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// /dev/stdout and /dev/fd/N are links that lead here, too.
+bool isDescriptor(const fs::path& path)
+{
+    std::error_code ignored; // a folder that is missing is not the same
+    return fs::equivalent(path.parent_path(), "/proc/self/fd", ignored);
+}
+
+} // namespace
+
+std::string withoutLinks(const std::string& name)
+{
+    constexpr int mostLinks = 40; // as the system follows
+    fs::path path = name;
+    std::error_code ignored; // what is wrong with the path shows when it is opened
+    for (int i = 0; i < mostLinks && !isDescriptor(path) && fs::is_symlink(path, ignored); ++i)
+        path = path.parent_path() / fs::read_symlink(path, ignored);
+    return path;
+}
 
 std::optional<int> namedDescriptor(const std::string& name, int standard)
 {
     if (name == "-")
         return standard;
-    if (name == "/dev/stdin")
-        return STDIN_FILENO;
-    if (name == "/dev/stdout")
-        return STDOUT_FILENO;
-    if (name == "/dev/stderr")
-        return STDERR_FILENO;
-    static const std::regex numbered("/(?:dev|proc/self)/fd/([0-9]{1,7})");
-    std::smatch match;
-    if (!std::regex_match(name, match, numbered))
-        return std::nullopt;
-    return std::stoi(match[1]);
+    const fs::path path = withoutLinks(name);
+    const std::string number = path.filename();
+    int descriptor = -1;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), descriptor);
+    const bool isNumber = error == std::errc() && end == number.data() + number.size() && descriptor >= 0;
+    return isNumber && isDescriptor(path) ? std::optional(descriptor) : std::nullopt;
 }
 
 void occupyStandardDescriptors()

@@ -38,6 +38,9 @@ private:
     int m_number;
 };
 
+/// Follows symbolic links at the end of the path, also one to a file that does not exist yet. Stops at a descriptor.
+std::string withoutLinks(const std::string& name);
+
 /// Returns the descriptor that a name such as /dev/stdout or /dev/fd/3 stands for, `standard` for "-", and nothing for
 /// the name of a file. Such a descriptor is used as it is, at its offset; opening the name would open its file anew.
 std::optional<int> namedDescriptor(const std::string& name, int standard);

@@ -17,17 +17,6 @@ namespace {
 
 constexpr char changedMeanwhile[] = "cannot replace: another program has changed it";
 
-// Follows the links that the file's own name is, also one that leads nowhere yet.
-std::string withoutLinks(const std::string& name)
-{
-    constexpr int mostLinks = 40; // as the system follows
-    fs::path path = name;
-    std::error_code ignored; // what is wrong with the path shows when it is opened
-    for (int i = 0; i < mostLinks && fs::is_symlink(path, ignored); ++i)
-        path = path.parent_path() / fs::read_symlink(path, ignored);
-    return path;
-}
-
 bool isSameState(const struct stat& a, const struct stat& b)
 {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&

@@ -101,10 +101,11 @@ void report(const std::string& file, int line, const std::string& text)
     throw Failure{Trouble, problem + "; see zk_settings --help"};
 }
 
+// A replacement character is what any byte that is not UTF-8 decodes to, so it would match lines that do not contain it.
 QString decoded(const std::string& operand)
 {
     const QString text = QString::fromStdString(operand);
-    if (text.toStdString() != operand)
+    if (text.toStdString() != operand || text.contains(QChar::ReplacementCharacter))
         throw Failure{Trouble, "the argument '" + operand + "' holds a character that cannot be represented"};
     return text;
 }

@@ -17,17 +17,16 @@ bool g_kq_verbose = false;
 
 namespace {
 
-// What the command line says. Text stays as bytes up to where the document needs it.
+// The command line. Text stays as bytes until the document needs it.
 struct Call
 {
     std::vector<std::string> operands;
+    std::string letters; // of the options
     std::string output;
     std::chrono::seconds wait{10};
-    bool create = false;
-    bool force = false;
-    bool null = false;
 
     const std::string& file() const { return operands[0]; }
+    bool has(char letter) const { return letters.find(letter) != letters.npos; }
 };
 
 using Edit = void (Document::*)(const Request& request);
@@ -81,7 +80,9 @@ constexpr char introduction[] = "usage: zk_settings COMMAND [OPTION]... FILE [SE
 constexpr char notes[] =
     "SECTION and KEY match without regard to case; SECTION '' is what stands above the first header.\n"
     "FILE '-' is standard input, and the edited document then goes to standard output.\n"
-    "Options stand before FILE or behind the last operand, so a VALUE may begin with '-'.\n"
+    "Options come before FILE or last, so a VALUE may begin with '-'. The optional VALUE of remove and SECTION of "
+    "list\n"
+    "may too, after '--'.\n"
     "An edit is written to a new file, which is renamed over the old one. A file with several hard links, or in a\n"
     "folder that may not be written, is written in place: a crash or a reader may then meet half of it.\n"
     "Exit status: 0 done, 1 no such section, key or value, 2 everything else.\n";
@@ -101,7 +102,8 @@ void report(const std::string& file, int line, const std::string& text)
     throw Failure{Trouble, problem + "; see zk_settings --help"};
 }
 
-// A replacement character is what any byte that is not UTF-8 decodes to, so it would match lines that do not contain it.
+// A replacement character is what any byte that is not UTF-8 decodes to, so it would match lines that do not contain
+// it.
 QString decoded(const std::string& operand)
 {
     const QString text = QString::fromStdString(operand);
@@ -115,7 +117,7 @@ QByteArray readSource(const Call& call)
     if (const auto descriptor = namedDescriptor(call.file(), STDIN_FILENO))
         return readAll(*descriptor, call.file());
     const Descriptor file(open(call.file().c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen() && errno == ENOENT && call.create)
+    if (!file.isOpen() && errno == ENOENT && call.has('c'))
         return {};
     if (!file.isOpen())
         throw systemFailure(call.file(), "open");
@@ -141,13 +143,13 @@ void print(const Command& command, const Call& call)
     Document document(readSource(call));
     QByteArray bytes;
     for (const QString& text : command.print(call, document))
-        bytes += text.toUtf8() + (call.null ? '\0' : '\n');
+        bytes += text.toUtf8() + (call.has('n') ? '\0' : '\n');
     writeAll(STDOUT_FILENO, bytes, "standard output");
 }
 
 QByteArray edited(const Command& command, const Call& call, const QByteArray& source)
 {
-    Request request{decoded(call.operands[1]), decoded(call.operands[2]), {}, call.operands.size() > 3, call.force};
+    Request request{decoded(call.operands[1]), decoded(call.operands[2]), {}, call.operands.size() > 3, call.has('f')};
     if (request.hasValue)
         request.value = decoded(call.operands[3]);
     if (request.key.isEmpty())
@@ -197,7 +199,7 @@ void edit(const Command& command, const Call& call)
     if (!call.output.empty() && isDevice(call.output))
         return editToDevice(command, call);
     LockedFile file(call.output.empty() ? call.file() : call.output, call.wait);
-    const bool isSource = call.output.empty() && (file.exists() || call.create);
+    const bool isSource = call.output.empty() && (file.exists() || call.has('c'));
     file.replace(edited(command, call, isSource ? file.bytes() : readSource(call)));
 }
 
@@ -218,37 +220,42 @@ std::string help()
 
 std::chrono::seconds seconds(const std::string& text)
 {
-    unsigned short number = 0;
+    unsigned number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size())
-        failUsage("'" + text + "' is not a number of seconds");
+        failUsage("--wait takes a number of seconds, not '" + text + '\'');
     return std::chrono::seconds(number);
 }
 
-// Takes the options up to the first operand, and returns their letters.
-std::string takeOptions(int argc, char** argv, Call& call)
+// An empty name comes from a variable that is not set.
+std::string outputName(const std::string& name)
+{
+    if (name.empty())
+        failUsage("--output takes the name of a file");
+    return name;
+}
+
+// Takes the options up to the next operand.
+void takeOptions(int argc, char** argv, Call& call)
 {
     std::vector<option> names;
     for (const Option& entry : options)
         names.push_back(entry.name);
     names.push_back({});
 
-    std::string letters;
-    for (int letter; (letter = getopt_long(argc, argv, "+", names.data(), nullptr)) != -1;) {
-        letters += static_cast<char>(letter);
+    while (optind < argc) { // at the end, getopt_long would go back to what follows a "--"
+        const char* const word = argv[optind];
+        const int letter = getopt_long(argc, argv, "+", names.data(), nullptr);
+        if (letter == -1)
+            return;
         if (letter == '?')
-            failUsage(std::string("unknown or incomplete option '") + argv[optind - 1] + '\'');
-        call.create = call.create || letter == 'c';
-        call.force = call.force || letter == 'f';
-        call.null = call.null || letter == 'n';
+            failUsage(std::string("unknown or incomplete option '") + word + '\'');
+        call.letters += static_cast<char>(letter);
         if (letter == 'o')
-            call.output = optarg;
-        if (letter == 'o' && call.output.empty()) // as from a variable that was not set
-            failUsage("--output has an empty name");
+            call.output = outputName(optarg);
         if (letter == 'w')
             call.wait = seconds(optarg);
     }
-    return letters;
 }
 
 const Command& takeCommand(int argc, char** argv)
@@ -261,40 +268,48 @@ const Command& takeCommand(int argc, char** argv)
     failUsage(name.empty() ? "a command is needed" : "there is no command '" + name + '\'');
 }
 
-// As they are, whatever they look like.
-std::vector<std::string> takeOperands(int argc, char** argv, const Command& command)
+// Takes words as they are until there are `count` operands.
+void takeOperands(int argc, char** argv, std::size_t count, std::vector<std::string>& operands)
 {
-    std::vector<std::string> operands;
-    while (optind < argc && operands.size() < command.most)
+    while (optind < argc && operands.size() < count)
         operands.push_back(argv[optind++]);
-    return operands;
 }
 
-bool printText(const std::string& letters)
+bool printText(const Call& call)
 {
-    const std::size_t found = letters.find_first_of("hv");
-    if (found == letters.npos)
+    if (!call.has('h') && !call.has('v'))
         return false;
-    const std::string text = letters[found] == 'h' ? help() : "zk_settings " ZK_SETTINGS_VERSION "\n";
+    const std::string text = call.has('h') ? help() : "zk_settings " ZK_SETTINGS_VERSION "\n";
     writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
     return true;
 }
 
+void checkOptions(const Command& command, const Call& call)
+{
+    for (const Option& entry : options) {
+        const auto letter = static_cast<char>(entry.name.val);
+        if (call.has(letter) && std::strchr(command.options, letter) == nullptr)
+            failUsage(std::string(command.name) + " does not take --" + entry.name.name);
+    }
+}
+
 void run(int argc, char** argv, Call& call)
 {
-    std::string letters = takeOptions(argc, argv, call);
-    if (printText(letters))
+    takeOptions(argc, argv, call);
+    if (printText(call))
         return;
     const Command& command = takeCommand(argc, argv);
-    letters += takeOptions(argc, argv, call);
-    if (printText(letters))
+    takeOptions(argc, argv, call);
+    if (printText(call))
         return;
-    const std::vector<std::string> operands = takeOperands(argc, argv, command);
-    letters += takeOptions(argc, argv, call);
+    std::vector<std::string> operands;
+    takeOperands(argc, argv, command.fewest, operands);
+    takeOptions(argc, argv, call); // an optional operand that looks like one comes after "--"
+    takeOperands(argc, argv, command.most, operands);
+    takeOptions(argc, argv, call);
     if (operands.size() < command.fewest || optind < argc)
         failUsage(std::string(command.name) + " takes " + command.operands);
-    if (letters.find_first_not_of(command.options) != letters.npos)
-        failUsage(std::string(command.name) + " does not take one of the options");
+    checkOptions(command, call);
 
     call.operands = operands;
     command.edit ? edit(command, call) : print(command, call);

@@ -39,3 +39,5 @@ expect 'top' get f '' ''
 expect 'Key kind other' get f 'a b' ''
 expect 'kind' get f 'a b' k
 expect '' get missing ''
+[ -p pipe ] || mkfifo pipe
+expect '' get pipe ''

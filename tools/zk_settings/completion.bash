@@ -15,7 +15,10 @@ _zk_settings()
     [01]-*) mapfile -t names < <("$1" --help | sed -n 's/^  \(--[a-z]*\) .*/\1/p') ;;
     0*) mapfile -t names < <("$1" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p') ;;
     1*) return ;; # the shell completes FILE
-    [23]*) mapfile -t names < <("$1" list "${operands[@]:1}" 2>/dev/null) ;;
+    [23]*)
+        # A pipe would be waited for.
+        [[ ! -f ${operands[1]} ]] || mapfile -t names < <("$1" list "${operands[@]:1}" 2>/dev/null)
+        ;;
     esac
     compopt +o default 2>/dev/null
     COMPREPLY=()

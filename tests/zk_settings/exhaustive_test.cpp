@@ -27,9 +27,9 @@ QStringList valuesIn(const QByteArray& bytes)
     }
 }
 
-bool hasDoubt(const QByteArray& bytes)
+bool isAmbiguous(const QByteArray& bytes)
 {
-    return !Document(bytes).doubtfulLines(QString(), key).empty();
+    return !Document(bytes).ambiguousLines(QString(), key).empty();
 }
 
 // A key that is there changes and changes back; one that is not comes and goes, but ends a last line before it.
@@ -61,7 +61,7 @@ TEST(EveryShortDocument, is_edited_in_the_value_alone_or_refused)
     for (int length = 0; length <= longest; ++length) {
         QList<QByteArray> longer;
         for (const QByteArray& bytes : documents) {
-            if (hasDoubt(bytes)) {
+            if (isAmbiguous(bytes)) {
                 EXPECT_TRUE(bytes.contains(';'));
                 ++refusals;
             } else {

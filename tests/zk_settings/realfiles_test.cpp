@@ -59,7 +59,7 @@ struct Counts
 // Sets the key's value and sets it back. A document that refused is not used again.
 bool changesOnly(const QByteArray& bytes, const QString& section, const QString& key, std::optional<Document>& document)
 {
-    const bool isDoubtful = !document->doubtfulLines(section, key).empty();
+    const bool isAmbiguous = !document->ambiguousLines(section, key).empty();
     try {
         QStringList values = document->values(section, key);
         const QString old = values.first();
@@ -72,7 +72,7 @@ bool changesOnly(const QByteArray& bytes, const QString& section, const QString&
         EXPECT_EQ(document->bytes(), bytes);
         return true;
     } catch (const Failure& failure) {
-        EXPECT_TRUE(isDoubtful || failure.text == "the line is not UTF-8") << failure.text;
+        EXPECT_TRUE(isAmbiguous || failure.text == "not valid UTF-8") << failure.text;
         document.emplace(bytes);
         return false;
     }
@@ -92,7 +92,7 @@ void tryFile(const std::string& path, Counts& counts)
         }
         ++counts.files;
     } catch (const Failure& failure) {
-        EXPECT_TRUE(bytes.contains('\0') || failure.text == "the line is not UTF-8") << path << ": " << failure.text;
+        EXPECT_TRUE(bytes.contains('\0') || failure.text == "not valid UTF-8") << path << ": " << failure.text;
         ++counts.unreadable;
     }
 }

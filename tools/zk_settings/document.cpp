@@ -4,16 +4,16 @@
 #include "failure.h"
 
 #include <QRegularExpression>
+#include <QSet>
 
 #include <algorithm>
 #include <limits>
-#include <set>
 #include <sys/mman.h>
 
 namespace {
 
 constexpr char byteOrderMark[] = "\xef\xbb\xbf";
-constexpr qsizetype header = -1; // the place of a section's header among its lines
+constexpr qsizetype header = -1; // the index of a section's header, before that of its first line
 constexpr int everyLine = std::numeric_limits<int>::max();
 
 bool isSame(const QString& a, const QString& b)
@@ -21,7 +21,7 @@ bool isSame(const QString& a, const QString& b)
     return a.compare(b, Qt::CaseInsensitive) == 0;
 }
 
-// The store reads files by path alone. This one has none but its descriptor's, so it is never on a disk.
+// The store reads only files that have a path, so this gives the bytes one without writing them to a disk.
 void load(INIStore& store, const QByteArray& bytes)
 {
     const Descriptor memory(memfd_create("zk_settings", MFD_CLOEXEC));
@@ -32,11 +32,16 @@ void load(INIStore& store, const QByteArray& bytes)
         throw Failure{Trouble, "cannot load: is /proc mounted?"};
 }
 
-// A line in the three parts that an edit tells apart.
+QByteArray firstLineEnd(const QByteArray& bytes)
+{
+    const qsizetype end = bytes.indexOf('\n');
+    return end > 0 && bytes.at(end - 1) == '\r' ? "\r\n" : "\n";
+}
+
 struct Parts
 {
-    QByteArray mark;    // a byte-order mark in mid-file, which the store passes over
-    QString text;       // up to the comment, or to the end
+    QByteArray mark;    // the store ignores a byte-order mark in any line
+    QString text;       // up to the comment, or to the end of the line
     QByteArray comment; // from its ';'
 };
 
@@ -48,120 +53,99 @@ Parts partsOf(const QByteArray& raw)
     return {raw.left(start), QString::fromUtf8(raw.mid(start, end - start)), raw.mid(end)};
 }
 
-bool isDoubtful(const Parts& parts)
+bool isAmbiguous(const Parts& parts)
 {
     return !parts.comment.isEmpty() && !parts.text.isEmpty() && !parts.text.back().isSpace();
 }
 
-bool isDoubtful(const QByteArray& raw)
+bool isAmbiguous(const QByteArray& raw)
 {
-    return raw.contains(';') && isDoubtful(partsOf(raw));
+    return raw.contains(';') && isAmbiguous(partsOf(raw));
 }
 
-// The names that a doubtful line has for a reader who takes no character along with the ';', or who takes it as text.
-QString doubtfulKey(const QByteArray& raw)
+// The key of an ambiguous line, if the comment starts at the ';'.
+QString possibleKey(const QByteArray& raw)
 {
     const QString text = partsOf(raw).text;
     return text.contains(u'=') ? text.section(u'=', 0, 0).trimmed() : QString();
 }
 
-QString doubtfulHeader(const QByteArray& raw)
+// The section of an ambiguous line, if the ';' belongs to the text or the comment starts at it.
+QString possibleSection(const QByteArray& raw)
 {
     static const QRegularExpression brackets(QStringLiteral(R"(^\s*\[([^\]]+)\])"));
     return brackets.match(QString::fromUtf8(raw)).captured(1);
 }
 
-// Whether a reader may find the key on the line.
 auto mayHave(const QString& key)
 {
     return [key](const INILine& line) {
-        return isSame(line.m_key, key) || (isDoubtful(line.m_raw) && isSame(doubtfulKey(line.m_raw), key));
+        return isSame(line.m_key, key) || (isAmbiguous(line.m_raw) && isSame(possibleKey(line.m_raw), key));
     };
 }
 
-// Decoding replaces what is not UTF-8, so it does not come back.
+// Decoding replaces invalid bytes, so encoding does not restore them.
 bool isUtf8(const QByteArray& raw)
 {
     const Parts parts = partsOf(raw);
     return parts.mark + parts.text.toUtf8() + parts.comment == raw;
 }
 
-qsizetype skipSpace(QStringView text, qsizetype position)
+// How many blanks come before a value that replaces an empty one: all, but a comment keeps one before it.
+qsizetype blanksBefore(QStringView blanks, bool hasComment)
 {
-    while (position < text.size() && text.at(position).isSpace())
-        ++position;
-    return position;
+    if (hasComment)
+        return std::clamp<qsizetype>(blanks.size() - 1, 0, 1);
+    return blanks.size() - blanks.count(u'\r') - blanks.count(u'\n');
 }
 
-// How many of the blanks after the `=` of an empty value come before a new value: all, unless the last has to part it
-// from a comment.
-qsizetype blanksBefore(QStringView text, bool hasComment)
-{
-    const auto isLineEnd = [](QChar c) { return c == u'\r' || c == u'\n'; };
-    const auto end = std::find_if(text.begin(), text.end(), isLineEnd) - text.begin();
-    return hasComment ? std::clamp<qsizetype>(end - 1, 0, 1) : end;
-}
-
-// Replaces the text between the `=` with its blanks, and the comment with the white space before it. In doubt the
-// comment begins at the `;`, and gets a blank before it.
+// An ambiguous comment gets a blank before it, without which it would hide the last character of the value.
 QByteArray withValue(const QByteArray& raw, const QString& value)
 {
-    const Parts parts = partsOf(raw);
-    const QString& text = parts.text;
-    const bool hasComment = !parts.comment.isEmpty();
-    const bool isFlush = isDoubtful(parts);
-
-    qsizetype begin = text.indexOf(u'=') + 1;
-    qsizetype end = text.size();
-    while (!isFlush && end > begin && text.at(end - 1).isSpace())
-        --end;
-    if (end == begin && !isFlush)
-        begin = end = begin + blanksBefore(QStringView(text).mid(begin), hasComment);
-    else
-        begin = std::min(skipSpace(text, begin), end);
-
-    const QString blank = isFlush ? QStringLiteral(" ") : QString();
-    return parts.mark + (text.left(begin) + value + blank + text.mid(end)).toUtf8() + parts.comment;
+    Parts parts = partsOf(raw);
+    const qsizetype start = parts.text.indexOf(u'=') + 1;
+    const QStringView rest = QStringView(parts.text).sliced(start);
+    const QStringView old = rest.trimmed();
+    const qsizetype blanks = old.isEmpty() ? blanksBefore(rest, !parts.comment.isEmpty()) : rest.indexOf(old.front());
+    const qsizetype oldSize = old.size();
+    const QString blank = isAmbiguous(parts) ? QStringLiteral(" ") : QString();
+    parts.text.replace(start + blanks, oldSize, value + blank);
+    return parts.mark + parts.text.toUtf8() + parts.comment;
 }
 
-bool isKeyLine(const INILine& line)
+bool hasKey(const INILine& line)
 {
     return !line.m_key.isEmpty();
 }
 
 const INILine* firstKeyLine(const INISection& section)
 {
-    const auto found = std::find_if(section.m_lines.begin(), section.m_lines.end(), isKeyLine);
+    const auto found = std::find_if(section.m_lines.begin(), section.m_lines.end(), hasKey);
     return found == section.m_lines.end() ? nullptr : &*found;
 }
 
-QByteArray lineEndOf(const QByteArray& raw)
+bool isBlank(const INILine& line)
 {
-    return raw.endsWith("\r\n") ? "\r\n" : raw.endsWith('\n') ? "\n" : "";
+    return line.m_raw.trimmed().isEmpty();
 }
 
-QByteArray lineEndOf(const INISection& section)
+// Some programs read text that is neither a key nor a comment as part of the value above.
+qsizetype afterContinuation(const QList<INILine>& lines, qsizetype index)
 {
-    if (!section.m_raw.isEmpty())
-        return lineEndOf(section.m_raw);
-    return section.m_lines.isEmpty() ? QByteArray() : lineEndOf(section.m_lines.first().m_raw);
+    const auto isContinuation = [](const INILine& line) {
+        return line.m_key.isNull() && !isBlank(line) && !QByteArray(";#").contains(line.m_raw.trimmed().front());
+    };
+    return std::find_if_not(lines.begin() + index, lines.end(), isContinuation) - lines.begin();
 }
 
-void endLine(QByteArray& raw, const QByteArray& end)
-{
-    if (!raw.isEmpty() && !raw.endsWith('\n'))
-        raw += end;
-}
-
-// Where a key that the section lacks goes: below its last key. Without one below the comments that follow the header,
-// but those with no blank line before the next header belong to that.
+// Where a new key goes: after the last key. In a section without keys it goes after the first comment; but a comment
+// with no blank line before the next header belongs to that header.
 qsizetype endOfKeys(const INISection& section, bool isLast)
 {
     const QList<INILine>& lines = section.m_lines;
-    const auto last = std::find_if(lines.rbegin(), lines.rend(), isKeyLine);
+    const auto last = std::find_if(lines.rbegin(), lines.rend(), hasKey);
     if (last != lines.rend())
-        return last.base() - lines.begin();
-    const auto isBlank = [](const INILine& line) { return line.m_raw.trimmed().isEmpty(); };
+        return afterContinuation(lines, last.base() - lines.begin());
     const auto blank = std::find_if(lines.begin(), lines.end(), isBlank);
     return blank == lines.end() && !isLast ? 0 : blank - lines.begin();
 }
@@ -169,6 +153,20 @@ qsizetype endOfKeys(const INISection& section, bool isLast)
 bool isSameLine(const INILine& a, const INILine& b)
 {
     return a.m_raw == b.m_raw && a.m_key == b.m_key && a.m_value == b.m_value;
+}
+
+// Each name once, as first written.
+QStringList unique(const QStringList& names)
+{
+    QSet<QString> seen;
+    QStringList result;
+    for (const QString& name : names) {
+        const QString folded = name.toCaseFolded();
+        if (!seen.contains(folded))
+            result.append(name);
+        seen.insert(folded);
+    }
+    return result;
 }
 
 bool hasOuterSpace(const QString& text)
@@ -187,66 +185,55 @@ Failure absent(const Request& request)
 
 struct Reason
 {
-    bool (*holds)(const Request& request);
+    bool (*applies)(const Request& request);
     const char* text;
 };
 
-// Why a document may read back as another, what explains most first.
+// Why a document differs when it is read again. The first that applies explains most.
 constexpr Reason reasons[] = {
-    {[](const Request& r) { return r.value.contains(u'\n'); }, "the value holds a line break"},
-    {[](const Request& r) { return r.value.contains(u';'); }, "the value holds a ';', which begins a comment"},
-    {[](const Request& r) { return hasOuterSpace(r.value); }, "the value begins or ends with a blank, which is lost"},
-    {[](const Request& r) { return r.key.contains(u'\n'); }, "the key holds a line break"},
-    {[](const Request& r) { return r.key.contains(u';'); }, "the key holds a ';', which begins a comment"},
-    {[](const Request& r) { return r.key.contains(u'='); }, "the key holds a '=', which ends it"},
-    {[](const Request& r) { return hasOuterSpace(r.key); }, "the key begins or ends with a blank, which is lost"},
-    {[](const Request& r) { return r.key.startsWith(u'['); }, "the key begins with a '[', which begins a section"},
-    {[](const Request& r) { return r.section.contains(u'\n'); }, "the section holds a line break"},
-    {[](const Request& r) { return r.section.contains(u';'); }, "the section holds a ';', which begins a comment"},
-    {[](const Request& r) { return r.section.contains(u']'); }, "the section holds a ']' bracket, which ends it"},
+    {[](const Request& r) { return r.value.contains(u'\n'); }, "the value contains a line break"},
+    {[](const Request& r) { return r.value.contains(u';'); }, "the value contains a ';', which starts a comment"},
+    {[](const Request& r) { return hasOuterSpace(r.value); }, "the value starts or ends with a blank, which is lost"},
+    {[](const Request& r) { return r.key.contains(u'\n'); }, "the key contains a line break"},
+    {[](const Request& r) { return r.key.contains(u';'); }, "the key contains a ';', which starts a comment"},
+    {[](const Request& r) { return r.key.contains(u'='); }, "the key contains a '=', which ends the key"},
+    {[](const Request& r) { return hasOuterSpace(r.key); }, "the key starts or ends with a blank, which is lost"},
+    {[](const Request& r) { return r.key.startsWith(u'['); }, "the key starts with a '[', which starts a header"},
+    {[](const Request& r) { return r.section.contains(u'\n'); }, "the section contains a line break"},
+    {[](const Request& r) { return r.section.contains(u';'); }, "the section contains a ';', which starts a comment"},
+    {[](const Request& r) { return r.section.contains(u']'); }, "the section contains a ']', which ends the brackets"},
     {[](const Request&) { return true; }, "a character cannot be represented"},
-};
-
-struct Before
-{
-    bool operator()(const QString& a, const QString& b) const { return a.compare(b, Qt::CaseInsensitive) < 0; }
-};
-
-// A list that takes each name once.
-class Names
-{
-public:
-    void add(const QString& name)
-    {
-        if (m_seen.insert(name).second)
-            m_names.append(name);
-    }
-    const QStringList& list() const { return m_names; }
-
-private:
-    std::set<QString, Before> m_seen;
-    QStringList m_names;
 };
 
 } // namespace
 
 Document::Document(const QByteArray& bytes)
     : m_mark(bytes.startsWith(byteOrderMark) ? byteOrderMark : "")
+    , m_lineEnd(firstLineEnd(bytes))
 {
     const qsizetype nul = bytes.indexOf('\0');
     if (nul >= 0)
-        throw Failure{Trouble, "a NUL: this is no settings file", static_cast<int>(bytes.left(nul).count('\n')) + 1};
+        throw Failure{Trouble, "a NUL byte: not a settings file", static_cast<int>(bytes.left(nul).count('\n')) + 1};
     load(m_store, bytes.mid(m_mark.size()));
+}
+
+// All lines in file order. A header has the section's name as its key and no value.
+QList<INILine> Document::lines() const
+{
+    QList<INILine> lines;
+    for (const INISection& section : m_store.m_sections) {
+        if (!section.m_raw.isEmpty())
+            lines.append(INILine(section.m_name, QString(), section.m_raw));
+        lines += section.m_lines;
+    }
+    return lines;
 }
 
 QByteArray Document::bytes() const
 {
     QByteArray bytes = m_mark;
-    for (const INISection& section : m_store.m_sections) {
-        bytes += section.m_raw;
-        for (const INILine& line : section.m_lines)
-            bytes += line.m_raw;
-    }
+    for (const INILine& line : lines())
+        bytes += line.m_raw;
     return bytes;
 }
 
@@ -261,53 +248,58 @@ int Document::lineNumber(qsizetype section, qsizetype line) const
 void Document::requireUtf8(qsizetype section, qsizetype line) const
 {
     const INISection& where = m_store.m_sections.at(section);
-    if (!isUtf8(line < 0 ? where.m_raw : where.m_lines.at(line).m_raw))
-        throw Failure{Trouble, "the line is not UTF-8", lineNumber(section, line)};
+    if (!isUtf8(line == header ? where.m_raw : where.m_lines.at(line).m_raw))
+        throw Failure{Trouble, "not valid UTF-8", lineNumber(section, line)};
 }
 
 QStringList Document::sections() const
 {
     const QList<INISection>& sections = m_store.m_sections;
-    Names names;
+    QStringList names;
     for (qsizetype i = 0; i < sections.size(); ++i) {
         requireUtf8(i, header);
         if (i > 0 || firstKeyLine(sections.at(i)))
-            names.add(sections.at(i).m_name);
+            names.append(sections.at(i).m_name);
     }
-    return names.list();
+    return unique(names);
 }
 
-QStringList Document::keys(const QString& section)
+template <typename Predicate>
+QList<INILine> Document::linesOf(const QString& section, Predicate isWanted)
 {
     const int index = m_store.GetSection(section);
     if (index < 0)
         throw absent({section});
     const QList<INILine>& lines = m_store.m_sections.at(index).m_lines;
-    Names names;
+    QList<INILine> found;
     for (qsizetype i = 0; i < lines.size(); ++i) {
-        if (!isKeyLine(lines.at(i)))
+        if (!isWanted(lines.at(i)))
             continue;
         requireUtf8(index, i);
-        names.add(lines.at(i).m_key);
+        found.append(lines.at(i));
     }
-    return names.list();
+    return found;
+}
+
+QStringList Document::keys(const QString& section)
+{
+    QStringList keys;
+    for (const INILine& line : linesOf(section, hasKey))
+        keys.append(line.m_key);
+    return unique(keys);
 }
 
 QStringList Document::values(const QString& section, const QString& key)
 {
-    const QStringList values = m_store.GetValues(section, key);
+    QStringList values;
+    for (const INILine& line : linesOf(section, [&](const INILine& l) { return isSame(l.m_key, key); }))
+        values.append(line.m_value);
     if (values.isEmpty())
         throw absent({section, key});
-    const int index = m_store.GetSection(section);
-    const QList<INILine>& lines = m_store.m_sections.at(index).m_lines;
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        if (isSame(lines.at(i).m_key, key))
-            requireUtf8(index, i);
-    }
     return values;
 }
 
-std::vector<int> Document::doubtfulLines(const QString& section, const QString& key) const
+std::vector<int> Document::ambiguousLines(const QString& section, const QString& key) const
 {
     std::vector<int> numbers;
     int number = 0;
@@ -316,9 +308,9 @@ std::vector<int> Document::doubtfulLines(const QString& section, const QString& 
         number += candidate.m_raw.isEmpty() ? 0 : 1;
         for (const INILine& line : candidate.m_lines) {
             ++number;
-            if (!isDoubtful(line.m_raw))
+            if (!isAmbiguous(line.m_raw))
                 continue;
-            const QString name = doubtfulHeader(line.m_raw);
+            const QString name = possibleSection(line.m_raw);
             if (name.isEmpty() ? isWanted && mayHave(key)(line) : isWanted || isSame(name, section))
                 numbers.push_back(number);
         }
@@ -326,66 +318,67 @@ std::vector<int> Document::doubtfulLines(const QString& section, const QString& 
     return numbers;
 }
 
-void Document::refuseDoubt(const Request& request, int upToLine) const
+void Document::requireUnambiguous(const Request& request, int upToLine) const
 {
     if (request.force)
         return;
-    const std::vector<int> lines = doubtfulLines(request.section, request.key);
+    const std::vector<int> lines = ambiguousLines(request.section, request.key);
     if (!lines.empty() && lines.front() <= upToLine)
-        throw Failure{Trouble, std::string(doubt) + "; --force takes it for a comment", lines.front()};
+        throw Failure{Trouble, std::string(ambiguity) + "; --force treats it as a comment", lines.front()};
 }
 
-// Of the section, or else of the file.
-QByteArray Document::lineEnd(qsizetype section) const
+// The line whose spacing a new line gets. Later lines may continue a value.
+INILine Document::modelLine(qsizetype section) const
 {
-    QByteArray end = lineEndOf(m_store.m_sections.at(section));
-    for (qsizetype i = 0; end.isEmpty() && i < m_store.m_sections.size(); ++i)
-        end = lineEndOf(m_store.m_sections.at(i));
-    return end.isEmpty() ? "\n" : end;
+    if (const INILine* const line = firstKeyLine(m_store.m_sections.at(section)))
+        return *line;
+    for (const INISection& other : m_store.m_sections) {
+        if (const INILine* const line = firstKeyLine(other))
+            return *line;
+    }
+    return {QStringLiteral("k"), QStringLiteral("v"), "k = v"};
 }
 
-// With the indentation and the blanks around the `=` of the first key: later lines may be continued values.
 QByteArray Document::composed(const Request& request, qsizetype section) const
 {
-    const INILine* model = firstKeyLine(m_store.m_sections.at(section));
-    for (qsizetype i = 0; !model && i < m_store.m_sections.size(); ++i)
-        model = firstKeyLine(m_store.m_sections.at(i));
-
     static const QRegularExpression spacing(QStringLiteral("^([ \\t]*)[^=]*?([ \\t]*)=([ \\t]*)"));
-    const auto match = spacing.match(model ? partsOf(model->m_raw).text : QStringLiteral("k = "));
-    QString after = match.captured(3);
-    if (request.value.isEmpty())
-        after.clear();
-    else if (after.isEmpty() && model && model->m_value.isEmpty())
-        after = match.captured(2);
-    const QString text = match.captured(1) + request.key + match.captured(2) + u'=' + after + request.value;
-    return text.toUtf8() + lineEnd(section);
+    const INILine model = modelLine(section);
+    const auto match = spacing.match(partsOf(model.m_raw).text);
+    QString line = match.captured(1) + request.key + match.captured(2) + u'=';
+    if (!request.value.isEmpty()) // an empty value in the model may have no blank before it
+        line += match.captured(model.m_value.isEmpty() ? 2 : 3) + request.value;
+    return line.toUtf8() + m_lineEnd;
+}
+
+// For a last line that has no line end.
+void Document::endLine(QByteArray& raw) const
+{
+    if (!raw.isEmpty() && !raw.endsWith('\n'))
+        raw += m_lineEnd;
 }
 
 void Document::insert(qsizetype section, qsizetype line, const Request& request)
 {
-    refuseDoubt(request, lineNumber(section, line) - 1);
+    requireUnambiguous(request, lineNumber(section, line) - 1);
     const QByteArray raw = composed(request, section);
     INISection& target = m_store.m_sections[section];
-    endLine(line > 0 ? target.m_lines[line - 1].m_raw : target.m_raw, lineEnd(section));
+    endLine(line > 0 ? target.m_lines[line - 1].m_raw : target.m_raw);
     target.m_lines.insert(line, INILine(request.key, request.value, raw));
 }
 
 qsizetype Document::addSection(const QString& name)
 {
-    const qsizetype index = m_store.m_sections.size();
-    const QByteArray end = lineEnd(index - 1);
     INISection& last = m_store.m_sections.last();
-    endLine(last.m_lines.isEmpty() ? last.m_raw : last.m_lines.last().m_raw, end);
-    m_store.m_sections.append(INISection(name, '[' + name.toUtf8() + ']' + end));
-    return index;
+    endLine(last.m_lines.isEmpty() ? last.m_raw : last.m_lines.last().m_raw);
+    m_store.m_sections.append(INISection(name, '[' + name.toUtf8() + ']' + m_lineEnd));
+    return m_store.m_sections.size() - 1;
 }
 
 void Document::add(const Request& request)
 {
     qsizetype section = m_store.GetSection(request.section);
     if (section < 0) {
-        refuseDoubt(request, everyLine);
+        requireUnambiguous(request, everyLine);
         section = addSection(request.section);
     }
     const bool isLast = section + 1 == m_store.m_sections.size();
@@ -409,12 +402,12 @@ void Document::set(const Request& request)
     if (index < 0)
         return add(request);
     const int section = m_store.GetSection(request.section);
-    refuseDoubt(request, lineNumber(section, index));
+    requireUnambiguous(request, lineNumber(section, index));
     requireUtf8(section, index);
 
     INILine& line = m_store.m_sections[section].m_lines[index];
     if (line.m_key.isNull())
-        line.m_key = doubtfulKey(line.m_raw);
+        line.m_key = possibleKey(line.m_raw);
     line.m_raw = withValue(line.m_raw, request.value);
     line.m_value = request.value;
 }
@@ -427,7 +420,7 @@ void Document::append(const Request& request)
     const int section = m_store.GetSection(request.section);
     const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
     const auto end = std::find_if_not(lines.begin() + first, lines.end(), mayHave(request.key));
-    insert(section, end - lines.begin(), request);
+    insert(section, afterContinuation(lines, end - lines.begin()), request);
 }
 
 void Document::prepend(const Request& request)
@@ -438,7 +431,7 @@ void Document::prepend(const Request& request)
 
 void Document::remove(const Request& request)
 {
-    refuseDoubt(request, everyLine);
+    requireUnambiguous(request, everyLine);
     const auto isWanted = [&](const INILine& line) {
         return mayHave(request.key)(line) && (!request.hasValue || line.m_value == request.value);
     };
@@ -451,28 +444,14 @@ void Document::remove(const Request& request)
         throw absent(request);
 }
 
-int Document::firstDifference(const QList<INISection>& read) const
+void Document::verify(const Request& request) const
 {
-    const QList<INISection>& sections = m_store.m_sections;
-    for (qsizetype i = 0; i < sections.size(); ++i) {
-        const INISection& section = sections.at(i);
-        if (i == read.size() || read.at(i).m_name != section.m_name || read.at(i).m_raw != section.m_raw)
-            return lineNumber(i, header);
-        const QList<INILine>& lines = read.at(i).m_lines;
-        const auto ends =
-            std::mismatch(section.m_lines.begin(), section.m_lines.end(), lines.begin(), lines.end(), isSameLine);
-        if (ends.first != section.m_lines.end() || ends.second != lines.end())
-            return lineNumber(i, ends.first - section.m_lines.begin());
-    }
-    return read.size() == sections.size() ? 0 : lineNumber(sections.size(), header);
-}
-
-void Document::verify(const Request& request)
-{
-    const Document read(bytes());
-    const int line = firstDifference(read.m_store.m_sections);
-    if (line == 0)
+    const QList<INILine> expected = lines();
+    const QList<INILine> found = Document(bytes()).lines();
+    const auto ends = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSameLine);
+    if (ends.first == expected.end() && ends.second == found.end())
         return;
-    const auto holds = [&](const Reason& reason) { return reason.holds(request); };
-    throw Failure{Trouble, std::find_if(std::begin(reasons), std::end(reasons), holds)->text, line};
+    const auto applies = [&](const Reason& reason) { return reason.applies(request); };
+    const int line = static_cast<int>(ends.first - expected.begin()) + 1;
+    throw Failure{Trouble, std::find_if(std::begin(reasons), std::end(reasons), applies)->text, line};
 }

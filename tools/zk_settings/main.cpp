@@ -108,7 +108,7 @@ QString decoded(const std::string& operand)
 {
     const QString text = QString::fromStdString(operand);
     if (text.toStdString() != operand || text.contains(QChar::ReplacementCharacter))
-        throw Failure{Trouble, "the argument '" + operand + "' holds a character that cannot be represented"};
+        throw Failure{Trouble, "the argument '" + operand + "' contains a character that cannot be represented"};
     return text;
 }
 
@@ -128,8 +128,8 @@ QStringList get(const Call& call, Document& document)
 {
     const QString section = decoded(call.operands[1]);
     const QString key = decoded(call.operands[2]);
-    for (const int line : document.doubtfulLines(section, key))
-        report(call.file(), line, Document::doubt);
+    for (const int line : document.ambiguousLines(section, key))
+        report(call.file(), line, Document::ambiguity);
     return document.values(section, key);
 }
 

@@ -44,7 +44,7 @@ std::optional<int> namedDescriptor(const std::string& name, int standard)
 void occupyStandardDescriptors()
 {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(descriptor, F_GETFD) < 0) // the lowest free number is what open() takes
+        if (fcntl(descriptor, F_GETFD) < 0) // open() returns the lowest free number
             open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
 }

@@ -16,10 +16,6 @@ public:
         : m_number(number)
     {
     }
-    Descriptor(Descriptor&& other) noexcept
-        : m_number(std::exchange(other.m_number, -1))
-    {
-    }
     Descriptor& operator=(Descriptor&& other) noexcept
     {
         std::swap(m_number, other.m_number);
@@ -41,12 +37,12 @@ private:
 /// Follows symbolic links at the end of the path, also one to a file that does not exist yet. Stops at a descriptor.
 std::string withoutLinks(const std::string& name);
 
-/// Returns the descriptor that a name such as /dev/stdout or /dev/fd/3 stands for, `standard` for "-", and nothing for
-/// the name of a file. Such a descriptor is used as it is, at its offset; opening the name would open its file anew.
+/// Returns the number in a name such as /dev/stdout or /dev/fd/3, `standard` for "-", and nothing for other names. Use
+/// the descriptor itself: opening such a name opens the file again, at its start.
 std::optional<int> namedDescriptor(const std::string& name, int standard);
 
-/// Keeps the numbers 0 to 2 taken when they were closed: a file opened later would otherwise be taken for standard
-/// output. Reading or writing them then fails.
+/// Opens the standard descriptors that are closed, so that no other file gets their numbers. Reading standard input or
+/// writing the others then still fails.
 void occupyStandardDescriptors();
 
 /// Reads to the end. `name` is for the message. Throws Failure.

@@ -13,16 +13,16 @@ enum Status
     Trouble = 2 ///< everything else
 };
 
-/// Why a command ends early. Thrown wherever that shows, printed and turned into the exit status by main().
+/// Ends a command. main() prints it and returns the status.
 struct Failure
 {
     Status status;
     std::string text;
-    int line = 0;          ///< 0: no line in particular
+    int line = 0;          ///< 0: none
     std::string file = {}; ///< empty: the command's FILE
 };
 
-/// What a system call that just failed is reported as: "FILE: cannot read: Permission denied".
+/// Describes the system call that has just failed: "FILE: cannot read: Permission denied".
 inline Failure systemFailure(const std::string& file, const std::string& action)
 {
     return {Trouble, "cannot " + action + ": " + std::strerror(errno), 0, file};

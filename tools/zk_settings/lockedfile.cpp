@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
+#include <linux/limits.h>
 #include <set>
 #include <sys/file.h>
 #include <sys/xattr.h>
@@ -23,38 +24,18 @@ bool isSameState(const struct stat& a, const struct stat& b)
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
-// The folder's rules are against a new file there, but not against writing the old one.
+// The errors of a folder that allows no new file. The old one may still be writable.
 bool isRefusal(int error)
 {
     const int refusals[] = {EACCES, EPERM, EROFS, EBUSY, EEXIST};
     return std::find(std::begin(refusals), std::end(refusals), error) != std::end(refusals);
 }
 
-// Calls `get` with a buffer until its answer fits, as the answer may grow in between.
-template <typename Get>
-std::optional<std::string> grown(Get get)
-{
-    std::string answer;
-    while (true) {
-        const ssize_t size = get(nullptr, 0);
-        if (size < 0)
-            return std::nullopt;
-        answer.resize(static_cast<std::size_t>(size));
-        const ssize_t filled = get(answer.data(), answer.size());
-        if (filled >= 0) {
-            answer.resize(static_cast<std::size_t>(filled));
-            return answer;
-        }
-        if (errno != ERANGE)
-            return std::nullopt;
-    }
-}
-
-// None on a file system that has no attributes.
+// Empty on a file system without attributes.
 std::set<std::string> attributeNames(int file)
 {
-    const std::string list =
-        grown([&](char* data, std::size_t size) { return flistxattr(file, data, size); }).value_or("");
+    std::string list(XATTR_LIST_MAX, '\0');
+    list.resize(std::max<ssize_t>(flistxattr(file, list.data(), list.size()), 0));
     std::set<std::string> names;
     for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1)
         names.insert(list.c_str() + begin);
@@ -63,10 +44,15 @@ std::set<std::string> attributeNames(int file)
 
 std::optional<std::string> attribute(int file, const std::string& name)
 {
-    return grown([&](char* data, std::size_t size) { return fgetxattr(file, name.c_str(), data, size); });
+    std::string value(XATTR_SIZE_MAX, '\0');
+    const ssize_t size = fgetxattr(file, name.c_str(), value.data(), value.size());
+    if (size < 0)
+        return std::nullopt;
+    value.resize(static_cast<std::size_t>(size));
+    return value;
 }
 
-// ACLs are attributes too. A new file may have some of its own, from its folder.
+// Includes ACLs. The new file may have attributes that it got from its folder.
 bool copyAttributes(int from, int to)
 {
     const std::set<std::string> wanted = attributeNames(from);
@@ -84,8 +70,8 @@ bool copyAttributes(int from, int to)
     return true;
 }
 
-// The mode comes after the owner, whose change drops bits from it, and before the contents: so the system drops the set
-// user ID bits if it would for a write.
+// Call before writing, so that the system clears the set-user-ID bits if it would for any write. The mode comes last,
+// as a change of owner clears bits from it.
 bool copyStatus(int from, const struct stat& status, int to)
 {
     struct stat fresh = {};
@@ -105,12 +91,12 @@ void writeAt(int file, const QByteArray& bytes, qsizetype from, qsizetype to, co
 
 void flush(int file, const std::string& name)
 {
-    if (fsync(file) != 0 && errno != EINVAL) // not all file systems have it for folders
+    if (fsync(file) != 0 && errno != EINVAL) // not every file system can flush a folder
         throw systemFailure(name, "flush to the disk");
 }
 
-// The file that is to be, until it is renamed. One lock has one name for it, so what a crash left goes with the next
-// edit.
+// A temporary file. Removes itself unless renamed. Its name depends only on what is locked, so the next edit removes
+// what a crash left.
 class NewFile
 {
 public:
@@ -144,8 +130,11 @@ LockedFile::LockedFile(const std::string& name, std::chrono::seconds wait)
     : m_name(name)
 {
     const auto deadline = Clock::now() + wait;
-    for (openAndLock(deadline); !isCurrent(); openAndLock(deadline))
-        checkTime(deadline);
+    for (open(); !lock(); open()) { // an edit replaces the file, so the path is opened again
+        if (Clock::now() >= deadline)
+            throw Failure{Trouble, "cannot lock: another process is editing it", 0, m_name};
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
     if (m_exists)
         m_bytes = readAll(m_lock.number(), m_name);
 }
@@ -156,31 +145,27 @@ std::string LockedFile::folder() const
     return folder.empty() ? "." : folder;
 }
 
-// Without waiting for a writer, should this be a pipe.
-void LockedFile::openAndLock(Clock::time_point deadline)
+void LockedFile::open()
 {
     m_path = withoutLinks(m_name);
-    m_lock = Descriptor(open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    m_lock = Descriptor(::open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)); // does not wait if it is a pipe
     m_exists = m_lock.isOpen();
     if (!m_exists && errno == ENOENT)
-        m_lock = Descriptor(open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        m_lock = Descriptor(::open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     takeStatus();
     if (m_exists && !S_ISREG(m_status.st_mode))
         throw Failure{Trouble, "cannot edit: not a regular file", 0, m_name};
-
-    while (flock(m_lock.number(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            throw systemFailure(m_name, "lock");
-        checkTime(deadline);
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    takeStatus();
 }
 
-void LockedFile::checkTime(Clock::time_point deadline) const
+bool LockedFile::lock()
 {
-    if (Clock::now() >= deadline)
-        throw Failure{Trouble, "cannot lock: another process is editing it", 0, m_name};
+    if (flock(m_lock.number(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EWOULDBLOCK)
+            return false;
+        throw systemFailure(m_name, "lock");
+    }
+    takeStatus();
+    return isCurrent();
 }
 
 void LockedFile::takeStatus()
@@ -189,7 +174,6 @@ void LockedFile::takeStatus()
         throw systemFailure(m_name, "open");
 }
 
-// Whether the name leads to what is locked, and that is as it was then.
 bool LockedFile::isCurrent() const
 {
     struct stat named = {};
@@ -228,17 +212,16 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
             return false;
         throw systemFailure(m_name, "replace");
     }
-    const Descriptor folderFile(open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folderFile(::open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folderFile.isOpen())
         flush(folderFile.number(), m_name);
     return true;
 }
 
-// The end comes first: if there is no room, it shows before any old byte is overwritten. Should a write fail all the
-// same, the old bytes are put back.
+// Writes the end first: a full disk shows before an old byte is overwritten. If a write fails, restores the old bytes.
 void LockedFile::writeInPlace(const QByteArray& bytes) const
 {
-    const Descriptor file(open(m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor file(::open(m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
     struct stat opened = {};
     if (!file.isOpen() || fstat(file.number(), &opened) != 0)
         throw systemFailure(m_name, "write");

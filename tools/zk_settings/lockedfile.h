@@ -6,35 +6,33 @@
 #include <chrono>
 #include <sys/stat.h>
 
-/// A regular file that one process at a time edits: locked, read, and replaced as a whole.
+/// A regular file, locked against other edits, read, and replaced as a whole.
 ///
-/// The lock is flock() on the file itself. It ends with its process, however that ends, so no lock is ever stale; it
-/// needs no second file, works where the folder may not be written, and is one for all names of the file. (A lock file
-/// with a process id would lie behind after a crash, and mean nothing in another container.) As a file that waited for
-/// is replaced by then, the path is looked up again after the wait. A file that is still absent has its folder locked.
+/// The lock is flock() on the file itself, or on its folder while the file does not exist. It ends with its process, so
+/// it is never stale. An edit replaces the file, so whoever waited for the lock opens the path again.
 class LockedFile
 {
 public:
-    /// Locks and reads the file at `name`; a symbolic link stands for its target. Throws Failure when somebody else
-    /// holds the lock for longer than `wait`, and when this is no regular file.
+    /// Locks and reads the file, or the target of a symbolic link. Throws Failure if it is not a regular file, or if
+    /// the lock is not free within `wait`.
     LockedFile(const std::string& name, std::chrono::seconds wait);
 
     bool exists() const { return m_exists; }
-    /// Empty for an absent file.
+    /// Empty if the file does not exist.
     const QByteArray& bytes() const { return m_bytes; }
 
-    /// Makes `bytes` the contents, or throws Failure and leaves the file as it was. Does nothing when they are already.
+    /// Makes `bytes` the contents, unless they already are. Throws Failure on an error, and keeps the old contents.
     ///
-    /// The new file is written beside the old one, flushed to the disk and renamed over it, with the owner, mode, ACL
-    /// and extended attributes of the old one. Where that cannot be (hard links, a folder or an owner that may not be
-    /// changed), the file is written in place.
+    /// Writes a new file beside the old one, with its owner, mode, ACL and extended attributes, flushes it to the disk,
+    /// and renames it over the old one. Writes in place if the file has several hard links, or if the folder or the
+    /// owner does not allow a new file.
     void replace(const QByteArray& bytes);
 
 private:
-    void openAndLock(std::chrono::steady_clock::time_point deadline);
-    void checkTime(std::chrono::steady_clock::time_point deadline) const;
+    void open();
+    bool lock(); ///< false if another process has the lock or has replaced the file
     void takeStatus();
-    bool isCurrent() const;
+    bool isCurrent() const; ///< whether the name still leads to the locked file, and that has not changed
     bool replaceByRename(const QByteArray& bytes);
     void writeInPlace(const QByteArray& bytes) const;
     std::string folder() const;

@@ -35,14 +35,14 @@ using Print = QStringList (*)(const Call& call, Document& document);
 QStringList get(const Call& call, Document& document);
 QStringList list(const Call& call, Document& document);
 
-// A command prints something of a document, or edits it.
+// A command either prints or edits.
 struct Command
 {
     const char* name;
     const char* operands;
     std::size_t fewest;
     std::size_t most;
-    const char* options; // the letters of those that it takes
+    const char* options; // letters
     Print print;
     Edit edit;
     const char* help;
@@ -51,40 +51,44 @@ struct Command
 constexpr Command commands[] = {
     {"get", "FILE SECTION KEY", 3, 3, "n", get, nullptr, "print the values of KEY"},
     {"set", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::set, "replace the first value, or add KEY"},
-    {"append", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::append, "add a line below those of KEY"},
-    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::prepend, "add a line above those of KEY"},
-    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cfow", nullptr, &Document::remove, "remove the lines of KEY"},
+    {"append", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::append,
+        "add a line after the first lines of KEY"},
+    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::prepend,
+        "add a line before the first line of KEY"},
+    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cfow", nullptr, &Document::remove,
+        "remove all lines of KEY, or those with VALUE"},
     {"list", "FILE [SECTION]", 1, 2, "n", list, nullptr, "print the sections, or the keys of SECTION"},
 };
 
 struct Option
 {
-    option name; // its last field is the letter
+    option name; // ends in the letter
     const char* argument;
     const char* help;
 };
 
 constexpr Option options[] = {
-    {{"create", no_argument, nullptr, 'c'}, "", "take a missing FILE for an empty one"},
-    {{"force", no_argument, nullptr, 'f'}, "", "take a ';' for a comment where that is in doubt"},
-    {{"null", no_argument, nullptr, 'n'}, "", "end what is printed with NUL, not with a line end"},
-    {{"output", required_argument, nullptr, 'o'}, " FILE", "write there, and leave FILE as it is"},
-    {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit (10)"},
+    {{"create", no_argument, nullptr, 'c'}, "", "treat a missing FILE as empty"},
+    {{"force", no_argument, nullptr, 'f'}, "", "treat an ambiguous ';' as the start of a comment"},
+    {{"null", no_argument, nullptr, 'n'}, "", "end each line with NUL instead of a line feed"},
+    {{"output", required_argument, nullptr, 'o'}, " FILE", "write there; FILE stays as it is"},
+    {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit (default 10)"},
     {{"help", no_argument, nullptr, 'h'}, "", "print this help"},
     {{"version", no_argument, nullptr, 'v'}, "", "print the version"},
 };
 
 constexpr char introduction[] = "usage: zk_settings COMMAND [OPTION]... FILE [SECTION [KEY [VALUE]]]\n"
-                                "Reads and edits a settings (INI) file. Bytes that are not edited stay as they are.\n";
+                                "Reads and edits a settings (INI) file. Every byte outside the edit stays as it is.\n";
 
 constexpr char notes[] =
-    "SECTION and KEY match without regard to case; SECTION '' is what stands above the first header.\n"
-    "FILE '-' is standard input, and the edited document then goes to standard output.\n"
-    "Options come before FILE or last, so a VALUE may begin with '-'. The optional VALUE of remove and SECTION of "
+    "SECTION and KEY ignore case. SECTION '' is the part before the first header.\n"
+    "FILE '-' is standard input; the edited document then goes to standard output.\n"
+    "Options come before FILE or last, so a VALUE may start with '-'. The optional VALUE of remove and SECTION of "
     "list\n"
     "may too, after '--'.\n"
-    "An edit is written to a new file, which is renamed over the old one. A file with several hard links, or in a\n"
-    "folder that may not be written, is written in place: a crash or a reader may then meet half of it.\n"
+    "An edit writes a new file and renames it over the old one. A file with several hard links, or in a folder "
+    "without\n"
+    "write permission, is written in place: a crash may leave, and a reader may see, a partial file.\n"
     "Exit status: 0 done, 1 no such section, key or value, 2 everything else.\n";
 
 void report(const std::string& file, int line, const std::string& text)
@@ -160,7 +164,7 @@ QByteArray edited(const Command& command, const Call& call, const QByteArray& so
     return document.bytes();
 }
 
-// The descriptor that the edited document goes to, when it goes to one that the caller has opened.
+// Where the edited document goes, if the caller has opened that.
 std::optional<int> outputDescriptor(const Call& call)
 {
     if (!call.output.empty())
@@ -168,34 +172,33 @@ std::optional<int> outputDescriptor(const Call& call)
     return namedDescriptor(call.file(), STDIN_FILENO) ? std::optional(STDOUT_FILENO) : std::nullopt;
 }
 
-// A pipe or a device takes the bytes as they come.
 bool isDevice(const std::string& name)
 {
     struct stat status = {};
     return stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
-void editToDescriptor(const Command& command, const Call& call, int output)
+void editTo(int output, const Command& command, const Call& call)
 {
     const std::string name = call.output.empty() ? "standard output" : call.output;
-    if (fcntl(output, F_GETFL) < 0) // or a file opened below would get the number
+    if (fcntl(output, F_GETFL) < 0) // a file opened below would get the number
         throw systemFailure(name, "write");
     writeAll(output, edited(command, call, readSource(call)), name);
 }
 
+// A pipe or a device has nothing to lock or to replace.
 void editToDevice(const Command& command, const Call& call)
 {
-    const QByteArray bytes = edited(command, call, readSource(call));
     const Descriptor device(open(call.output.c_str(), O_WRONLY | O_CLOEXEC));
     if (!device.isOpen())
         throw systemFailure(call.output, "open");
-    writeAll(device.number(), bytes, call.output);
+    editTo(device.number(), command, call);
 }
 
 void edit(const Command& command, const Call& call)
 {
     if (const auto output = outputDescriptor(call))
-        return editToDescriptor(command, call, *output);
+        return editTo(*output, command, call);
     if (!call.output.empty() && isDevice(call.output))
         return editToDevice(command, call);
     LockedFile file(call.output.empty() ? call.file() : call.output, call.wait);
@@ -320,7 +323,7 @@ void run(int argc, char** argv, Call& call)
 int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
-    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error to report, and the old file is kept
+    std::signal(SIGXFSZ, SIG_IGN); // a write beyond the size limit then fails with a message
     opterr = 0;
     Call call;
     try {

@@ -14,7 +14,7 @@ namespace inistore {
 /// Copies short texts into shared blocks of up to `blockSize` characters, so that most lines cost no allocation.
 ///
 /// `Text` is QString or QByteArray. A copy is an ordinary, implicitly shared `Text` that lies inside a block, followed
-/// by its own NUL. The last copy to go frees the block.
+/// by its own NUL. The last copy of a block frees it.
 template <typename Text, typename View, qsizetype blockSize>
 class TextPool
 {

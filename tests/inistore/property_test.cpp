@@ -4,6 +4,7 @@
 #include "support/memoryfile.h"
 #include "support/random.h"
 
+#include <algorithm>
 #include <sstream>
 
 using namespace std::string_literals;

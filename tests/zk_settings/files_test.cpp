@@ -8,6 +8,7 @@
 #include "support/rows.h"
 #include "support/unprivileged.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>

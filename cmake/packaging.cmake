@@ -1,4 +1,4 @@
-# scripts/package makes three packages of each kind: the library, the development files, and the tool.
+# The packages that scripts/package builds, as .deb and .rpm: the library, its development files, and the tool.
 set(CPACK_PACKAGE_NAME kqsupport)
 set(CPACK_PACKAGE_VENDOR "Zentrak developers")
 set(CPACK_PACKAGE_CONTACT "Zentrak developers <developers@zentrak.invalid>")
@@ -13,7 +13,7 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link."
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and the files for CMake and pkg-config.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings reads and edits settings files from the shell.")
 
-# Debian: the name of the library package contains the SOVERSION, so that two versions can be installed side by side.
+# Debian: the SOVERSION in the name of the library package allows two versions side by side.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
@@ -22,8 +22,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # Programs that link the library get their dependency from these two. CPack has no variant for one component.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-# A trigger calls ldconfig. The names of two absent scripts keep CPack from adding its own, with which a removed package
-# would stay known to dpkg until it is purged.
+# A trigger calls ldconfig. CPack's own scripts for that would leave the configuration of a removed package behind; the
+# names of two files that do not exist suppress them.
 file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
   ${PROJECT_BINARY_DIR}/triggers ${PROJECT_BINARY_DIR}/none/postinst ${PROJECT_BINARY_DIR}/none/postrm)
@@ -34,11 +34,11 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqsupport-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-# The library's package is not installed, so dpkg-shlibdeps cannot find it by itself.
+# dpkg-shlibdeps finds no installed package of the library.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
 if(CPACK_GENERATOR STREQUAL "DEB")
-  # Each package has the changelog in Debian's format.
+  # Each package contains the changelog in Debian's format.
   execute_process(COMMAND sed "1,/^## /d" ${PROJECT_SOURCE_DIR}/CHANGELOG.md COMMAND fold -s -w 76
     COMMAND sed "s/^/  /; s/ *$//" OUTPUT_VARIABLE changes)
   string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -53,7 +53,7 @@ if(CPACK_GENERATOR STREQUAL "DEB")
   endforeach()
 endif()
 
-# RPM: the names of Qt's packages differ between distributions, but all of them provide cmake(NAME).
+# RPM: Qt's own packages have other names with every distribution, but all provide the names of their CMake packages.
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})

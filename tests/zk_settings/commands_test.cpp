@@ -14,7 +14,7 @@ namespace {
 #define AMBIGUOUS "ambiguous: a ';' without white space before it may start a comment or belong to the value"
 #define FORCED AMBIGUOUS "; --force treats it as a comment"
 
-// What a command does to a file "f" in a directory of its own, and what it says.
+// A command on the file "f", which it prints or edits, and its messages.
 struct Row
 {
     const char* name;
@@ -55,7 +55,7 @@ class Edits : public testing::TestWithParam<Row>
 {
 };
 
-TEST_P(Edits, and_says_nothing)
+TEST_P(Edits, silently)
 {
     const Row& row = GetParam();
     const TempDir dir;
@@ -110,9 +110,9 @@ INSTANTIATE_TEST_SUITE_P(Get, Prints,
         {"missing_key", net, {"get", "f", "net", "host"}, "", "f: [net] has no key host", 1},
         {"missing_section", net, {"get", "f", "lan", "port"}, "", "f: there is no section [lan]", 1},
         {"cut_value_with_a_warning", "a=1\n[s]\nk=Qt;KDE;\n", {"get", "f", "s", "k"}, "Q\n", "f:3: " AMBIGUOUS, 0},
-        {"key_that_the_store_cannot_see", "k=;note\n", {"get", "f", "", "k"}, "",
+        {"key_hidden_by_a_comment", "k=;note\n", {"get", "f", "", "k"}, "",
             "f:1: " AMBIGUOUS "\nzk_settings: f: [] has no key k", 1},
-        {"section_that_the_store_cannot_see", "[s];note\nk=1\n", {"get", "f", "s", "k"}, "",
+        {"section_hidden_by_a_comment", "[s];note\nk=1\n", {"get", "f", "s", "k"}, "",
             "f:1: " AMBIGUOUS "\nzk_settings: f: there is no section [s]", 1},
         {"other_lines_need_not_be_utf8", "k=1\nx=\xff\n", {"get", "f", "", "k"}, "1\n"},
         {"value_that_is_not_utf8", "k=1\nx=\xff\n", {"get", "f", "", "x"}, "", "f:2: not valid UTF-8", 2},
@@ -164,8 +164,7 @@ INSTANTIATE_TEST_SUITE_P(Set, Edits,
             "sch\u00f6n = \U0001f600\u3000; \u00fc\n"},
         {"carriage_return_inside", "k=1\rm=2\n", {"set", "f", "", "k", "a\rb"}, "k=a\rb\n"},
         {"forced_cut_value", "k=Qt;KDE;\n", {"set", "--force", "f", "", "k", "v"}, "k=v ;KDE;\n"},
-        {"forced_key_that_the_store_cannot_see", "k = \nm=;c\n", {"set", "--force", "f", "", "m", "v"},
-            "k = \nm=v ;c\n"},
+        {"forced_key_hidden_by_a_comment", "k = \nm=;c\n", {"set", "--force", "f", "", "m", "v"}, "k = \nm=v ;c\n"},
         {"ambiguous_second_value", "k=1\nk=a;b\n", {"set", "f", "", "k", "2"}, "k=2\nk=a;b\n"},
         {"ambiguous_other_key", "x=a;b\nk=1\n", {"set", "f", "", "k", "2"}, "x=a;b\nk=2\n"},
     }),
@@ -263,7 +262,7 @@ INSTANTIATE_TEST_SUITE_P(Name, Refuses,
             "f:1: the key starts or ends with a blank, which is lost"},
         {"key_like_a_header", "", {"set", "f", "", "[a]", "v"}, "",
             "f:1: the key starts with a '[', which starts a header"},
-        {"value_that_ends_a_bracket_in_the_key", "", {"set", "f", "", "[a", "v]"}, "",
+        {"header_from_key_and_value", "", {"set", "f", "", "[a", "v]"}, "",
             "f:1: the key starts with a '[', which starts a header"},
         {"empty_key", "\n", {"set", "f", "", "", "v"}, "", "f: the key is empty"},
         {"section_with_bracket", "x=1\n", {"set", "f", "a]b", "k", "v"}, "",

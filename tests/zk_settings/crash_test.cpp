@@ -17,7 +17,7 @@ namespace {
 
 constexpr int lineCount = 6000;
 
-// key1 and so on, below a header.
+// A section with key1, key2 and so on.
 std::string largeFile(const std::string& first, int lines = 2000)
 {
     std::string text = "[s]\nkey1 = " + first + '\n';
@@ -26,7 +26,7 @@ std::string largeFile(const std::string& first, int lines = 2000)
     return text;
 }
 
-// A process of the test's own; its status is what `work` returns.
+// Forks; the child exits with what `work` returns.
 pid_t inBackground(const std::function<int()>& work)
 {
     const pid_t child = fork();
@@ -42,7 +42,7 @@ int statusOf(pid_t child)
     return status;
 }
 
-TEST(Writers, lose_no_edit_and_hide_no_key)
+TEST(Writers, lose_no_edit_and_no_reader_misses_a_key)
 {
     constexpr int writers = 4;
     constexpr int editsEach = 50;
@@ -75,7 +75,7 @@ TEST(Writers, lose_no_edit_and_hide_no_key)
         EXPECT_EQ(statusOf(child), 0) << "an edit failed";
     writeFile(dir / "stop", "");
     for (const pid_t child : readers)
-        EXPECT_EQ(statusOf(child), 0) << "a reader missed a key, or had no time to read";
+        EXPECT_EQ(statusOf(child), 0) << "a reader missed a key, or read too rarely";
 
     const std::string keys = '\n' + settings(dir.path(), {"list", "f", "s"}).out;
     EXPECT_EQ(std::count(keys.begin(), keys.end(), '\n') - 1, lineCount + writers * editsEach);
@@ -87,7 +87,7 @@ TEST(Writers, lose_no_edit_and_hide_no_key)
     }
 }
 
-TEST(Creators, of_one_file_lose_no_edit)
+TEST(Creators, lose_no_edit)
 {
     const TempDir dir;
     std::vector<pid_t> children;
@@ -104,7 +104,7 @@ TEST(Creators, of_one_file_lose_no_edit)
 
 using Microseconds = std::chrono::microseconds;
 
-// Starts an edit and kills it after a while. True when it was done by then.
+// Starts an edit and kills it after a while. True if it was done before.
 bool editAndKill(const std::string& path, const std::string& value, Microseconds after)
 {
     const pid_t child = fork();
@@ -152,14 +152,14 @@ TEST(Killed, edits_leave_the_old_file_or_the_new_one)
         left += std::distance(begin(files), end(files)) > 1;
     }
     std::cout << kills << " edits killed: " << done << " had ended, " << replaced << " replaced the file, after "
-              << left << " something was left beside it\n";
+              << left << " a temporary file was left\n";
     EXPECT_GT(replaced, 0);
     EXPECT_LT(done, kills);
 
     EXPECT_EQ(run({ZK_SETTINGS, "set", "--wait", "0", path, "s", "key1", "next"}).status, 0);
     EXPECT_EQ(readFile(path), largeFile("next"));
     const auto files = std::filesystem::directory_iterator(dir.path());
-    EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "the next edit takes away what a killed one left";
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "the next edit removes the temporary file";
 }
 
 } // namespace

@@ -32,7 +32,7 @@ bool isAmbiguous(const QByteArray& bytes)
     return !Document(bytes).ambiguousLines(QString(), key).empty();
 }
 
-// A key that is there changes and changes back; one that is not comes and goes, but ends a last line before it.
+// Sets the key and undoes that. Only a last line without an end gets one, if the key is added after it.
 void trySet(const QByteArray& bytes)
 {
     SCOPED_TRACE(testing::PrintToString(bytes));
@@ -51,7 +51,7 @@ void trySet(const QByteArray& bytes)
     EXPECT_EQ(valuesIn(after), values);
 }
 
-TEST(EveryShortDocument, is_edited_in_the_value_alone_or_refused)
+TEST(EveryShortDocument, changes_only_in_the_value_or_is_refused)
 {
     const QByteArray symbols = "k=; []\n\r";
     constexpr int longest = 4;

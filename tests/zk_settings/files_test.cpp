@@ -45,7 +45,7 @@ std::vector<std::string> namesIn(const std::string& directory)
 
 using Names = std::vector<std::string>;
 
-// A directory with the file "f", which holds one key, and into which any user is let.
+// A directory that every user may write, with the file "f".
 class Files : public testing::Test
 {
 protected:
@@ -68,7 +68,6 @@ protected:
     const std::string f = dir / "f";
 };
 
-// The bytes are new, and so is the file.
 TEST_F(Files, are_replaced)
 {
     const ino_t before = statusOf(f).st_ino;
@@ -86,7 +85,7 @@ TEST_F(Files, are_not_written_without_a_change)
     EXPECT_EQ(statusOf(f).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
 }
 
-TEST_F(Files, are_not_started_by_a_mistyped_name)
+TEST_F(Files, are_not_created_by_a_mistyped_name)
 {
     for (const char* const command : {"set", "append", "prepend", "remove"})
         expectRefusal(settings(dir.path(), {command, "g", "", "k", "2"}), "g: cannot open: No such file or directory");
@@ -95,7 +94,7 @@ TEST_F(Files, are_not_started_by_a_mistyped_name)
     EXPECT_EQ(namesIn(dir.path()), Names{"f"});
 }
 
-TEST_F(Files, are_started_on_request)
+TEST_F(Files, are_created_on_request)
 {
     EXPECT_EQ(shell(dir.path(), "umask 026; zk set --create g s k v").status, 0);
     EXPECT_EQ(readFile(dir / "g"), "[s]\nk = v\n");
@@ -119,7 +118,7 @@ TEST_F(Files, keep_a_symbolic_link_and_replace_its_target)
     EXPECT_EQ(namesIn(dir / "d"), Names{"second"});
 }
 
-TEST_F(Files, that_a_dangling_link_names_are_started_on_request)
+TEST_F(Files, at_a_dangling_link_are_created_on_request)
 {
     fs::create_symlink("g", dir / "link");
     expectRefusal(settings(dir.path(), {"set", "link", "", "k", "2"}), "link: cannot open: No such file or directory");
@@ -128,7 +127,7 @@ TEST_F(Files, that_a_dangling_link_names_are_started_on_request)
     EXPECT_TRUE(fs::is_symlink(dir / "link"));
 }
 
-TEST_F(Files, that_are_links_in_a_circle_are_refused)
+TEST_F(Files, in_a_circle_of_links_are_refused)
 {
     fs::create_symlink("b", dir / "a");
     fs::create_symlink("a", dir / "b");
@@ -146,7 +145,7 @@ TEST_F(Files, with_several_hard_links_are_written_in_place)
     EXPECT_EQ(fs::hard_link_count(f), 2u);
 }
 
-TEST_F(Files, in_a_folder_that_may_not_be_written_are_written_in_place)
+TEST_F(Files, in_a_read_only_folder_are_written_in_place)
 {
     fs::permissions(f, fs::perms(0666));
     fs::permissions(dir.path(), fs::perms(0555));
@@ -157,7 +156,7 @@ TEST_F(Files, in_a_folder_that_may_not_be_written_are_written_in_place)
     fs::permissions(dir.path(), fs::perms(0777));
 }
 
-TEST_F(Files, that_may_not_be_written_are_refused)
+TEST_F(Files, without_write_permission_are_refused)
 {
     fs::permissions(f, fs::perms(0444));
     EXPECT_EQ(asOrdinaryUser([this] { return set().err; }), "zk_settings: f: cannot write: Permission denied\n");
@@ -194,7 +193,7 @@ TEST_F(Files, keep_their_owner_group_and_mode)
     EXPECT_EQ(modeOf(f), 0640u);
 }
 
-// The mode that a plain write by the same user leaves.
+// The mode is the same as after a write by the shell.
 TEST_F(Files, keep_set_user_id_bits_where_a_write_does)
 {
     if (geteuid() != 0)
@@ -249,14 +248,14 @@ TEST_F(Files, on_which_another_file_system_is_mounted_are_written_in_place)
     EXPECT_EQ(umount((dir / "g").c_str()), 0);
 }
 
-TEST_F(Files, lose_what_a_killed_edit_left_beside_them)
+TEST_F(Files, lose_the_temporary_file_of_a_killed_edit)
 {
     writeFile(dir / ".zk_settings-" + std::to_string(statusOf(f).st_ino), "half");
     EXPECT_EQ(set().status, 0);
     EXPECT_EQ(namesIn(dir.path()), Names{"f"});
 }
 
-TEST_F(Files, that_another_program_changed_meanwhile_are_kept)
+TEST_F(Files, that_another_program_changes_are_kept)
 {
     for (const bool isLinked : {false, true}) {
         if (isLinked)
@@ -304,17 +303,17 @@ TEST_F(FullDisk, keeps_the_file_that_would_grow_in_place)
     expectRefusal(settings(dir.path(), {"set", "f", "", "k", std::string(50000, 'v')}),
         "f: cannot write: No space left on device");
     EXPECT_EQ(readFile(f), before);
-    EXPECT_EQ(set().status, 0) << "what does not grow has room";
+    EXPECT_EQ(set().status, 0) << "an edit that needs no space";
 }
 
-TEST_F(FullDisk, starts_no_file)
+TEST_F(FullDisk, creates_no_file)
 {
     expectRefusal(settings(dir.path(), {"set", "--create", "g", "", "k", std::string(50000, 'v')}),
         "g: cannot write: No space left on device");
     EXPECT_EQ(namesIn(dir.path()), Names{"f"});
 }
 
-TEST_F(Files, keep_to_the_size_limit)
+TEST_F(Files, stay_below_the_size_limit)
 {
     const std::vector<std::string> limited = {"prlimit", "--fsize=100", ZK_SETTINGS, "set", f, "", "k"};
     for (const bool isLinked : {false, true}) {
@@ -336,7 +335,7 @@ TEST_F(Files, of_100_megabytes_are_edited)
     EXPECT_EQ(finished.status, 0) << finished.out << finished.err;
 }
 
-TEST_F(Files, that_are_none_are_refused)
+TEST_F(Files, that_are_not_regular_are_refused)
 {
     fs::create_directory(dir / "d");
     EXPECT_EQ(mkfifo((dir / "fifo").c_str(), 0666), 0);
@@ -379,7 +378,7 @@ struct Output
 {
     const char* name;
     const char* line;
-    const char* text; // of the file "log", or on standard error
+    const char* text; // in the file "log", or on standard error
 };
 
 class Outputs : public Files, public testing::WithParamInterface<Output>
@@ -448,7 +447,7 @@ INSTANTIATE_TEST_SUITE_P(Descriptor, BadOutputs,
             "no_folder", "zk set --output d/o f '' k 2", "zk_settings: d/o: cannot open: No such file or directory"}),
     rowName);
 
-// The test holds the lock that another edit would hold.
+// The test takes the lock in place of another edit.
 class Locks : public Files
 {
 protected:
@@ -460,7 +459,7 @@ protected:
     }
 };
 
-TEST_F(Locks, are_waited_for_no_longer_than_asked)
+TEST_F(Locks, are_waited_for_no_longer_than_requested)
 {
     const int file = hold();
     expectRefusal(settings(dir.path(), {"set", "--wait", "0", "f", "", "k", "2"}),
@@ -472,7 +471,7 @@ TEST_F(Locks, are_waited_for_no_longer_than_asked)
     close(file);
 }
 
-TEST_F(Locks, end_and_let_the_next_edit_go_on)
+TEST_F(Locks, end_with_their_process)
 {
     const Finished finished =
         shell(dir.path(), "flock f sleep 0.5 & sleep 0.2; zk set --wait 0 f '' k 3; zk set f '' k 2");
@@ -481,7 +480,7 @@ TEST_F(Locks, end_and_let_the_next_edit_go_on)
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
-TEST_F(Locks, do_not_keep_readers_out)
+TEST_F(Locks, do_not_block_readers)
 {
     const int file = hold();
     EXPECT_EQ(settings(dir.path(), {"get", "f", "", "k"}).out, "1\n");

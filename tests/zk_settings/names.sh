@@ -1,6 +1,6 @@
 #!/bin/bash
-# The help, the manual page and the completion name the same commands and options, and the completion finds sections
-# and keys: names.sh PROGRAM SOURCE_DIR SCRATCH_DIR
+# Checks that help, manual page and completion name the same commands and options, and that the completion finds
+# sections and keys: names.sh PROGRAM SOURCE_DIR SCRATCH_DIR
 set -eu
 program=$1 source=$2 scratch=$3
 mkdir -p "$scratch"
@@ -10,9 +10,9 @@ cd "$scratch"
 { sed -n '/^Commands:/,/^$/p' help; sed -n '/^Options:/,/^$/p' help; } | sed -n 's/^  \([-a-z]*\) .*/\1/p' | sort >names
 [ "$(wc -l <names)" -eq 13 ] || { cat names; exit 1; }
 
-sed -n '/^# COMMANDS/,/^# DOUBT/s/^\*\([-a-z]*\)\*.*/\1/p' "$source/zk_settings.1.scd" | sort | diff names -
+sed -n '/^# COMMANDS/,/^# AMBIGUOUS/s/^\*\([-a-z]*\)\*.*/\1/p' "$source/zk_settings.1.scd" | sort | diff names -
 
-compopt() { :; } # works while the shell completes, and only then
+compopt() { :; } # the real one works only during a completion
 # shellcheck source=/dev/null
 . "$source/completion.bash"
 complete_words() {

@@ -40,7 +40,7 @@ std::vector<std::string> settingsFiles()
     return files;
 }
 
-// Whether `after` is `before` with the new value for `value`, which stands behind a '=', and for nothing else.
+// Whether `after` differs from `before` only in a value after a '=', which changed from `value` to the new one.
 bool replacesOnly(const QByteArray& before, const QByteArray& after, const QByteArray& value)
 {
     const qsizetype begin = after.indexOf(newValue);
@@ -56,7 +56,7 @@ struct Counts
     int unreadable = 0;
 };
 
-// Sets the key's value and sets it back. A document that refused is not used again.
+// Sets the value and sets it back. Loads the document again after a refusal.
 bool changesOnly(const QByteArray& bytes, const QString& section, const QString& key, std::optional<Document>& document)
 {
     const bool isAmbiguous = !document->ambiguousLines(section, key).empty();
@@ -97,19 +97,19 @@ void tryFile(const std::string& path, Counts& counts)
     }
 }
 
-TEST(RealFiles, change_in_the_value_alone_or_not_at_all)
+TEST(RealFiles, change_only_in_the_value_or_not_at_all)
 {
     Counts counts;
     for (const std::string& path : settingsFiles())
         tryFile(path, counts);
-    std::cout << counts.files << " files: " << counts.edits << " edits made and taken back, " << counts.refusals
+    std::cout << counts.files << " files: " << counts.edits << " edits made and undone, " << counts.refusals
               << " refused; " << counts.unreadable << " files refused\n";
     EXPECT_GE(counts.files, 100);
     EXPECT_GE(counts.edits, 500);
 }
 
 // The same through the program, for one key in each of a sample of the files.
-TEST(RealFiles, change_so_through_the_program_too)
+TEST(RealFiles, change_the_same_way_through_the_program)
 {
     const TempDir dir;
     int edits = 0;
@@ -136,7 +136,7 @@ TEST(RealFiles, change_so_through_the_program_too)
         }
         EXPECT_EQ(readFile(dir / "f"), before) << files[i];
     }
-    std::cout << edits << " edits made and taken back, " << refusals << " refused\n";
+    std::cout << edits << " edits made and undone, " << refusals << " refused\n";
     EXPECT_GT(edits, 10);
 }
 

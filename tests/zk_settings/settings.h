@@ -3,7 +3,7 @@
 
 #include "support/process.h"
 
-/// Runs the program in `directory`, in a locale that knows no UTF-8.
+/// Runs the program in `directory`, in a locale without UTF-8.
 inline Finished settings(
     const std::string& directory, std::vector<std::string> arguments, const std::string& input = {})
 {
@@ -11,7 +11,7 @@ inline Finished settings(
     return run(arguments, {input, {"LC_ALL=C"}, directory});
 }
 
-/// Runs a line of shell in `directory`, in which `zk` is the program.
+/// Runs a shell command in `directory`. `zk` is the program.
 inline Finished shell(const std::string& directory, const std::string& line)
 {
     return run({"sh", "-c", "zk() { " ZK_SETTINGS " \"$@\"; }\n" + line}, {{}, {"LC_ALL=C"}, directory});

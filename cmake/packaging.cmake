@@ -53,7 +53,7 @@ if(CPACK_GENERATOR STREQUAL "DEB")
   endforeach()
 endif()
 
-# RPM: Qt's own packages have other names with every distribution, but all provide the names of their CMake packages.
+# RPM: the names of Qt's packages differ between distributions, but all of them provide cmake(NAME).
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})

@@ -150,9 +150,30 @@ qsizetype endOfKeys(const INISection& section, bool isLast)
     return blank == lines.end() && !isLast ? 0 : blank - lines.begin();
 }
 
-bool isSameLine(const INILine& a, const INILine& b)
+// Points into a document, as a copy of every line of a large file takes too much memory.
+struct LineView
 {
-    return a.m_raw == b.m_raw && a.m_key == b.m_key && a.m_value == b.m_value;
+    const QString* key;
+    const QString* value;
+    const QByteArray* raw;
+};
+
+bool isSameLine(const LineView& a, const LineView& b)
+{
+    return *a.raw == *b.raw && *a.key == *b.key && *a.value == *b.value;
+}
+
+// All lines in file order. A header has the section's name as its key and value.
+std::vector<LineView> linesOf(const QList<INISection>& sections)
+{
+    std::vector<LineView> lines;
+    for (const INISection& section : sections) {
+        if (!section.m_raw.isEmpty())
+            lines.push_back({&section.m_name, &section.m_name, &section.m_raw});
+        for (const INILine& line : section.m_lines)
+            lines.push_back({&line.m_key, &line.m_value, &line.m_raw});
+    }
+    return lines;
 }
 
 // Each name once, as first written.
@@ -217,23 +238,11 @@ Document::Document(const QByteArray& bytes)
     load(m_store, bytes.mid(m_mark.size()));
 }
 
-// All lines in file order. A header has the section's name as its key and no value.
-QList<INILine> Document::lines() const
-{
-    QList<INILine> lines;
-    for (const INISection& section : m_store.m_sections) {
-        if (!section.m_raw.isEmpty())
-            lines.append(INILine(section.m_name, QString(), section.m_raw));
-        lines += section.m_lines;
-    }
-    return lines;
-}
-
 QByteArray Document::bytes() const
 {
     QByteArray bytes = m_mark;
-    for (const INILine& line : lines())
-        bytes += line.m_raw;
+    for (const LineView& line : linesOf(m_store.m_sections))
+        bytes += *line.raw;
     return bytes;
 }
 
@@ -265,7 +274,7 @@ QStringList Document::sections() const
 }
 
 template <typename Predicate>
-QList<INILine> Document::linesOf(const QString& section, Predicate isWanted)
+QList<INILine> Document::matching(const QString& section, Predicate isWanted)
 {
     const int index = m_store.GetSection(section);
     if (index < 0)
@@ -284,7 +293,7 @@ QList<INILine> Document::linesOf(const QString& section, Predicate isWanted)
 QStringList Document::keys(const QString& section)
 {
     QStringList keys;
-    for (const INILine& line : linesOf(section, hasKey))
+    for (const INILine& line : matching(section, hasKey))
         keys.append(line.m_key);
     return unique(keys);
 }
@@ -292,7 +301,7 @@ QStringList Document::keys(const QString& section)
 QStringList Document::values(const QString& section, const QString& key)
 {
     QStringList values;
-    for (const INILine& line : linesOf(section, [&](const INILine& l) { return isSame(l.m_key, key); }))
+    for (const INILine& line : matching(section, [&](const INILine& l) { return isSame(l.m_key, key); }))
         values.append(line.m_value);
     if (values.isEmpty())
         throw absent({section, key});
@@ -446,8 +455,9 @@ void Document::remove(const Request& request)
 
 void Document::verify(const Request& request) const
 {
-    const QList<INILine> expected = lines();
-    const QList<INILine> found = Document(bytes()).lines();
+    const Document read(bytes());
+    const std::vector<LineView> expected = linesOf(m_store.m_sections);
+    const std::vector<LineView> found = linesOf(read.m_store.m_sections);
     const auto ends = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSameLine);
     if (ends.first == expected.end() && ends.second == found.end())
         return;

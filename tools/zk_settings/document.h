@@ -56,11 +56,10 @@ public:
     std::vector<int> ambiguousLines(const QString& section, const QString& key) const;
 
 private:
-    QList<INILine> lines() const;
     int lineNumber(qsizetype section, qsizetype line) const;
     void requireUtf8(qsizetype section, qsizetype line) const;
     template <typename Predicate>
-    QList<INILine> linesOf(const QString& section, Predicate isWanted);
+    QList<INILine> matching(const QString& section, Predicate isWanted);
     void requireUnambiguous(const Request& request, int upToLine) const;
     INILine modelLine(qsizetype section) const;
     QByteArray composed(const Request& request, qsizetype section) const;

@@ -221,7 +221,7 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
 // Writes the end first: a full disk shows before an old byte is overwritten. If a write fails, restores the old bytes.
 void LockedFile::writeInPlace(const QByteArray& bytes) const
 {
-    const Descriptor file(::open(m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor file(::open(m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat opened = {};
     if (!file.isOpen() || fstat(file.number(), &opened) != 0)
         throw systemFailure(m_name, "write");

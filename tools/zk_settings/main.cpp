@@ -6,7 +6,6 @@
 
 #include "osrelease/osrelease.h"
 
-#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <cstdio>

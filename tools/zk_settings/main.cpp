@@ -281,7 +281,7 @@ bool printText(const Call& call)
 {
     if (!call.has('h') && !call.has('v'))
         return false;
-    const std::string text = call.has('h') ? help() : "zk_settings " ZK_SETTINGS_VERSION "\n";
+    const std::string text = call.has('h') ? help() : std::string("zk_settings ") + ZK_SETTINGS_VERSION + '\n';
     writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
     return true;
 }

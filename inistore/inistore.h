@@ -141,9 +141,10 @@ public:
     /// `m_raw` of that line first.
     ///
     /// **Warning**: the line is `QStringLiteral("%1 = %2%3").arg(key).arg(value).arg(s_newline)` and a new header is
-    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`, so a place marker in an argument is replaced too: `%0` to
-    /// `%3` in a key or a value, `%0` to `%2` in a section name, also as `%L1`, as the `%02` of `%02d` and, in many
-    /// versions of Qt, with digits of other scripts. To add such a text to an existing section, add the record yourself:
+    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`, so a place marker in an argument is replaced too: `%0`
+    /// to `%3` in a key or a value, `%0` to `%2` in a section name, also as `%L1`, as the `%02` of `%02d` and, in many
+    /// versions of Qt, with digits of other scripts. To add such a text to an existing section, add the record
+    /// yourself:
     ///
     ///     const QString text = key + QLatin1String(" = ") + value + INIStore::s_newline;
     ///     store.m_sections[store.GetSection(section)].m_lines.append(INILine(key, value, text.toUtf8()));

@@ -14,7 +14,7 @@ inline Finished settings(
 /// Runs a shell command in `directory`. `zk` is the program.
 inline Finished shell(const std::string& directory, const std::string& line)
 {
-    return run({"sh", "-c", "zk() { " ZK_SETTINGS " \"$@\"; }\n" + line}, {{}, {"LC_ALL=C"}, directory});
+    return run({"sh", "-c", "zk() { '" ZK_SETTINGS "' \"$@\"; }\n" + line}, {{}, {"LC_ALL=C"}, directory});
 }
 
 #endif

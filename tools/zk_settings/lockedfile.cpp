@@ -35,7 +35,7 @@ bool isRefusal(int error)
 std::set<std::string> attributeNames(int file)
 {
     std::string list(XATTR_LIST_MAX, '\0');
-    list.resize(std::max<ssize_t>(flistxattr(file, list.data(), list.size()), 0));
+    list.resize(std::size_t(std::max<ssize_t>(flistxattr(file, list.data(), list.size()), 0)));
     std::set<std::string> names;
     for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1)
         names.insert(list.c_str() + begin);

@@ -93,9 +93,9 @@ ratio is the other library's figure divided by ours: above 1, ours is better. Qt
 {fidelity.section(edits)}
 ## Performance targets
 
-A row with the name of another library has a ratio. "Used heap" means that all libraries and sizes run in one process, in
-turns, so that each finds the heap as the others leave it. Otherwise each library has its own process. SimpleIni keeps
-repeated keys here, as the store does.
+A row with the name of another library has a ratio. "Used heap" means that all libraries and sizes run in one process,
+in turns, so that each finds the heap as the others leave it. Otherwise each library has its own process. SimpleIni
+keeps repeated keys here, as the store does.
 
 {targets(figures)}
 ## Settings files by size

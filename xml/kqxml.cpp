@@ -33,18 +33,6 @@ QDomElement firstMatch(const QDomElement& element, const QString& tagName)
     return element.elementsByTagName(tagName).item(0).toElement();
 }
 
-template <typename Visitor>
-void forEachMatch(const QDomElement& element, const QString& tagName, Visitor visit)
-{
-    const QDomNodeList matches = element.elementsByTagName(tagName);
-    const int count = matches.length(); // each call walks up to the document
-    for (int i = 0; i < count; ++i) {
-        const QDomElement match = matches.item(i).toElement();
-        if (!match.isNull())
-            visit(match);
-    }
-}
-
 // A CDATA section counts as text, as in Qt.
 QDomText firstTextChild(const QDomElement& element)
 {
@@ -102,15 +90,23 @@ QString KQXml::GetChildElementAttribute(
 
 QStringList KQXml::GetChildElementsTextList(const QDomElement& element, const QString& tagName)
 {
+    const QList<QDomElement> matches = GetChildElements(element, tagName);
     QStringList texts;
-    forEachMatch(element, tagName, [&](const QDomElement& match) { texts.append(match.text()); });
+    for (const QDomElement& match : matches)
+        texts.append(match.text());
     return texts;
 }
 
 QList<QDomElement> KQXml::GetChildElements(const QDomElement& element, const QString& tagName)
 {
+    const QDomNodeList matches = element.elementsByTagName(tagName);
+    const int count = matches.length(); // each call walks up to the document
     QList<QDomElement> elements;
-    forEachMatch(element, tagName, [&](const QDomElement& match) { elements.append(match); });
+    for (int i = 0; i < count; ++i) {
+        const QDomElement match = matches.item(i).toElement();
+        if (!match.isNull())
+            elements.append(match);
+    }
     return elements;
 }
 

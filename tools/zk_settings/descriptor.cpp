@@ -11,10 +11,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// /dev/stdout and /dev/fd/N are links that lead here, too.
+// /dev/stdout and /dev/fd/N are links to a path that this accepts.
 bool isDescriptor(const fs::path& path)
 {
-    std::error_code ignored; // a folder that is missing is not the same
+    std::error_code ignored; // a missing folder gives false
     return fs::equivalent(path.parent_path(), "/proc/self/fd", ignored);
 }
 
@@ -22,9 +22,9 @@ bool isDescriptor(const fs::path& path)
 
 std::string withoutLinks(const std::string& name)
 {
-    constexpr int mostLinks = 40; // as the system follows
+    constexpr int mostLinks = 40; // the limit of the system
     fs::path path = name;
-    std::error_code ignored; // what is wrong with the path shows when it is opened
+    std::error_code ignored; // opening the path reports the error
     for (int i = 0; i < mostLinks && !isDescriptor(path) && fs::is_symlink(path, ignored); ++i)
         path = path.parent_path() / fs::read_symlink(path, ignored);
     return path;

@@ -21,7 +21,7 @@ bool isSame(const QString& a, const QString& b)
     return a.compare(b, Qt::CaseInsensitive) == 0;
 }
 
-// The store reads only files that have a path, so this gives the bytes one without writing them to a disk.
+// The store only reads files that have a path. A file in memory has one.
 void load(INIStore& store, const QByteArray& bytes)
 {
     const Descriptor memory(memfd_create("zk_settings", MFD_CLOEXEC));
@@ -70,7 +70,7 @@ QString possibleKey(const QByteArray& raw)
     return text.contains(u'=') ? text.section(u'=', 0, 0).trimmed() : QString();
 }
 
-// The section of an ambiguous line, if the ';' belongs to the text or the comment starts at it.
+// The section that an ambiguous line may start, whatever its ';' means.
 QString possibleSection(const QByteArray& raw)
 {
     static const QRegularExpression brackets(QStringLiteral(R"(^\s*\[([^\]]+)\])"));
@@ -91,7 +91,8 @@ bool isUtf8(const QByteArray& raw)
     return parts.mark + parts.text.toUtf8() + parts.comment == raw;
 }
 
-// How many blanks come before a value that replaces an empty one: all, but a comment keeps one before it.
+// Returns how many of the blanks after the '=' stay before a value that replaces an empty one: all of them, or at most
+// one if a comment follows, so that a blank is left before the comment.
 qsizetype blanksBefore(QStringView blanks, bool hasComment)
 {
     if (hasComment)
@@ -99,7 +100,7 @@ qsizetype blanksBefore(QStringView blanks, bool hasComment)
     return blanks.size() - blanks.count(u'\r') - blanks.count(u'\n');
 }
 
-// An ambiguous comment gets a blank before it, without which it would hide the last character of the value.
+// Adds a blank before an ambiguous comment, which would otherwise hide the last character of the value.
 QByteArray withValue(const QByteArray& raw, const QString& value)
 {
     Parts parts = partsOf(raw);
@@ -150,7 +151,7 @@ qsizetype endOfKeys(const INISection& section, bool isLast)
     return blank == lines.end() && !isLast ? 0 : blank - lines.begin();
 }
 
-// Points into a document, as a copy of every line of a large file takes too much memory.
+// Points into a document, because copies of all lines of a large file would take too much memory.
 struct LineView
 {
     const QString* key;
@@ -210,7 +211,7 @@ struct Reason
     const char* text;
 };
 
-// Why a document differs when it is read again. The first that applies explains most.
+// Why a document can differ when it is read again. The first reason that applies is reported.
 constexpr Reason reasons[] = {
     {[](const Request& r) { return r.value.contains(u'\n'); }, "the value contains a line break"},
     {[](const Request& r) { return r.value.contains(u';'); }, "the value contains a ';', which starts a comment"},

@@ -70,8 +70,8 @@ bool copyAttributes(int from, int to)
     return true;
 }
 
-// Call before writing, so that the system clears the set-user-ID bits if it would for any write. The mode comes last,
-// as a change of owner clears bits from it.
+// Call this before the first write, so that the write clears the set-user-ID bits as usual. Sets the mode last, because
+// a change of owner clears some of its bits.
 bool copyStatus(int from, const struct stat& status, int to)
 {
     struct stat fresh = {};
@@ -218,7 +218,8 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     return true;
 }
 
-// Writes the end first: a full disk shows before an old byte is overwritten. If a write fails, restores the old bytes.
+// Writes the end first, so that a full disk is noticed before an old byte is overwritten. If a write fails, restores
+// the old bytes.
 void LockedFile::writeInPlace(const QByteArray& bytes) const
 {
     const Descriptor file(::open(m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));

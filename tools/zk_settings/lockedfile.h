@@ -9,7 +9,7 @@
 /// A regular file, locked against other edits, read, and replaced as a whole.
 ///
 /// The lock is flock() on the file itself, or on its folder while the file does not exist. It ends with its process, so
-/// it is never stale. An edit replaces the file, so whoever waited for the lock opens the path again.
+/// it is never stale. An edit replaces the file, so after a wait for the lock the path is opened again.
 class LockedFile
 {
 public:

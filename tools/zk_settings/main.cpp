@@ -61,7 +61,7 @@ constexpr Command commands[] = {
 
 struct Option
 {
-    option name; // ends in the letter
+    option name; // its last field is the letter
     const char* argument;
     const char* help;
 };
@@ -105,8 +105,7 @@ void report(const std::string& file, int line, const std::string& text)
     throw Failure{Trouble, problem + "; see zk_settings --help"};
 }
 
-// A replacement character is what any byte that is not UTF-8 decodes to, so it would match lines that do not contain
-// it.
+// Invalid bytes decode to the replacement character, so it would match lines that do not contain it.
 QString decoded(const std::string& operand)
 {
     const QString text = QString::fromStdString(operand);
@@ -163,7 +162,7 @@ QByteArray edited(const Command& command, const Call& call, const QByteArray& so
     return document.bytes();
 }
 
-// Where the edited document goes, if the caller has opened that.
+// Returns the descriptor for the edited document if the caller has opened one.
 std::optional<int> outputDescriptor(const Call& call)
 {
     if (!call.output.empty())
@@ -180,7 +179,7 @@ bool isDevice(const std::string& name)
 void editTo(int output, const Command& command, const Call& call)
 {
     const std::string name = call.output.empty() ? "standard output" : call.output;
-    if (fcntl(output, F_GETFL) < 0) // a file opened below would get the number
+    if (fcntl(output, F_GETFL) < 0) // otherwise a file that is opened later could get the number
         throw systemFailure(name, "write");
     writeAll(output, edited(command, call, readSource(call)), name);
 }
@@ -229,7 +228,7 @@ std::chrono::seconds seconds(const std::string& text)
     return std::chrono::seconds(number);
 }
 
-// An empty name comes from a variable that is not set.
+// An empty name is probably a shell variable that is not set.
 std::string outputName(const std::string& name)
 {
     if (name.empty())
@@ -245,7 +244,7 @@ void takeOptions(int argc, char** argv, Call& call)
         names.push_back(entry.name);
     names.push_back({});
 
-    while (optind < argc) { // at the end, getopt_long would go back to what follows a "--"
+    while (optind < argc) { // at the end, getopt_long would return to the words after a "--"
         const char* const word = argv[optind];
         const int letter = getopt_long(argc, argv, "+", names.data(), nullptr);
         if (letter == -1)
@@ -306,7 +305,7 @@ void run(int argc, char** argv, Call& call)
         return;
     std::vector<std::string> operands;
     takeOperands(argc, argv, command.fewest, operands);
-    takeOptions(argc, argv, call); // an optional operand that looks like one comes after "--"
+    takeOptions(argc, argv, call); // an optional operand that starts with '-' comes after "--"
     takeOperands(argc, argv, command.most, operands);
     takeOptions(argc, argv, call);
     if (operands.size() < command.fewest || optind < argc)

@@ -361,30 +361,11 @@ TEST_F(Files, that_are_not_regular_are_refused)
 
 TEST_F(Files, may_be_pipes_to_read_from)
 {
-    const Finished finished =
-        shell(dir.path(), "mkfifo p q; cat f >p & zk get p '' k; cat f >q & zk set --output - q '' k 2");
+    const Finished finished = shell(dir.path(), "mkfifo p q; cat f >p & zk get p '' k; cat f >q & zk get q '' k");
     EXPECT_EQ(finished.err, "");
-    EXPECT_EQ(finished.out, "1\nk=2\n");
+    EXPECT_EQ(finished.out, "1\n1\n");
     EXPECT_EQ(shell(dir.path(), "zk get /dev/stdin '' k <f; zk set /dev/fd/5 '' k 2 5<f").out, "1\nk=2\n");
     EXPECT_EQ(readFile(f), "k=1\n");
-}
-
-TEST_F(Files, stay_as_they_are_with_another_output)
-{
-    fs::create_symlink("target", dir / "link");
-    writeFile(dir / "target", "longer than what is written there\n");
-    EXPECT_EQ(settings(dir.path(), {"set", "--output", "link", "f", "", "k", "2"}).status, 0);
-    EXPECT_EQ(readFile(dir / "target"), "k=2\n");
-    EXPECT_TRUE(fs::is_symlink(dir / "link"));
-    EXPECT_EQ(settings(dir.path(), {"--output", "new", "set", "f", "", "k", "1"}).status, 0)
-        << "an unchanged document too";
-    EXPECT_EQ(readFile(dir / "new"), "k=1\n");
-    EXPECT_EQ(readFile(f), "k=1\n");
-    EXPECT_EQ(settings(dir.path(), {"set", "--output=f", "f", "", "k", "3"}).status, 0);
-    EXPECT_EQ(readFile(f), "k=3\n");
-    EXPECT_EQ(settings(dir.path(), {"set", "--create", "--output", "created", "missing", "", "k", "4"}).status, 0);
-    EXPECT_EQ(readFile(dir / "created"), "k = 4\n");
-    EXPECT_EQ(namesIn(dir.path()), (Names{"created", "f", "link", "new", "target"}));
 }
 
 struct Output
@@ -414,18 +395,8 @@ TEST_P(GoodOutputs, are_written_at_their_offset)
 }
 
 INSTANTIATE_TEST_SUITE_P(Descriptor, GoodOutputs,
-    testing::Values(Output{"dash", "zk set --output - f '' k 2 >>log", "old\nk=2\n"},
-        Output{"standard_output", "zk set --output /dev/stdout f '' k 2 >>log", "old\nk=2\n"},
-        Output{"standard_error", "zk set --output /dev/stderr f '' k 2 2>>log", "old\nk=2\n"},
-        Output{"between", "{ echo a; zk set --output /dev/stdout f '' k 2; echo b; } >log", "a\nk=2\nb\n"},
-        Output{"number", "{ echo a >&7; zk set --output /dev/fd/7 f '' k 2; echo b >&7; } 7>log", "a\nk=2\nb\n"},
-        Output{"number_of_the_process", "zk set --output /proc/self/fd/7 f '' k 2 7>>log", "old\nk=2\n"},
-        Output{"other_spelling", "zk set --output //dev/../dev/stdout f '' k 2 >>log", "old\nk=2\n"},
-        Output{"symbolic_link", "ln -s /dev/stdout link; zk set --output link f '' k 2 >>log; s=$?; rm link; exit $s",
-            "old\nk=2\n"},
-        Output{"without_truncation", "echo more >>log; zk set --output /dev/fd/7 f '' k 2 7<>log", "k=2\nmore\n"},
-        Output{"filter", "zk set - '' k 2 <f | zk set - '' k 3 >>log", "old\nk=3\n"},
-        Output{"device", "zk set --output /dev/null f '' k 2", "old\n"}),
+    testing::Values(Output{"filter", "zk set - '' k 2 <f | zk set - '' k 3 >>log", "old\nk=3\n"},
+        Output{"between", "{ echo a; zk set - '' k 2 <f; echo b; } >log", "a\nk=2\nb\n"}),
     rowName);
 
 class BadOutputs : public Outputs
@@ -444,20 +415,14 @@ TEST_P(BadOutputs, are_reported)
 INSTANTIATE_TEST_SUITE_P(Descriptor, BadOutputs,
     testing::Values(Output{"closed_for_get", "zk get f '' k >&-",
                         "zk_settings: standard output: cannot write: Bad file descriptor"},
-        Output{"closed_for_set", "zk set --output - f '' k 2 >&-", "zk_settings: -: cannot write: Bad file descriptor"},
+        Output{"closed_for_set", "zk set - '' k 2 <f >&-",
+            "zk_settings: standard output: cannot write: Bad file descriptor"},
         Output{"closed_for_help", "zk --help >&-", "zk_settings: standard output: cannot write: Bad file descriptor"},
-        Output{"closed_number", "zk set --output /dev/fd/3 f '' k 2 3>&-",
-            "zk_settings: /dev/fd/3: cannot write: Bad file descriptor"},
         Output{"closed_input", "zk set - '' k 2 <&-", "zk_settings: -: cannot read: Bad file descriptor"},
         Output{
             "full", "zk get f '' k >/dev/full", "zk_settings: standard output: cannot write: No space left on device"},
         Output{"full_for_set", "zk set - '' k 2 <f >/dev/full",
-            "zk_settings: standard output: cannot write: No space left on device"},
-        Output{"full_by_name", "zk set --output /dev/full f '' k 2",
-            "zk_settings: /dev/full: cannot write: No space left on device"},
-        Output{"directory", "zk set --output . f '' k 2", "zk_settings: .: cannot open: Is a directory"},
-        Output{
-            "no_folder", "zk set --output d/o f '' k 2", "zk_settings: d/o: cannot open: No such file or directory"}),
+            "zk_settings: standard output: cannot write: No space left on device"}),
     rowName);
 
 // The test takes the lock in place of another edit.
@@ -498,7 +463,6 @@ TEST_F(Locks, do_not_block_readers)
     const int file = hold();
     EXPECT_EQ(settings(dir.path(), {"get", "f", "", "k"}).out, "1\n");
     EXPECT_EQ(settings(dir.path(), {"list", "f", ""}).out, "k\n");
-    EXPECT_EQ(settings(dir.path(), {"set", "--output", "-", "f", "", "k", "2"}).out, "k=2\n");
     close(file);
 }
 

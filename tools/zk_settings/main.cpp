@@ -21,7 +21,6 @@ struct Call
 {
     std::vector<std::string> operands;
     std::string letters; // of the options
-    std::string output;
     std::chrono::seconds wait{10};
 
     const std::string& file() const { return operands[0]; }
@@ -49,12 +48,12 @@ struct Command
 
 constexpr Command commands[] = {
     {"get", "FILE SECTION KEY", 3, 3, "n", get, nullptr, "print the values of KEY"},
-    {"set", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::set, "replace the first value, or add KEY"},
-    {"append", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::append,
+    {"set", "FILE SECTION KEY VALUE", 4, 4, "cfw", nullptr, &Document::set, "replace the first value, or add KEY"},
+    {"append", "FILE SECTION KEY VALUE", 4, 4, "cfw", nullptr, &Document::append,
         "add a line after the first lines of KEY"},
-    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cfow", nullptr, &Document::prepend,
+    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cfw", nullptr, &Document::prepend,
         "add a line before the first line of KEY"},
-    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cfow", nullptr, &Document::remove,
+    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cfw", nullptr, &Document::remove,
         "remove all lines of KEY, or those with VALUE"},
     {"list", "FILE [SECTION]", 1, 2, "n", list, nullptr, "print the sections, or the keys of SECTION"},
 };
@@ -70,7 +69,6 @@ constexpr Option options[] = {
     {{"create", no_argument, nullptr, 'c'}, "", "treat a missing FILE as empty"},
     {{"force", no_argument, nullptr, 'f'}, "", "treat an ambiguous ';' as the start of a comment"},
     {{"null", no_argument, nullptr, 'n'}, "", "end each line with NUL instead of a line feed"},
-    {{"output", required_argument, nullptr, 'o'}, " FILE", "write there; FILE stays as it is"},
     {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit (default 10)"},
     {{"help", no_argument, nullptr, 'h'}, "", "print this help"},
     {{"version", no_argument, nullptr, 'v'}, "", "print the version"},
@@ -162,45 +160,17 @@ QByteArray edited(const Command& command, const Call& call, const QByteArray& so
     return document.bytes();
 }
 
-// Returns the descriptor for the edited document if the caller has opened one.
-std::optional<int> outputDescriptor(const Call& call)
+void editToStandardOutput(const Command& command, const Call& call)
 {
-    if (!call.output.empty())
-        return namedDescriptor(call.output, STDOUT_FILENO);
-    return namedDescriptor(call.file(), STDIN_FILENO) ? std::optional(STDOUT_FILENO) : std::nullopt;
-}
-
-bool isDevice(const std::string& name)
-{
-    struct stat status = {};
-    return stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-}
-
-void editTo(int output, const Command& command, const Call& call)
-{
-    const std::string name = call.output.empty() ? "standard output" : call.output;
-    if (fcntl(output, F_GETFL) < 0) // otherwise a file that is opened later could get the number
-        throw systemFailure(name, "write");
-    writeAll(output, edited(command, call, readSource(call)), name);
-}
-
-// A pipe or a device has nothing to lock or to replace.
-void editToDevice(const Command& command, const Call& call)
-{
-    const Descriptor device(open(call.output.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!device.isOpen())
-        throw systemFailure(call.output, "open");
-    editTo(device.number(), command, call);
+    writeAll(STDOUT_FILENO, edited(command, call, readSource(call)), "standard output");
 }
 
 void edit(const Command& command, const Call& call)
 {
-    if (const auto output = outputDescriptor(call))
-        return editTo(*output, command, call);
-    if (!call.output.empty() && isDevice(call.output))
-        return editToDevice(command, call);
-    LockedFile file(call.output.empty() ? call.file() : call.output, call.wait);
-    const bool isSource = call.output.empty() && (file.exists() || call.has('c'));
+    if (namedDescriptor(call.file(), STDIN_FILENO))
+        return editToStandardOutput(command, call);
+    LockedFile file(call.file(), call.wait);
+    const bool isSource = file.exists() || call.has('c');
     file.replace(edited(command, call, isSource ? file.bytes() : readSource(call)));
 }
 
@@ -228,14 +198,6 @@ std::chrono::seconds seconds(const std::string& text)
     return std::chrono::seconds(number);
 }
 
-// An empty name is probably a shell variable that is not set.
-std::string outputName(const std::string& name)
-{
-    if (name.empty())
-        failUsage("--output takes the name of a file");
-    return name;
-}
-
 // Takes the options up to the next operand.
 void takeOptions(int argc, char** argv, Call& call)
 {
@@ -252,8 +214,6 @@ void takeOptions(int argc, char** argv, Call& call)
         if (letter == '?')
             failUsage(std::string("unknown or incomplete option '") + word + '\'');
         call.letters += static_cast<char>(letter);
-        if (letter == 'o')
-            call.output = outputName(optarg);
         if (letter == 'w')
             call.wait = seconds(optarg);
     }

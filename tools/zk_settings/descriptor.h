@@ -34,18 +34,16 @@ private:
     int m_number;
 };
 
-/// Follows symbolic links at the end of the path, also one to a file that does not exist yet. Stops at a descriptor.
-std::string withoutLinks(const std::string& name);
-
-/// Returns the number in a name such as /dev/stdout or /dev/fd/3, `standard` for "-", and nothing for other names. Use
-/// the descriptor itself: opening such a name opens the file again, at its start.
-std::optional<int> namedDescriptor(const std::string& name, int standard);
+/// Returns 0 for "-" and "/dev/stdin", N for "/dev/fd/N", and nothing for other names. Read the descriptor itself:
+/// opening such a name opens the file again, at its start.
+std::optional<int> namedDescriptor(const std::string& name);
 
 /// Opens the standard descriptors that are closed, so that no other file gets their numbers. Reading standard input or
 /// writing the others then still fails.
 void occupyStandardDescriptors();
 
-/// Reads to the end. `name` is for the message. Throws Failure.
+/// Reads to the end, or to the first piece that contains a NUL byte: a settings file has none, but a device may send
+/// them without end. `name` is for the message. Throws Failure.
 QByteArray readAll(int descriptor, const std::string& name);
 
 /// Writes every byte at the descriptor's offset. `name` is for the message. Throws Failure.

@@ -4,42 +4,110 @@
 #include "descriptor.h"
 
 #include <chrono>
+#include <filesystem>
 #include <sys/stat.h>
+#include <vector>
+
+class NewFile;
+
+/// An open folder.
+class Folder : public Descriptor
+{
+public:
+    Folder() = default;
+    explicit Folder(const std::filesystem::path& path);
+
+    const std::filesystem::path& path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// How to open a file for an edit.
+struct Access
+{
+    std::chrono::seconds wait{10}; ///< for another edit, and for a program that has the file open for writing
+    bool create = false;           ///< treat a missing file as empty
+    bool lock = true;              ///< false: for a file system without locks
+};
 
 /// A regular file, locked against other edits, read, and replaced as a whole.
 ///
-/// The lock is flock() on the file itself, or on its folder while the file does not exist. It ends with its process, so
-/// it is never stale. An edit replaces the file, so after a wait for the lock the path is opened again.
+/// The life of an edit. FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its
+/// folder. A failure at a step leaves what the step before left.
+///
+/// | step                                                 | at FILE | beside it, until the next edit     |
+/// |------------------------------------------------------|---------|------------------------------------|
+/// | open FILE, its folder if it is missing               | old     |                                    |
+/// | lock it; read it; remove what a killed edit left     | old     |                                    |
+/// | create NEW; copy owner, attributes, mode; write      | old     | if killed: NEW, maybe incomplete   |
+/// | flush NEW                                            | old     | if killed: NEW                     |
+/// | take a lease; check that FILE has not changed        | old     | if killed: NEW                     |
+/// | exchange NEW and FILE; check what came out           | new     | if killed: the old file, as NEW    |
+/// | if that has changed: exchange back                   | old     | if that fails: the other program's |
+/// | remove NEW; flush the folder                         | new     |                                    |
+///
+/// Where the file system cannot exchange two names, NEW is renamed over FILE. If that fails, NEW is removed only after
+/// the old bytes have been read from FILE: an SMB server may have removed it. To create FILE, NEW is renamed to it, or
+/// linked, unless it exists.
+///
+/// A write in place, for a file with several hard links, or where the folder or the owner allows no new file. COPY is
+/// NEW with the ending `.new`, or in $TMPDIR or /var/tmp if the folder has no room:
+///
+/// | step                                                 | at FILE | beside it                          |
+/// |------------------------------------------------------|---------|------------------------------------|
+/// | create NEW, write, flush                             | old     | if killed: NEW, maybe incomplete   |
+/// | open FILE for writing; check that it has not changed | old     | if killed: NEW                     |
+/// | rename NEW to COPY; flush the folder                 | old     | if killed: COPY                    |
+/// | reserve space, write, truncate, flush                | damaged | if killed: COPY                    |
+/// | if that fails: write the old bytes                   | old     | if that fails: COPY                |
+/// | remove COPY                                          | new     |                                    |
+///
+/// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
+///
+/// The lock is flock() on FILE, or on its folder while FILE is missing. It ends with its process, so it is never stale.
 class LockedFile
 {
 public:
-    /// Locks and reads the file, or the target of a symbolic link. Throws Failure if it is not a regular file, or if
-    /// the lock is not free within `wait`.
-    LockedFile(const std::string& name, std::chrono::seconds wait);
+    /// Locks and reads the file. Throws Failure if it is missing or not regular, or if the lock is not free in time.
+    LockedFile(const std::string& name, const Access& access);
 
     bool exists() const { return m_exists; }
     /// Empty if the file does not exist.
     const QByteArray& bytes() const { return m_bytes; }
 
-    /// Makes `bytes` the contents, unless they already are. Throws Failure on an error, and keeps the old contents.
-    ///
-    /// Writes a new file beside the old one, with its owner, mode, ACL and extended attributes, flushes it to the disk,
-    /// and renames it over the old one. Writes in place if the file has several hard links, or if the folder or the
-    /// owner does not allow a new file.
+    /// Makes `bytes` the contents, unless they already are. Throws Failure on an error; the old contents stay unless it
+    /// says otherwise. Blocks SIGHUP, SIGINT, SIGQUIT and SIGTERM for the rest of the process, so that it ends with the
+    /// status of the edit.
     void replace(const QByteArray& bytes);
 
 private:
     void open();
-    bool lock(); ///< false if another process has the lock or has replaced the file
+    bool lock(); ///< false if another process has the lock, has the file open for writing, or has replaced it
+    bool takeLock();
     void takeStatus();
-    bool isCurrent() const; ///< whether the name still leads to the locked file, and that has not changed
-    bool replaceByRename(const QByteArray& bytes);
+    bool isCurrent() const; ///< whether the path still leads to the locked file, and that has not changed
+    bool isLockedFile(const std::string& name) const;
+    std::vector<std::string> leftovers(const std::string& ending) const;
+    void removeCopy(const std::string& name) const;
+
+    void create(const QByteArray& bytes) const;
+    bool replaceByRename(
+        const QByteArray& bytes); ///< this and the next two: false if only a write in place is possible
+    bool exchange(NewFile& fresh);
+    bool renameOver(NewFile& fresh);
+    bool refused(const char* action) const;
+    bool isWhole() const;
+    void flushFolder(int file) const;
     void writeInPlace(const QByteArray& bytes) const;
-    std::string folder() const;
+    void save(NewFile& copy, const QByteArray& bytes) const;
+    bool restore(int file) const;
 
     std::string m_name; // for messages
-    std::string m_path; // no symbolic link
-    Descriptor m_lock;  // the file, or its folder while it is absent
+    Access m_access;
+    Folder m_folder;
+    std::string m_base; // the name in the folder, which is no symbolic link
+    Descriptor m_file;  // not open while the file is missing
     bool m_exists = false;
     struct stat m_status = {};
     QByteArray m_bytes;

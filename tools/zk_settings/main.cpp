@@ -48,12 +48,12 @@ struct Command
 
 constexpr Command commands[] = {
     {"get", "FILE SECTION KEY", 3, 3, "n", get, nullptr, "print the values of KEY"},
-    {"set", "FILE SECTION KEY VALUE", 4, 4, "cfw", nullptr, &Document::set, "replace the first value, or add KEY"},
-    {"append", "FILE SECTION KEY VALUE", 4, 4, "cfw", nullptr, &Document::append,
+    {"set", "FILE SECTION KEY VALUE", 4, 4, "cflw", nullptr, &Document::set, "replace the first value, or add KEY"},
+    {"append", "FILE SECTION KEY VALUE", 4, 4, "cflw", nullptr, &Document::append,
         "add a line after the first lines of KEY"},
-    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cfw", nullptr, &Document::prepend,
+    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cflw", nullptr, &Document::prepend,
         "add a line before the first line of KEY"},
-    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cfw", nullptr, &Document::remove,
+    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cflw", nullptr, &Document::remove,
         "remove all lines of KEY, or those with VALUE"},
     {"list", "FILE [SECTION]", 1, 2, "n", list, nullptr, "print the sections, or the keys of SECTION"},
 };
@@ -68,6 +68,7 @@ struct Option
 constexpr Option options[] = {
     {{"create", no_argument, nullptr, 'c'}, "", "treat a missing FILE as empty"},
     {{"force", no_argument, nullptr, 'f'}, "", "treat an ambiguous ';' as the start of a comment"},
+    {{"no-lock", no_argument, nullptr, 'l'}, "", "edit without a lock, on a file system that has none"},
     {{"null", no_argument, nullptr, 'n'}, "", "end each line with NUL instead of a line feed"},
     {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit (default 10)"},
     {{"help", no_argument, nullptr, 'h'}, "", "print this help"},
@@ -114,7 +115,7 @@ QString decoded(const std::string& operand)
 
 QByteArray readSource(const Call& call)
 {
-    if (const auto descriptor = namedDescriptor(call.file(), STDIN_FILENO))
+    if (const auto descriptor = namedDescriptor(call.file()))
         return readAll(*descriptor, call.file());
     const Descriptor file(open(call.file().c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen() && errno == ENOENT && call.has('c'))
@@ -167,11 +168,10 @@ void editToStandardOutput(const Command& command, const Call& call)
 
 void edit(const Command& command, const Call& call)
 {
-    if (namedDescriptor(call.file(), STDIN_FILENO))
+    if (namedDescriptor(call.file()))
         return editToStandardOutput(command, call);
-    LockedFile file(call.file(), call.wait);
-    const bool isSource = file.exists() || call.has('c');
-    file.replace(edited(command, call, isSource ? file.bytes() : readSource(call)));
+    LockedFile file(call.file(), {call.wait, call.has('c'), !call.has('l')});
+    file.replace(edited(command, call, file.bytes()));
 }
 
 std::string help()
@@ -291,6 +291,9 @@ int main(int argc, char** argv)
         const std::string& file = failure.file.empty() && !call.operands.empty() ? call.file() : failure.file;
         report(file, failure.line, failure.text);
         return failure.status;
+    } catch (const std::bad_alloc&) {
+        report(call.operands.empty() ? std::string() : call.file(), 0, "out of memory");
+        return Trouble;
     } catch (const std::exception& error) {
         report({}, 0, error.what());
         return Trouble;

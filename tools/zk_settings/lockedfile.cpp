@@ -436,8 +436,10 @@ bool LockedFile::exchange(NewFile& fresh)
         return true;
     if (fresh.renameTo(m_base, RENAME_EXCHANGE))
         throw changed(m_name);
+    fresh.appendToName(".old"); // so that the next edit leaves it
     fresh.keep();
-    throw Failure{Trouble, "replaced, but another program has changed it; its version is " + fresh.path(), 0, m_name};
+    throw Failure{
+        Trouble, "replaced, but another program may have changed it; the file before is " + fresh.path(), 0, m_name};
 }
 
 // Whether the name leads to the locked file, apart from the time of its last change, which a rename changes.
@@ -498,7 +500,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     try {
         overwrite(file.number(), bytes, m_name);
     } catch (Failure& failure) {
-        if (!restore(file.number())) {
+        if (!isWhole() && !restore(file.number())) {
             copy->keep();
             failure.text += "; it is damaged, and its new contents are in " + copy->path();
         }

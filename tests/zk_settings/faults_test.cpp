@@ -17,12 +17,22 @@
 #include <optional>
 #include <sys/wait.h>
 #include <sys/xattr.h>
+#include <thread>
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using Names = std::vector<std::string>;
+
+// Thousands of folders are made fastest in memory, if the kernel has attributes there (6.6).
+[[maybe_unused]] const bool isInMemory = [] {
+    const std::string folder = "/dev/shm";
+    const std::string probe = folder + "/kqsupport-probe-" + std::to_string(getpid());
+    const bool hasAttributes = mkdir(probe.c_str(), 0700) == 0 && setxattr(probe.c_str(), "user.note", "n", 1, 0) == 0;
+    rmdir(probe.c_str());
+    return hasAttributes && setenv("TMPDIR", folder.c_str(), 0) == 0;
+}();
 
 constexpr uid_t user = 65534;
 constexpr gid_t group = 12345;
@@ -42,6 +52,7 @@ struct Situation
     const char* after;
     bool isForeign = false; // it has another owner, an attribute and an ACL
     bool isLinked = false;  // it has two names
+    bool isOld = false;     // the file system cannot exchange names, or rename without replacing
 };
 
 const Situation situations[] = {
@@ -50,6 +61,8 @@ const Situation situations[] = {
     {"links_growing", "k=1\n", "k=longer\n", true, true},
     {"links_shrinking", "k=longer\n", "k=1\n", true, true},
     {"create", nullptr, "k=2\n"},
+    {"plain_without_exchange", "k=1\n", "k=2\n", false, false, true},
+    {"create_with_a_link", nullptr, "k=2\n", false, false, true},
 };
 
 // What stat, the attributes and the contents say.
@@ -86,6 +99,8 @@ State stateOf(const std::string& path)
         attribute(path, "system.posix_acl_access")};
 }
 
+constexpr char change[] = "x=1\n"; // of another program
+
 int happen(const SystemCall&)
 {
     return 0;
@@ -97,6 +112,7 @@ public:
     explicit Folder(const Situation& situation)
         : m_situation(situation)
     {
+        sigprocmask(SIG_BLOCK, nullptr, &m_signals);
         if (!situation.before)
             return;
         writeFile(f, situation.before);
@@ -110,12 +126,20 @@ public:
         old = stateOf(f);
     }
 
+    ~Folder() { sigprocmask(SIG_SETMASK, &m_signals, nullptr); } // an edit blocks some
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
     // Returns the message of a failed edit.
     std::optional<std::string> edit(const char* bytes, const SystemCalls::Observer& observer = happen) const
     {
-        const SystemCalls calls(observer);
+        const SystemCalls calls([&](SystemCall& call) {
+            const int error = observer(call);
+            return error == 0 && m_situation.isOld && call.flags != 0 ? EINVAL : error;
+        });
         try {
-            LockedFile(f, {std::chrono::seconds(0), true}).replace(bytes);
+            LockedFile file(f, {std::chrono::seconds(0), !m_situation.before});
+            file.replace(file.bytes().contains(change) ? QByteArray(bytes) + change : QByteArray(bytes));
             return std::nullopt;
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.status, Trouble);
@@ -136,6 +160,14 @@ public:
             state.links = 1;
         }
         state.bytes = m_situation.after;
+        return state;
+    }
+
+    State state() const
+    {
+        State state = stateOf(f);
+        if (m_situation.isOld && names().size() > 1)
+            state.links = 1; // the temporary file is a second name until the next edit
         return state;
     }
 
@@ -182,6 +214,7 @@ public:
 
 private:
     const Situation& m_situation;
+    sigset_t m_signals = {};
 };
 
 bool contains(const std::string& text, const std::string& part)
@@ -192,7 +225,7 @@ bool contains(const std::string& text, const std::string& part)
 // Checks the file, and what the next edit makes of it.
 void expectWhatIsSaid(const Folder& folder, const std::optional<std::string>& message)
 {
-    const State found = stateOf(folder.f);
+    const State found = folder.state();
     const char* const done[] = {"edited, but the edit may not survive a power failure: cannot flush its folder",
         "replaced, but another program may have changed it; the file before is "};
     const auto isSaid = [&](const std::string& part) { return contains(*message, part); };
@@ -214,12 +247,7 @@ protected:
         if (geteuid() != 0)
             SKIP_OR_FAIL("only root can make a file of another owner");
         umask(022);
-        sigprocmask(SIG_BLOCK, nullptr, &m_signals);
     }
-    void TearDown() override { sigprocmask(SIG_SETMASK, &m_signals, nullptr); }
-
-private:
-    sigset_t m_signals = {};
 };
 
 // Which calls fail, from the Nth.
@@ -278,7 +306,7 @@ TEST_P(Faults, lose_nothing)
                 isReached = failing.hasBegun();
                 faults += isReached;
             }
-            EXPECT_FALSE(isReached) << "more calls than expected";
+            ASSERT_FALSE(isReached) << "more calls than expected, or a failure";
         }
     }
     std::cout << faults << " faults\n";
@@ -286,9 +314,109 @@ TEST_P(Faults, lose_nothing)
 
 INSTANTIATE_TEST_SUITE_P(Of, Faults, testing::ValuesIn(situations), rowName);
 
+// What a program may do to the file while it is edited, and whether that is still so in the end.
+struct Interference
+{
+    const char* name;
+    bool (*act)(const Folder& folder); ///< false if it could not
+    bool (*isKept)(const Folder& folder);
+};
+
+bool tryToWrite(const std::string& path, int flags, const std::string& bytes)
+{
+    const int file = open(path.c_str(), O_WRONLY | O_NONBLOCK | flags, 0644); // a lease makes it fail
+    const bool isWritten = file >= 0 && write(file, bytes.data(), bytes.size()) == ssize_t(bytes.size());
+    close(file);
+    return isWritten;
+}
+
+bool has(const Folder& folder, const std::string& text)
+{
+    return contains(stateOf(folder.f).bytes.value_or(""), text);
+}
+
+const Interference interferences[] = {
+    {"chmod", [](const Folder& folder) { return chmod(folder.f.c_str(), 0600) == 0; },
+        [](const Folder& folder) { return (stateOf(folder.f).mode & 07777) == 0600; }},
+    {"chown", [](const Folder& folder) { return chown(folder.f.c_str(), user, group) == 0; },
+        [](const Folder& folder) { return stateOf(folder.f).owner == user; }},
+    {"link", [](const Folder& folder) { return link(folder.f.c_str(), (folder.dir / "link").c_str()) == 0; },
+        [](const Folder& folder) { return fs::equivalent(folder.f, folder.dir / "link"); }},
+    {"append", [](const Folder& folder) { return tryToWrite(folder.f, O_APPEND, change); },
+        [](const Folder& folder) { return has(folder, change); }},
+    {"create", [](const Folder& folder) { return tryToWrite(folder.f, O_CREAT | O_EXCL, change); },
+        [](const Folder& folder) { return has(folder, change); }},
+    {"replace",
+        [](const Folder& folder) {
+            return tryToWrite(folder.dir / "other", O_CREAT, change) &&
+                   rename((folder.dir / "other").c_str(), folder.f.c_str()) == 0;
+        },
+        [](const Folder& folder) { return has(folder, change); }},
+    {"remove", [](const Folder& folder) { return unlink(folder.f.c_str()) == 0; },
+        [](const Folder& folder) { return !fs::exists(folder.f); }},
+};
+
+class Interferences : public Faults
+{
+};
+
+// Whether nothing can tell any more: after the last check before a plain rename or a write in place.
+bool isTooLate(const SystemCall& call, bool isInPlace)
+{
+    const char* const last[] = {"fstat", "lseek", "write", "ftruncate"};
+    const auto isNext = [&](const char* name) { return call.name == name; };
+    return (call.name == "renameat2" && call.flags == 0) || (isInPlace && std::any_of(last, std::end(last), isNext));
+}
+
+TEST_P(Interferences, are_not_undone)
+{
+    for (const Interference& interference : interferences) {
+        bool isReached = true;
+        int done = 0;
+        int refused = 0;
+        for (int moment = 1; isReached && !HasFailure(); ++moment) {
+            SCOPED_TRACE(interference.name + std::string(" at call ") + std::to_string(moment));
+            const Folder folder(GetParam());
+            int count = 0;
+            bool hasActed = false;
+            bool isInPlace = false;
+            std::string name;
+            const auto message = folder.edit([&](const SystemCall& call) {
+                isInPlace = isInPlace || (GetParam().isLinked && call.name == "renameat2");
+                if (++count == moment && !isTooLate(call, isInPlace))
+                    hasActed = interference.act(folder);
+                if (count == moment)
+                    name = call.name;
+                return 0;
+            });
+            isReached = count >= moment;
+            EXPECT_TRUE(!hasActed || interference.isKept(folder)) << name << ": " << message.value_or("done");
+            EXPECT_TRUE(message || hasActed || folder.state() == folder.expected());
+            ++(message ? refused : done);
+        }
+        std::cout << interference.name << ": " << refused << " refused, " << done << " done\n";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Interferences, testing::ValuesIn(situations), rowName);
+
 class Kills : public Faults
 {
 };
+
+// Returns the status of a child that runs `work`.
+template <typename Work>
+int inChild(const Work& work)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
+}
 
 TEST_P(Kills, leave_the_old_file_or_the_new_one_or_a_copy)
 {
@@ -296,8 +424,7 @@ TEST_P(Kills, leave_the_old_file_or_the_new_one_or_a_copy)
     for (int kill = 1; isReached && !HasFailure(); ++kill) {
         SCOPED_TRACE(kill);
         const Folder folder(GetParam());
-        const pid_t child = fork();
-        if (child == 0) {
+        const int status = inChild([&] {
             int count = 0;
             const auto message = folder.edit([&](const SystemCall&) {
                 if (++count == kill)
@@ -305,17 +432,304 @@ TEST_P(Kills, leave_the_old_file_or_the_new_one_or_a_copy)
                 return 0;
             });
             _exit(message ? 1 : 0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
+        });
         isReached = WIFSIGNALED(status);
         EXPECT_TRUE(isReached || status == 0);
-        const State found = stateOf(folder.f);
+        const State found = folder.state();
         EXPECT_TRUE(found == folder.old || found == folder.expected() || folder.copy()) << found.bytes.value_or("none");
         folder.expectNextEdit();
     }
 }
 
+// Delivers a signal at every system call.
+TEST_P(Kills, by_a_signal_end_before_the_edit_or_after_it)
+{
+    bool isReached = true;
+    int before = 0;
+    int after = 0;
+    for (int moment = 1; isReached && !HasFailure(); ++moment) {
+        SCOPED_TRACE(moment);
+        const Folder folder(GetParam());
+        int count = 0;
+        const int status = inChild([&] {
+            const auto message = folder.edit([&](const SystemCall&) {
+                if (++count == moment)
+                    raise(moment % 2 ? SIGTERM : SIGINT);
+                return 0;
+            });
+            _exit(message ? 1 : count < moment ? 2 : 0);
+        });
+        isReached = !WIFEXITED(status) || WEXITSTATUS(status) != 2;
+        const bool isKilled = WIFSIGNALED(status);
+        EXPECT_TRUE(isKilled || WEXITSTATUS(status) != 1);
+        EXPECT_TRUE(folder.state() == (isKilled ? folder.old : folder.expected()));
+        EXPECT_TRUE(folder.names() == folder.namesAfterEdit() || (isKilled && !folder.old.bytes));
+        ++(isKilled ? before : after);
+    }
+    EXPECT_GT(before, 0);
+    EXPECT_GT(after, 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, Kills, testing::ValuesIn(situations), rowName);
+
+// Faults that a test chooses, in a folder with "k=1".
+class Chosen : public testing::Test
+{
+protected:
+    const Folder folder{situations[0]};
+    const std::string& f = folder.f;
+};
+
+// What an edit does to the disk, in its order.
+Names order(const Folder& folder)
+{
+    const Names wanted = {
+        "fchown", "fsetxattr", "fchmod", "write", "fsync", "syncfs", "renameat2", "ftruncate", "unlinkat"};
+    Names calls;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        struct stat status = {};
+        if (call.name == "fsync" && fstat(call.descriptor, &status) == 0 && S_ISDIR(status.st_mode))
+            calls.push_back("fsync folder");
+        else if (std::count(wanted.begin(), wanted.end(), call.name) != 0)
+            calls.push_back(call.name);
+        return 0;
+    }),
+        std::nullopt);
+    return calls;
+}
+
+TEST(Order, of_a_replacement)
+{
+    EXPECT_EQ(
+        order(Folder(situations[0])), (Names{"fchmod", "write", "fsync", "renameat2", "unlinkat", "fsync folder"}));
+}
+
+TEST(Order, of_a_replacement_with_owner_and_attributes)
+{
+    EXPECT_EQ(order(Folder(situations[1])), (Names{"fchown", "fsetxattr", "fsetxattr", "fchmod", "write", "fsync",
+                                                "renameat2", "unlinkat", "fsync folder"}));
+}
+
+TEST(Order, of_a_write_in_place)
+{
+    EXPECT_EQ(order(Folder(situations[2])),
+        (Names{"write", "fsync", "renameat2", "fsync folder", "write", "ftruncate", "fsync", "unlinkat"}));
+}
+
+TEST(Order, of_a_creation)
+{
+    EXPECT_EQ(order(Folder(situations[4])), (Names{"write", "fsync", "renameat2", "unlinkat", "fsync folder"}));
+}
+
+// An observer that fails the calls of one name.
+template <typename Condition>
+auto fail(const std::string& name, int error, Condition condition)
+{
+    return [=](const SystemCall& call) { return call.name == name && condition(call) ? error : 0; };
+}
+
+auto fail(const std::string& name, int error)
+{
+    return fail(name, error, [](const SystemCall&) { return true; });
+}
+
+TEST_F(Chosen, folder_that_cannot_be_flushed_is_reported_after_the_edit)
+{
+    const auto isFolder = [](const SystemCall& call) {
+        struct stat status = {};
+        return fstat(call.descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+    };
+    EXPECT_EQ(folder.edit(fail("fsync", EIO, isFolder)),
+        "edited, but the edit may not survive a power failure: cannot flush its folder to the disk: Input/output "
+        "error");
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
+TEST_F(Chosen, folder_that_has_no_flush_has_its_file_system_flushed)
+{
+    int flushed = 0;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        struct stat status = {};
+        flushed += call.name == "syncfs";
+        return call.name == "fsync" && fstat(call.descriptor, &status) == 0 && S_ISDIR(status.st_mode) ? EINVAL : 0;
+    }),
+        std::nullopt);
+    EXPECT_EQ(flushed, 1);
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
+// As on NFS.
+TEST_F(Chosen, lock_that_needs_a_descriptor_for_writing)
+{
+    const auto isReadOnly = [](const SystemCall& call) {
+        return (fcntl(call.descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
+    };
+    EXPECT_EQ(folder.edit(fail("flock", EBADF, isReadOnly)), std::nullopt);
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
+TEST_F(Chosen, file_system_without_locks_is_refused_and_has_an_option)
+{
+    const auto unsupported = fail("flock", ENOSYS);
+    EXPECT_EQ(folder.edit(unsupported), "cannot lock: Function not implemented; --no-lock edits without a lock");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    const SystemCalls calls(unsupported);
+    LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=3\n");
+    EXPECT_EQ(readFile(f), "k=3\n");
+}
+
+// An SMB server marks a file that somebody has open as removed, fails the rename, and removes the file at its close.
+struct Server
+{
+    const std::string& f;
+    int secondError; // of the rename to the free name
+    int renames = 0;
+
+    int operator()(const SystemCall& call)
+    {
+        if (call.name != "renameat2")
+            return 0;
+        ++renames;
+        if (call.flags == RENAME_EXCHANGE)
+            return EINVAL;
+        if (call.flags == 0)
+            return unlink(f.c_str()) == 0 ? EACCES : EIO;
+        return secondError;
+    }
+};
+
+TEST_F(Chosen, rename_that_fails_and_removes_the_file_is_repeated)
+{
+    Server server{f, 0};
+    EXPECT_EQ(folder.edit(std::ref(server)), std::nullopt);
+    EXPECT_EQ(server.renames, 3);
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(folder.names(), Names{"f"});
+}
+
+TEST_F(Chosen, new_contents_stay_if_the_file_is_gone)
+{
+    Server server{f, EIO};
+    const std::string message = folder.edit(std::ref(server)).value_or("done");
+    const Names left = folder.names();
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_EQ(message, "cannot replace: Permission denied; its new contents are in " + (folder.dir / left[0]));
+    EXPECT_EQ(readFile(folder.dir / left[0]), "k=2\n");
+}
+
+TEST_F(Chosen, version_of_another_program_stays_if_it_cannot_be_put_back)
+{
+    int renames = 0;
+    const std::string message = folder
+                                    .edit([&](const SystemCall& call) {
+                                        if (call.flags != RENAME_EXCHANGE)
+                                            return 0;
+                                        if (++renames == 1) {
+                                            writeFile(folder.dir / "other", "other\n");
+                                            fs::rename(folder.dir / "other", f);
+                                        }
+                                        return renames == 2 ? EIO : 0;
+                                    })
+                                    .value_or("done");
+    const Names left = folder.names();
+    ASSERT_EQ(left.size(), 2u);
+    EXPECT_EQ(
+        message, "replaced, but another program may have changed it; the file before is " + (folder.dir / left[0]));
+    EXPECT_EQ(readFile(folder.dir / left[0]), "other\n");
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(folder.edit("k=3\n"), std::nullopt);
+    EXPECT_EQ(folder.names(), left) << "the next edit leaves it";
+}
+
+TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
+{
+    int opened = 0;
+    const SystemCalls calls([&](const SystemCall& call) {
+        if (call.name == "flock" && opened++ == 0) {
+            writeFile(folder.dir / "other", "other\n");
+            fs::rename(folder.dir / "other", f);
+        }
+        return 0;
+    });
+    LockedFile file(f, {std::chrono::seconds(1)});
+    EXPECT_EQ(file.bytes(), "other\n");
+    file.replace("new\n");
+    EXPECT_EQ(readFile(f), "new\n");
+}
+
+TEST_F(Chosen, file_that_is_open_for_writing_is_waited_for)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only the owner and root get a lease");
+    const int writer = open(f.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    EXPECT_EQ(folder.edit("k=2\n"), "cannot lock: another process is editing it");
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(write(writer, "k=other\n", 8), 8);
+        close(writer);
+    });
+    EXPECT_EQ(LockedFile(f, {std::chrono::seconds(10)}).bytes(), "k=other\n");
+    other.join();
+}
+
+TEST_F(Chosen, temporary_names_cannot_be_predicted)
+{
+    Names left;
+    for (int i = 0; i < 2; ++i) {
+        const Folder killed(situations[0]);
+        inChild([&] { killed.edit([](const SystemCall& call) { return call.name == "fsync" ? raise(SIGKILL) : 0; }); });
+        ASSERT_EQ(killed.names().size(), 2u);
+        left.push_back(killed.names()[0]);
+        EXPECT_EQ(left[i].size(), std::string(".f.zk_settings-0123456789abcdef").size());
+    }
+    EXPECT_NE(left[0], left[1]);
+}
+
+TEST_F(Chosen, folder_without_room_for_a_copy_has_it_in_the_temporary_folder)
+{
+    fs::create_hard_link(f, folder.dir / "g");
+    const TempDir temporary;
+    const std::string before = fs::temp_directory_path();
+    setenv("TMPDIR", temporary.path().c_str(), 1);
+    int copies = 0;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        if (call.name == "ftruncate") // the file is about to change
+            copies += !fs::is_empty(temporary.path());
+        return call.name == "write" && fs::exists(folder.dir / "g") && folder.names().size() == 3 ? ENOSPC : 0;
+    }),
+        std::nullopt);
+    setenv("TMPDIR", before.c_str(), 1);
+    EXPECT_EQ(copies, 1);
+    EXPECT_TRUE(fs::is_empty(temporary.path()));
+    EXPECT_EQ(readFile(folder.dir / "g"), "k=2\n");
+}
+
+// Root follows no link that another user has put into a folder like /tmp.
+TEST(Links, of_another_user_in_a_shared_folder_are_not_followed)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only root can make a link of another user");
+    const TempDir dir;
+    fs::permissions(dir.path(), fs::perms(01777));
+    const TempDir target;
+    for (const bool exists : {true, false}) {
+        const std::string link = dir / (exists ? "link" : "dangling");
+        const std::string file = target / (exists ? "f" : "g");
+        if (exists)
+            writeFile(file, "k=1\n");
+        fs::create_symlink(file, link);
+        EXPECT_NO_THROW(LockedFile(link, {std::chrono::seconds(0), true}));
+        EXPECT_EQ(lchown(link.c_str(), user, group), 0);
+        try {
+            LockedFile(link, {std::chrono::seconds(0), true});
+            ADD_FAILURE() << link << " is followed";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.text, "cannot open: Permission denied");
+        }
+        EXPECT_EQ(chown(dir.path().c_str(), user, group), 0);
+        EXPECT_NO_THROW(LockedFile(link, {std::chrono::seconds(0), true})) << "the folder belongs to that user";
+        EXPECT_EQ(chown(dir.path().c_str(), 0, 0), 0);
+    }
+}
 
 } // namespace

@@ -67,8 +67,10 @@ fs::path withoutLinks(const std::string& name)
         if (error || stat(parent.empty() ? "." : parent.c_str(), &folder) != 0)
             break;
         const bool isShared = (folder.st_mode & S_ISVTX) != 0 && (folder.st_mode & S_IWOTH) != 0;
-        if (isShared && link.st_uid != geteuid() && link.st_uid != folder.st_uid)
-            throw Failure{Trouble, "cannot open: a symbolic link of another user in a shared folder", 0, name};
+        if (isShared && link.st_uid != geteuid() && link.st_uid != folder.st_uid) {
+            errno = EACCES;
+            break;
+        }
         path = parent / target;
     }
     throw systemFailure(name, "open");
@@ -453,6 +455,8 @@ bool LockedFile::isLockedFile(const std::string& name) const
 
 bool LockedFile::renameOver(NewFile& fresh)
 {
+    if (!isCurrent())
+        throw changed(m_name);
     if (fresh.renameTo(m_base, 0))
         return true;
     const int error = errno;

@@ -52,3 +52,9 @@ void writeAll(int descriptor, const QByteArray& bytes, const std::string& name)
         done += count;
     }
 }
+
+void flush(int descriptor, const std::string& name)
+{
+    if (fsync(descriptor) != 0)
+        throw systemFailure(name, "flush to the disk");
+}

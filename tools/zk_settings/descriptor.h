@@ -49,4 +49,7 @@ QByteArray readAll(int descriptor, const std::string& name);
 /// Writes every byte at the descriptor's offset. `name` is for the message. Throws Failure.
 void writeAll(int descriptor, const QByteArray& bytes, const std::string& name);
 
+/// Flushes the file to the disk. `name` is for the message. Throws Failure.
+void flush(int descriptor, const std::string& name);
+
 #endif

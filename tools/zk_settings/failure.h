@@ -22,10 +22,10 @@ struct Failure
     std::string file = {}; ///< empty: the command's FILE
 };
 
-/// Describes the system call that has just failed: "FILE: cannot read: Permission denied".
-inline Failure systemFailure(const std::string& file, const std::string& action)
+/// Describes the system call that has just failed: "FILE: cannot read: Permission denied", and what follows.
+inline Failure systemFailure(const std::string& file, const std::string& action, const std::string& rest = {})
 {
-    return {Trouble, "cannot " + action + ": " + std::strerror(errno), 0, file};
+    return {Trouble, "cannot " + action + ": " + std::strerror(errno) + rest, 0, file};
 }
 
 #endif

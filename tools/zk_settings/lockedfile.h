@@ -1,27 +1,9 @@
 #ifndef ZK_SETTINGS_LOCKEDFILE_H
 #define ZK_SETTINGS_LOCKEDFILE_H
 
-#include "descriptor.h"
+#include "newfile.h"
 
 #include <chrono>
-#include <filesystem>
-#include <sys/stat.h>
-#include <vector>
-
-class NewFile;
-
-/// An open folder.
-class Folder : public Descriptor
-{
-public:
-    Folder() = default;
-    explicit Folder(const std::filesystem::path& path);
-
-    const std::filesystem::path& path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
 
 /// How to open a file for an edit.
 struct Access
@@ -72,7 +54,7 @@ public:
     /// Locks and reads the file. Throws Failure if it is missing or not regular, or if the lock is not free in time.
     LockedFile(const std::string& name, const Access& access);
 
-    bool exists() const { return m_exists; }
+    bool exists() const { return m_file.isOpen(); }
     /// Empty if the file does not exist.
     const QByteArray& bytes() const { return m_bytes; }
 
@@ -83,32 +65,28 @@ public:
 
 private:
     void open();
-    bool lock(); ///< false if another process has the lock, has the file open for writing, or has replaced it
     bool takeLock();
-    void takeStatus();
-    bool isCurrent() const; ///< whether the path still leads to the locked file, and that has not changed
-    bool isLockedFile(const std::string& name) const;
-    std::vector<std::string> leftovers(const std::string& ending) const;
+    bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
+    bool isCurrent() const; ///< whether m_base is the locked file, and that has not changed
+    bool isLocked(const std::string& name) const; ///< the same for `name`, which may have been renamed
+    bool isWhole() const;                         ///< whether m_base has the old contents
     void removeCopy(const std::string& name) const;
 
     void create(const QByteArray& bytes) const;
-    bool replaceByRename(
-        const QByteArray& bytes); ///< this and the next two: false if only a write in place is possible
+    bool replaceByRename(const QByteArray& bytes); ///< this and the next three: false if refused, but in place may work
     bool exchange(NewFile& fresh);
     bool renameOver(NewFile& fresh);
     bool refused(const char* action) const;
-    bool isWhole() const;
-    void flushFolder(int file) const;
-    void writeInPlace(const QByteArray& bytes) const;
+    void finish(NewFile& fresh) const;
     void save(NewFile& copy, const QByteArray& bytes) const;
-    bool restore(int file) const;
+    void writeInPlace(const QByteArray& bytes) const;
+    void overwrite(int file, const QByteArray& bytes) const;
 
     std::string m_name; // for messages
     Access m_access;
     Folder m_folder;
     std::string m_base; // the name in the folder, which is no symbolic link
     Descriptor m_file;  // not open while the file is missing
-    bool m_exists = false;
     struct stat m_status = {};
     QByteArray m_bytes;
 };

@@ -112,7 +112,6 @@ public:
     explicit Folder(const Situation& situation)
         : m_situation(situation)
     {
-        sigprocmask(SIG_BLOCK, nullptr, &m_signals);
         if (!situation.before)
             return;
         writeFile(f, situation.before);
@@ -126,7 +125,11 @@ public:
         old = stateOf(f);
     }
 
-    ~Folder() { sigprocmask(SIG_SETMASK, &m_signals, nullptr); } // an edit blocks some
+    ~Folder()
+    {
+        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) // an edit ignores them
+            std::signal(signal, SIG_DFL);
+    }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
 
@@ -214,7 +217,6 @@ public:
 
 private:
     const Situation& m_situation;
-    sigset_t m_signals = {};
 };
 
 bool contains(const std::string& text, const std::string& part)
@@ -591,9 +593,9 @@ struct Server
         ++renames;
         if (call.flags == RENAME_EXCHANGE)
             return EINVAL;
-        if (call.flags == 0)
-            return unlink(f.c_str()) == 0 ? EACCES : EIO;
-        return secondError;
+        if (call.flags == RENAME_NOREPLACE)
+            return secondError;
+        return unlink(f.c_str()) == 0 ? EACCES : 0;
     }
 };
 
@@ -614,6 +616,13 @@ TEST_F(Chosen, new_contents_stay_if_the_file_is_gone)
     ASSERT_EQ(left.size(), 1u);
     EXPECT_EQ(message, "cannot replace: Permission denied; its new contents are in " + (folder.dir / left[0]));
     EXPECT_EQ(readFile(folder.dir / left[0]), "k=2\n");
+    try {
+        LockedFile(f, {std::chrono::seconds(0), true}).replace("k=3\n");
+        ADD_FAILURE() << "the next edit ignores it";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.text, "cannot edit: an interrupted edit may have damaged it; copy " + (folder.dir / left[0]) +
+                                    " to it, or remove that file");
+    }
 }
 
 TEST_F(Chosen, version_of_another_program_stays_if_it_cannot_be_put_back)

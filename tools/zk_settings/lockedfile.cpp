@@ -27,24 +27,9 @@ auto state(const struct stat& s)
     return std::make_tuple(s.st_mode, s.st_nlink, s.st_uid, s.st_gid, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec);
 }
 
-auto lastChange(const struct stat& s)
-{
-    return std::make_tuple(s.st_ctim.tv_sec, s.st_ctim.tv_nsec);
-}
-
 Failure changed(const std::string& name)
 {
     return {Trouble, "cannot replace: another program has changed it", 0, name};
-}
-
-// From here on the edit is done or not done, and the exit status says which.
-void blockSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM})
-        sigaddset(&signals, signal);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 // A lease makes a program that opens the file for writing wait, and tells of it. Only root and the owner get one, and
@@ -75,8 +60,6 @@ private:
     int m_error = EINVAL;
 };
 
-constexpr char copyEnding[] = ".new";
-
 } // namespace
 
 LockedFile::LockedFile(const std::string& name, const Access& access)
@@ -91,7 +74,7 @@ LockedFile::LockedFile(const std::string& name, const Access& access)
     }
     if (exists())
         m_bytes = readAll(m_file.number(), m_name);
-    for (const std::string& copy : NewFile::leftovers(m_folder, m_base, copyEnding))
+    for (const std::string& copy : NewFile::leftovers(m_folder, m_base, ".new"))
         removeCopy(copy);
 }
 
@@ -100,9 +83,9 @@ void LockedFile::open()
     m_file = Descriptor(::open(m_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!exists() && (errno != ENOENT || !m_access.create))
         throw systemFailure(m_name, "open");
-    std::error_code error;
-    const fs::path path = exists() ? fs::canonical(m_name, error) : fs::path(m_name);
-    if (fs::is_symlink(fs::symlink_status(path, error))) // as open() with O_CREAT and O_EXCL
+    const fs::path path = exists() ? fs::canonical(m_name) : fs::path(m_name);
+    std::error_code ignored;
+    if (!exists() && fs::is_symlink(path, ignored)) // as open() with O_CREAT and O_EXCL
         throw Failure{Trouble, "cannot create: the name is a symbolic link to a missing file", 0, m_name};
     m_base = path.filename();
     m_folder = Folder(path.parent_path());
@@ -142,7 +125,7 @@ bool LockedFile::isCurrent() const
     struct stat named = {};
     if (fstatat(m_folder.number(), m_base.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0)
         return exists() && identity(named) == identity(m_status) && state(named) == state(m_status) &&
-               lastChange(named) == lastChange(m_status);
+               named.st_ctim.tv_sec == m_status.st_ctim.tv_sec && named.st_ctim.tv_nsec == m_status.st_ctim.tv_nsec;
     if (errno != ENOENT)
         throw systemFailure(m_name, "open");
     return !exists();
@@ -187,7 +170,8 @@ void LockedFile::replace(const QByteArray& bytes)
 {
     if (exists() && bytes == m_bytes)
         return;
-    blockSignals();
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM})
+        std::signal(signal, SIG_IGN);
     if (!exists())
         return create(bytes);
     if (faccessat(m_folder.number(), m_base.c_str(), W_OK, AT_EACCESS) != 0)
@@ -270,6 +254,7 @@ bool LockedFile::renameOver(NewFile& fresh)
     m_file = Descriptor(); // an SMB server removes a file that is open here when it is closed
     if (fresh.renameTo(m_base, RENAME_NOREPLACE))
         return true;
+    fresh.appendToName(".new"); // so that the next edit leaves it
     fresh.keep();
     errno = error;
     throw systemFailure(m_name, "replace", "; its new contents are in " + fresh.path());
@@ -282,7 +267,7 @@ void LockedFile::save(NewFile& copy, const QByteArray& bytes) const
     if (!copy.isOpen())
         throw systemFailure(m_name, action);
     copy.write(bytes, m_name);
-    if (!copy.appendToName(copyEnding) || !copy.folder().flush(copy.number()))
+    if (!copy.appendToName(".new") || !copy.folder().flush(copy.number()))
         throw systemFailure(m_name, action);
 }
 
@@ -299,10 +284,8 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     if (Lease(m_access.lock ? m_file.number() : -1).isBroken() || !isCurrent())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
-    if (!file.isOpen())
-        throw systemFailure(m_name, "write");
-    if (!isLocked(m_base))
-        throw changed(m_name);
+    if (!file.isOpen() || !isLocked(m_base))
+        throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
     try {
         overwrite(file.number(), bytes);
     } catch (Failure& failure) {

@@ -15,38 +15,34 @@ struct Access
 
 /// A regular file, locked against other edits, read, and replaced as a whole.
 ///
-/// The life of an edit. FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its
-/// folder. A failure at a step leaves what the step before left.
+/// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its folder. A step that
+/// fails leaves what the step before left, and no NEW.
 ///
-/// | step                                                 | at FILE | beside it, until the next edit     |
-/// |------------------------------------------------------|---------|------------------------------------|
-/// | open FILE, its folder if it is missing               | old     |                                    |
-/// | lock it; read it; remove what a killed edit left     | old     |                                    |
-/// | create NEW; copy owner, attributes, mode; write      | old     | if killed: NEW, maybe incomplete   |
-/// | flush NEW                                            | old     | if killed: NEW                     |
-/// | take a lease; check that FILE has not changed        | old     | if killed: NEW                     |
-/// | exchange NEW and FILE; check what came out           | new     | if killed: the old file, as NEW    |
-/// | if that has changed: exchange back                   | old     | if that fails: the other program's |
-/// | remove NEW; flush the folder                         | new     |                                    |
+/// | step                                                        | at FILE | if killed, beside it   |
+/// |-------------------------------------------------------------|---------|------------------------|
+/// | open FILE; lock it; remove what a killed edit left; read it | old     |                        |
+/// | create NEW; copy owner, attributes and mode; write; flush   | old     | NEW, maybe incomplete  |
+/// | take a lease; check that FILE has not changed               | old     | NEW                    |
+/// | exchange NEW and FILE; check what came out                  | new     | the old file, as NEW   |
+/// | if that has changed, exchange back                          | old     | NEW                    |
+/// | remove NEW; flush the folder                                | new     |                        |
 ///
-/// Where the file system cannot exchange two names, NEW is renamed over FILE. If that fails, NEW is removed only after
-/// the old bytes have been read from FILE: an SMB server may have removed it. To create FILE, NEW is renamed to it, or
-/// linked, unless it exists.
+/// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
+/// bytes have been read from FILE: an SMB server may have removed it. Otherwise NEW becomes a COPY, as below. To create
+/// FILE, NEW is renamed or linked to it.
 ///
-/// A write in place, for a file with several hard links, or where the folder or the owner allows no new file. COPY is
-/// NEW with the ending `.new`, or in $TMPDIR or /var/tmp if the folder has no room:
+/// A file with several hard links, or whose folder or owner allows no new file, is written in place. NEW is in $TMPDIR
+/// or /var/tmp if the folder has no room for it. COPY is NEW with the ending `.new`:
 ///
-/// | step                                                 | at FILE | beside it                          |
-/// |------------------------------------------------------|---------|------------------------------------|
-/// | create NEW, write, flush                             | old     | if killed: NEW, maybe incomplete   |
-/// | open FILE for writing; check that it has not changed | old     | if killed: NEW                     |
-/// | rename NEW to COPY; flush the folder                 | old     | if killed: COPY                    |
-/// | reserve space, write, truncate, flush                | damaged | if killed: COPY                    |
-/// | if that fails: write the old bytes                   | old     | if that fails: COPY                |
-/// | remove COPY                                          | new     |                                    |
+/// | step                                                        | at FILE | if killed, beside it   |
+/// |-------------------------------------------------------------|---------|------------------------|
+/// | create NEW; write; flush                                    | old     | NEW, maybe incomplete  |
+/// | rename NEW to COPY; flush the folder                        | old     | COPY                   |
+/// | open FILE for writing; check that it has not changed        | old     | COPY                   |
+/// | write, truncate and flush FILE; if that fails, restore it   | damaged | COPY                   |
+/// | remove COPY                                                 | new     |                        |
 ///
 /// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
-///
 /// The lock is flock() on FILE, or on its folder while FILE is missing. It ends with its process, so it is never stale.
 class LockedFile
 {
@@ -59,7 +55,7 @@ public:
     const QByteArray& bytes() const { return m_bytes; }
 
     /// Makes `bytes` the contents, unless they already are. Throws Failure on an error; the old contents stay unless it
-    /// says otherwise. Blocks SIGHUP, SIGINT, SIGQUIT and SIGTERM for the rest of the process, so that it ends with the
+    /// says otherwise. From then on the process ignores SIGHUP, SIGINT, SIGQUIT and SIGTERM, so that it ends with the
     /// status of the edit.
     void replace(const QByteArray& bytes);
 

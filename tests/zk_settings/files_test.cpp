@@ -370,6 +370,75 @@ TEST_F(Files, may_be_pipes_to_read_from)
     EXPECT_EQ(readFile(f), "k=1\n");
 }
 
+TEST_F(Files, without_end_are_read_up_to_a_nul_byte)
+{
+    const Finished finished = run({"timeout", "10", ZK_SETTINGS, "get", "/dev/zero", "", "k"});
+    EXPECT_EQ(finished.status, 2);
+    EXPECT_EQ(finished.err, "zk_settings: /dev/zero:1: a NUL byte: not a settings file\n");
+}
+
+TEST_F(Files, larger_than_the_memory_are_reported_with_their_name)
+{
+    // Under AddressSanitizer a limit on the address space stops every program.
+    if (shell(dir.path(), "ulimit -v 500000; zk get f '' k").status != 0)
+        GTEST_SKIP() << "the program needs more memory than this test allows";
+    const Finished finished =
+        shell(dir.path(), "mkfifo p; yes k=1 >p & ulimit -v 500000; timeout 60 " ZK_SETTINGS " get p '' k");
+    EXPECT_EQ(finished.status, 2);
+    EXPECT_EQ(finished.err, "zk_settings: p: out of memory\n");
+}
+
+TEST_F(Files, with_a_planted_temporary_file_or_folder_are_edited)
+{
+    fs::create_directory(dir / ".f.zk_settings-0123456789abcdef");
+    fs::create_symlink("/etc/hostname", dir / ".f.zk_settings-1123456789abcdef.new");
+    EXPECT_EQ(set().err, "");
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
+TEST_F(Files, that_an_interrupted_edit_may_have_damaged_are_refused)
+{
+    writeFile(dir / ".f.zk_settings-0123456789abcdef.new", "k=new\n");
+    expectRefusal(set(), "f: cannot edit: an interrupted edit may have damaged it; copy " + dir.path() +
+                             "/.f.zk_settings-0123456789abcdef.new to it, or remove that file");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    writeFile(f, "k=new\n");
+    EXPECT_EQ(set().err, "");
+    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+}
+
+TEST_F(Files, with_a_planted_copy_of_another_user_are_edited)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only root can make a file of another owner");
+    const std::string planted = dir / ".f.zk_settings-0123456789abcdef.new";
+    writeFile(planted, "k=planted\n");
+    EXPECT_EQ(chown(planted.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(set().err, "");
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
+TEST_F(Files, in_a_folder_that_cannot_be_read_are_replaced)
+{
+    fs::permissions(f, fs::perms(0666));
+    fs::permissions(dir.path(), fs::perms(0733));
+    EXPECT_EQ(errorAsOrdinaryUser("zk set --create ./g '' k 2"),
+        "zk_settings: ./g: cannot lock: Bad file descriptor; --no-lock edits without a lock\n");
+    EXPECT_EQ(errorAsOrdinaryUser("zk set --create --no-lock g '' k 2 && zk set g '' k 3"), "");
+    EXPECT_EQ(readFile(dir / "g"), "k = 3\n");
+    EXPECT_EQ(namesIn(dir.path()), (Names{"f", "g"}));
+}
+
+// The program waits for the pipe, so its descriptors can be looked at.
+TEST_F(Files, never_get_the_number_of_a_closed_standard_descriptor)
+{
+    const Finished finished = shell(dir.path(), "mkfifo p\n"
+                                                "'" ZK_SETTINGS "' get p '' k <&- >&- 2>&- & zk=$!\n"
+                                                "exec 3>p; readlink /proc/$zk/fd/0 /proc/$zk/fd/1 /proc/$zk/fd/2\n"
+                                                "exec 3>&-; wait $zk");
+    EXPECT_EQ(finished.out, "/dev/null\n/dev/null\n/dev/null\n");
+}
+
 struct Output
 {
     const char* name;
@@ -448,6 +517,22 @@ TEST_F(Locks, are_waited_for_no_longer_than_requested)
     EXPECT_EQ(settings(dir.path(), {"set", "--wait", "1", "f", "", "k", "2"}).status, 2);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
     EXPECT_EQ(readFile(f), "k=1\n");
+    close(file);
+}
+
+// Anyone who can read the folder can lock it.
+TEST_F(Locks, are_not_needed_to_miss_a_file)
+{
+    const Finished finished = shell(dir.path(), "flock . timeout 5 " ZK_SETTINGS " set missing '' k 2");
+    EXPECT_EQ(finished.err, "zk_settings: missing: cannot open: No such file or directory\n");
+    EXPECT_EQ(finished.status, 2);
+}
+
+TEST_F(Locks, are_not_taken_without_a_request)
+{
+    const int file = hold();
+    EXPECT_EQ(settings(dir.path(), {"set", "--no-lock", "f", "", "k", "2"}).err, "");
+    EXPECT_EQ(readFile(f), "k=2\n");
     close(file);
 }
 

@@ -3,466 +3,579 @@
 #include "descriptor.h"
 #include "failure.h"
 
-#include <QRegularExpression>
-#include <QSet>
+#include "inistore/inistore.h"
 
 #include <algorithm>
-#include <limits>
+#include <map>
+#include <set>
 #include <sys/mman.h>
+#include <tuple>
+
+/// The white space around the keys of a section or a file.
+class Style
+{
+public:
+    bool isEmpty() const { return m_counts.empty(); }
+
+    void add(const Entry& entry, std::string_view bytes)
+    {
+        if (!entry.hasValue())
+            return;
+        const std::size_t begin = std::max(entry.lines.begin, bytes.rfind('\n', entry.name.begin) + 1);
+        const std::string before(Range{entry.name.end, entry.separator}.of(bytes));
+        const std::string after(Range{entry.separator + 1, entry.value.front().begin}.of(bytes));
+        m_last = {std::string(Range{begin, entry.name.begin}.of(bytes)), before, bytes[entry.separator],
+            entry.value.front().isEmpty() ? before : after}; // an empty value may have no white space in front
+        ++m_counts[m_last];
+        m_columns.insert(before.find('\t') == before.npos ? entry.separator - begin : Entry::none);
+        m_sizes.insert(entry.name.end - begin);
+    }
+
+    /// Takes what is most frequent for new lines, or the dialect's spacing if there is nothing.
+    void takeUsual(const Spacing& spacing)
+    {
+        const auto isLess = [](const auto& a, const auto& b) { return a.second < b.second; };
+        m_last = isEmpty() ? Shape(spacing.indent, spacing.before, '=', spacing.after)
+                           : std::max_element(m_counts.begin(), m_counts.end(), isLess)->first;
+    }
+
+    const std::string& indent() const { return std::get<0>(m_last); }
+
+    /// Returns what stands between the name of a new key and its value.
+    std::string separator(std::string_view name, bool hasValue) const
+    {
+        const auto& [indent, before, separator, after] = m_last;
+        const std::size_t size = indent.size() + name.size();
+        const bool isColumn = m_columns.size() == 1 && m_sizes.size() > 1 && size < *m_columns.begin();
+        return (isColumn ? std::string(*m_columns.begin() - size, ' ') : before) + separator + (hasValue ? after : "");
+    }
+
+private:
+    using Shape = std::tuple<std::string, std::string, char, std::string>; // indent, before, separator, after
+
+    Shape m_last;
+    std::map<Shape, int> m_counts;
+    std::set<std::size_t> m_columns; // of the separators
+    std::set<std::size_t> m_sizes;   // of the names
+};
+
+/// Replaces bytes of the document.
+struct Splice
+{
+    Range old;
+    std::string text = {};
+    std::optional<Range> lines = {}; ///< that are read differently afterwards; none if only a line ending is added
+};
+
+/// What a document has of a section and a key.
+struct Survey
+{
+    bool hasSection = false;
+    Entry header;               ///< of the last section that counts
+    std::vector<Entry> matches; ///< the lines of the key, or of all keys
+    std::size_t position = 0;   ///< of a new key
+    Style style;                ///< of the section
+};
 
 namespace {
 
-constexpr char byteOrderMark[] = "\xef\xbb\xbf";
-constexpr qsizetype header = -1; // the index of a section's header, before that of its first line
-constexpr int everyLine = std::numeric_limits<int>::max();
+constexpr std::size_t none = Entry::none;
+constexpr std::string_view blanks = " \t\r\n\v\f";
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
-bool isSame(const QString& a, const QString& b)
+bool isBlank(char character)
 {
-    return a.compare(b, Qt::CaseInsensitive) == 0;
+    return blanks.find(character) != none;
 }
 
-// The store only reads files that have a path. A file in memory has one.
-void load(INIStore& store, const QByteArray& bytes)
+std::string_view trimmed(std::string_view text)
+{
+    text = text.substr(0, text.find_last_not_of(blanks) + 1);
+    return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
+}
+
+std::string_view withoutLineEnding(std::string_view line)
+{
+    return line.substr(0, line.find_last_not_of("\r\n") + 1);
+}
+
+// Whether a value starts on the line of its key.
+bool isOnLine(const std::string& value)
+{
+    return !value.empty() && !isBlank(value.front());
+}
+
+// Adds the first name with each ID.
+void addOnce(std::vector<std::string>& names, std::set<std::string>& seen, std::string_view name, std::string id)
+{
+    if (seen.insert(std::move(id)).second)
+        names.emplace_back(name);
+}
+
+Failure absent(const Request& request, bool hasSection)
+{
+    const std::string section = '[' + request.section + ']';
+    if (!hasSection)
+        return {Absent, "there is no section " + section};
+    const std::string key =
+        "no key" + (request.key ? ' ' + *request.key : "") + (request.value ? " with the value " + *request.value : "");
+    return {Absent, request.section.empty() ? key + " before the first header" : section + " has " + key};
+}
+
+bool hasInvalidEscape(const std::string& value, std::string_view letters)
+{
+    std::size_t at = value.find('\\');
+    while (at != none && at + 1 < value.size() && letters.find(value[at + 1]) % 2 == 0)
+        at = value.find('\\', at + 2);
+    return at != none;
+}
+
+// Returns why a dialect cannot hold a value, or why programs would not agree on it; or null.
+const char* refusal(const std::string& value, const Dialect& dialect)
+{
+    if (value.find('\r') != none)
+        return "the value contains a carriage return, which may end a line";
+    if (!dialect.forbidden.empty() && value.find(dialect.forbidden) != none)
+        return "the value contains a '${', which is replaced";
+    if (!dialect.escapes.empty() && dialect.quotes.empty() && hasInvalidEscape(value, dialect.escapes))
+        return "the value contains a '\\' that starts no escape; write '\\\\'";
+    if (!dialect.has(Cautious) || value.empty())
+        return nullptr;
+    if (value.back() == '\\')
+        return backslashDoubt;
+    const bool hasNote = value.find_first_of("#;") != none && value.find_first_of(" \t") != none;
+    return hasNote || value[0] == '#' || value[0] == ';' ? noteDoubt : nullptr;
+}
+
+// What the library's store reads. It reads only files, so it gets one in memory.
+std::vector<std::string> storeValues(std::string_view bytes, const Request& request)
 {
     const Descriptor memory(memfd_create("zk_settings", MFD_CLOEXEC));
     if (!memory.isOpen())
-        throw systemFailure({}, "load");
-    writeAll(memory.number(), bytes, {});
+        throw systemFailure("", "create a file in memory");
+    writeAll(memory.number(), QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size())), "");
+    INIStore store;
     if (!store.Open(QStringLiteral("/proc/self/fd/%1").arg(memory.number())))
-        throw Failure{Trouble, "cannot load: is /proc mounted?"};
-}
-
-QByteArray firstLineEnd(const QByteArray& bytes)
-{
-    const qsizetype end = bytes.indexOf('\n');
-    return end > 0 && bytes.at(end - 1) == '\r' ? "\r\n" : "\n";
-}
-
-struct Parts
-{
-    QByteArray mark;    // the store ignores a byte-order mark in any line
-    QString text;       // up to the comment, or to the end of the line
-    QByteArray comment; // from its ';'
-};
-
-Parts partsOf(const QByteArray& raw)
-{
-    const qsizetype start = raw.startsWith(byteOrderMark) ? 3 : 0;
-    const qsizetype semicolon = raw.indexOf(';');
-    const qsizetype end = semicolon < 0 ? raw.size() : semicolon;
-    return {raw.left(start), QString::fromUtf8(raw.mid(start, end - start)), raw.mid(end)};
-}
-
-bool isAmbiguous(const Parts& parts)
-{
-    return !parts.comment.isEmpty() && !parts.text.isEmpty() && !parts.text.back().isSpace();
-}
-
-bool isAmbiguous(const QByteArray& raw)
-{
-    return raw.contains(';') && isAmbiguous(partsOf(raw));
-}
-
-// The key of an ambiguous line, if the comment starts at the ';'.
-QString possibleKey(const QByteArray& raw)
-{
-    const QString text = partsOf(raw).text;
-    return text.contains(u'=') ? text.section(u'=', 0, 0).trimmed() : QString();
-}
-
-// The section that an ambiguous line may start, whatever its ';' means.
-QString possibleSection(const QByteArray& raw)
-{
-    static const QRegularExpression brackets(QStringLiteral(R"(^\s*\[([^\]]+)\])"));
-    return brackets.match(QString::fromUtf8(raw)).captured(1);
-}
-
-auto mayHave(const QString& key)
-{
-    return [key](const INILine& line) {
-        return isSame(line.m_key, key) || (isAmbiguous(line.m_raw) && isSame(possibleKey(line.m_raw), key));
-    };
-}
-
-// Decoding replaces invalid bytes, so encoding does not restore them.
-bool isUtf8(const QByteArray& raw)
-{
-    const Parts parts = partsOf(raw);
-    return parts.mark + parts.text.toUtf8() + parts.comment == raw;
-}
-
-// Returns how many of the blanks after the '=' stay before a value that replaces an empty one: all of them, or at most
-// one if a comment follows, so that a blank is left before the comment.
-qsizetype blanksBefore(QStringView blanks, bool hasComment)
-{
-    if (hasComment)
-        return std::clamp<qsizetype>(blanks.size() - 1, 0, 1);
-    return blanks.size() - blanks.count(u'\r') - blanks.count(u'\n');
-}
-
-// Adds a blank before an ambiguous comment, which would otherwise hide the last character of the value.
-QByteArray withValue(const QByteArray& raw, const QString& value)
-{
-    Parts parts = partsOf(raw);
-    const qsizetype start = parts.text.indexOf(u'=') + 1;
-    const QStringView rest = QStringView(parts.text).sliced(start);
-    const QStringView old = rest.trimmed();
-    const qsizetype blanks = old.isEmpty() ? blanksBefore(rest, !parts.comment.isEmpty()) : rest.indexOf(old.front());
-    const qsizetype oldSize = old.size();
-    const QString blank = isAmbiguous(parts) ? QStringLiteral(" ") : QString();
-    parts.text.replace(start + blanks, oldSize, value + blank);
-    return parts.mark + parts.text.toUtf8() + parts.comment;
-}
-
-bool hasKey(const INILine& line)
-{
-    return !line.m_key.isEmpty();
-}
-
-const INILine* firstKeyLine(const INISection& section)
-{
-    const auto found = std::find_if(section.m_lines.begin(), section.m_lines.end(), hasKey);
-    return found == section.m_lines.end() ? nullptr : &*found;
-}
-
-bool isBlank(const INILine& line)
-{
-    return line.m_raw.trimmed().isEmpty();
-}
-
-// Some programs read text that is neither a key nor a comment as part of the value above.
-qsizetype afterContinuation(const QList<INILine>& lines, qsizetype index)
-{
-    const auto isContinuation = [](const INILine& line) {
-        return line.m_key.isNull() && !isBlank(line) && !QByteArray(";#").contains(line.m_raw.trimmed().front());
-    };
-    return std::find_if_not(lines.begin() + index, lines.end(), isContinuation) - lines.begin();
-}
-
-// Where a new key goes: after the last key. In a section without keys it goes after the first comment; but a comment
-// with no blank line before the next header belongs to that header.
-qsizetype endOfKeys(const INISection& section, bool isLast)
-{
-    const QList<INILine>& lines = section.m_lines;
-    const auto last = std::find_if(lines.rbegin(), lines.rend(), hasKey);
-    if (last != lines.rend())
-        return afterContinuation(lines, last.base() - lines.begin());
-    const auto blank = std::find_if(lines.begin(), lines.end(), isBlank);
-    return blank == lines.end() && !isLast ? 0 : blank - lines.begin();
-}
-
-// Points into a document, because copies of all lines of a large file would take too much memory.
-struct LineView
-{
-    const QString* key;
-    const QString* value;
-    const QByteArray* raw;
-};
-
-bool isSameLine(const LineView& a, const LineView& b)
-{
-    return *a.raw == *b.raw && *a.key == *b.key && *a.value == *b.value;
-}
-
-// All lines in file order. A header has the section's name as its key and value.
-std::vector<LineView> linesOf(const QList<INISection>& sections)
-{
-    std::vector<LineView> lines;
-    for (const INISection& section : sections) {
-        if (!section.m_raw.isEmpty())
-            lines.push_back({&section.m_name, &section.m_name, &section.m_raw});
-        for (const INILine& line : section.m_lines)
-            lines.push_back({&line.m_key, &line.m_value, &line.m_raw});
-    }
-    return lines;
-}
-
-// Each name once, as first written.
-QStringList unique(const QStringList& names)
-{
-    QSet<QString> seen;
-    QStringList result;
-    for (const QString& name : names) {
-        const QString folded = name.toCaseFolded();
-        if (!seen.contains(folded))
-            result.append(name);
-        seen.insert(folded);
-    }
-    return result;
-}
-
-bool hasOuterSpace(const QString& text)
-{
-    return text.trimmed() != text;
-}
-
-Failure absent(const Request& request)
-{
-    const std::string section = '[' + request.section.toStdString() + ']';
-    if (request.key.isNull())
-        return {Absent, "there is no section " + section};
-    const std::string value = request.hasValue ? " with the value " + request.value.toStdString() : "";
-    return {Absent, section + " has no key " + request.key.toStdString() + value};
-}
-
-struct Reason
-{
-    bool (*applies)(const Request& request);
-    const char* text;
-};
-
-// Why a document can differ when it is read again. The first reason that applies is reported.
-constexpr Reason reasons[] = {
-    {[](const Request& r) { return r.value.contains(u'\n'); }, "the value contains a line break"},
-    {[](const Request& r) { return r.value.contains(u';'); }, "the value contains a ';', which starts a comment"},
-    {[](const Request& r) { return hasOuterSpace(r.value); }, "the value starts or ends with a blank, which is lost"},
-    {[](const Request& r) { return r.key.contains(u'\n'); }, "the key contains a line break"},
-    {[](const Request& r) { return r.key.contains(u';'); }, "the key contains a ';', which starts a comment"},
-    {[](const Request& r) { return r.key.contains(u'='); }, "the key contains a '=', which ends the key"},
-    {[](const Request& r) { return hasOuterSpace(r.key); }, "the key starts or ends with a blank, which is lost"},
-    {[](const Request& r) { return r.key.startsWith(u'['); }, "the key starts with a '[', which starts a header"},
-    {[](const Request& r) { return r.section.contains(u'\n'); }, "the section contains a line break"},
-    {[](const Request& r) { return r.section.contains(u';'); }, "the section contains a ';', which starts a comment"},
-    {[](const Request& r) { return r.section.contains(u']'); }, "the section contains a ']', which ends the brackets"},
-    {[](const Request&) { return true; }, "a character cannot be represented"},
-};
-
-} // namespace
-
-Document::Document(const QByteArray& bytes)
-    : m_mark(bytes.startsWith(byteOrderMark) ? byteOrderMark : "")
-    , m_lineEnd(firstLineEnd(bytes))
-{
-    const qsizetype nul = bytes.indexOf('\0');
-    if (nul >= 0)
-        throw Failure{Trouble, "a NUL byte: not a settings file", static_cast<int>(bytes.left(nul).count('\n')) + 1};
-    load(m_store, bytes.mid(m_mark.size()));
-}
-
-QByteArray Document::bytes() const
-{
-    QByteArray bytes = m_mark;
-    for (const LineView& line : linesOf(m_store.m_sections))
-        bytes += *line.raw;
-    return bytes;
-}
-
-int Document::lineNumber(qsizetype section, qsizetype line) const
-{
-    qsizetype number = line + 1;
-    for (qsizetype i = 0; i < section; ++i)
-        number += m_store.m_sections.at(i).m_lines.size();
-    return static_cast<int>(number + section); // every section but the first has a header
-}
-
-void Document::requireUtf8(qsizetype section, qsizetype line) const
-{
-    const INISection& where = m_store.m_sections.at(section);
-    if (!isUtf8(line == header ? where.m_raw : where.m_lines.at(line).m_raw))
-        throw Failure{Trouble, "not valid UTF-8", lineNumber(section, line)};
-}
-
-QStringList Document::sections() const
-{
-    const QList<INISection>& sections = m_store.m_sections;
-    QStringList names;
-    for (qsizetype i = 0; i < sections.size(); ++i) {
-        requireUtf8(i, header);
-        if (i > 0 || firstKeyLine(sections.at(i)))
-            names.append(sections.at(i).m_name);
-    }
-    return unique(names);
-}
-
-template <typename Predicate>
-QList<INILine> Document::matching(const QString& section, Predicate isWanted)
-{
-    const int index = m_store.GetSection(section);
-    if (index < 0)
-        throw absent({section});
-    const QList<INILine>& lines = m_store.m_sections.at(index).m_lines;
-    QList<INILine> found;
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        if (!isWanted(lines.at(i)))
-            continue;
-        requireUtf8(index, i);
-        found.append(lines.at(i));
-    }
-    return found;
-}
-
-QStringList Document::keys(const QString& section)
-{
-    QStringList keys;
-    for (const INILine& line : matching(section, hasKey))
-        keys.append(line.m_key);
-    return unique(keys);
-}
-
-QStringList Document::values(const QString& section, const QString& key)
-{
-    QStringList values;
-    for (const INILine& line : matching(section, [&](const INILine& l) { return isSame(l.m_key, key); }))
-        values.append(line.m_value);
-    if (values.isEmpty())
-        throw absent({section, key});
+        throw Failure{Trouble, "cannot read: " + store.GetLastError().toStdString()};
+    std::vector<std::string> values;
+    const QString section = QString::fromStdString(request.section);
+    for (const QString& value : store.GetValues(section, QString::fromStdString(*request.key)))
+        values.push_back(value.toStdString());
     return values;
 }
 
-std::vector<int> Document::ambiguousLines(const QString& section, const QString& key) const
+// Where new keys go: after the last key, and after text that may belong to it. In a section without keys they go after
+// the first comment; but a comment with no blank line before the next header belongs to that header.
+struct Insertion
 {
-    std::vector<int> numbers;
-    int number = 0;
-    for (const INISection& candidate : m_store.m_sections) {
-        const bool isWanted = isSame(candidate.m_name, section);
-        number += candidate.m_raw.isEmpty() ? 0 : 1;
-        for (const INILine& line : candidate.m_lines) {
-            ++number;
-            if (!isAmbiguous(line.m_raw))
-                continue;
-            const QString name = possibleSection(line.m_raw);
-            if (name.isEmpty() ? isWanted && mayHave(key)(line) : isWanted || isSame(name, section))
-                numbers.push_back(number);
+    std::size_t begin = 0;
+    std::size_t keysEnd = none;
+    std::size_t blankLine = none;
+
+    void add(const Entry& entry)
+    {
+        if (entry.kind == Entry::Key || (entry.kind == Entry::Text && keysEnd == entry.lines.begin))
+            keysEnd = entry.lines.end;
+        if (entry.kind == Entry::Blank)
+            blankLine = std::min(blankLine, entry.lines.begin);
+    }
+    std::size_t position(std::size_t ifEmpty) const
+    {
+        return keysEnd != none ? keysEnd : blankLine != none ? blankLine : ifEmpty;
+    }
+};
+
+// Returns a hash of the entries outside of the ranges, with their values as written. Keeps those inside.
+std::size_t hashOutside(
+    const std::vector<Range>& ranges, std::string_view bytes, const Dialect& dialect, std::vector<Entry>& inside)
+{
+    std::size_t hash = 0;
+    auto range = ranges.begin();
+    Reader reader(bytes, dialect);
+    for (Entry entry; reader.next(entry);) {
+        while (range != ranges.end() && (range->isEmpty() || range->end <= entry.lines.begin))
+            ++range;
+        if (entry.kind == Entry::Blank || entry.kind == Entry::Comment)
+            continue;
+        if (range != ranges.end() && entry.lines.end > range->begin) {
+            inside.push_back(entry);
+            continue;
+        }
+        const std::size_t end = entry.hasValue() ? entry.valueRange().end : entry.name.end;
+        const std::string_view content = Range{entry.name.begin, end}.of(bytes);
+        hash = hash * 31 + std::hash<std::string_view>()(content) + entry.kind;
+    }
+    return hash;
+}
+
+} // namespace
+
+Document::Document(std::string_view bytes, const Dialect& dialect)
+    : m_mark(bytes.substr(0, byteOrderMark.size()) == byteOrderMark ? byteOrderMark : "")
+    , m_bytes(bytes.substr(m_mark.size()))
+    , m_lineEnding("\n")
+    , m_dialect(dialect)
+{
+    const std::size_t nul = m_bytes.find('\0');
+    if (nul != none)
+        fail(nul, "a NUL byte: not a settings file");
+    const std::size_t feed = m_bytes.find('\n');
+    if (feed != none && feed > 0 && m_bytes[feed - 1] == '\r')
+        m_lineEnding = "\r\n";
+}
+
+void Document::fail(std::size_t at, const std::string& text) const
+{
+    const std::string_view before = m_bytes.substr(0, at);
+    throw Failure{Trouble, text, static_cast<int>(std::count(before.begin(), before.end(), '\n')) + 1};
+}
+
+// Throws if programs do not agree on the entry.
+void Document::require(const Entry& entry, Doubt::Level level) const
+{
+    const std::string_view lines = entry.lines.of(m_bytes);
+    for (std::size_t at = lines.find('\r'); at < lines.size(); at = lines.find('\r', at + 1)) {
+        if (lines.substr(at + 1, 1) != "\n")
+            fail(entry.lines.begin, "a carriage return inside the line");
+    }
+    if (entry.doubt.level >= level)
+        fail(entry.lines.begin, std::string("ambiguous: ") + entry.doubt.text);
+}
+
+template <typename Visit>
+void Document::forEachEntry(Visit visit) const
+{
+    Reader reader(m_bytes, m_dialect);
+    for (Entry entry; reader.next(entry);)
+        visit(entry);
+}
+
+std::vector<std::string> Document::sections() const
+{
+    std::vector<std::string> names;
+    std::set<std::string> seen;
+    forEachEntry([&](const Entry& entry) {
+        const std::string_view name = entry.kind == Entry::Header ? entry.name.of(m_bytes) : "";
+        if (entry.kind == Entry::Header || (entry.kind == Entry::Key && names.empty()))
+            addOnce(names, seen, name, m_dialect.sectionId(name));
+    });
+    return names;
+}
+
+std::vector<std::string> Document::keys(const std::string& section) const
+{
+    const Survey found = survey({section}, true);
+    if (!found.hasSection)
+        throw absent({section}, false);
+    std::vector<std::string> names;
+    std::set<std::string> seen;
+    for (const Entry& entry : found.matches)
+        addOnce(names, seen, entry.name.of(m_bytes), m_dialect.keyId(entry.name.of(m_bytes)));
+    return names;
+}
+
+// A cautious dialect is in doubt about a name in another case.
+bool Document::hasName(Entry& entry, const std::string& id, std::string_view name) const
+{
+    const std::string_view written = entry.name.of(m_bytes);
+    if ((entry.kind == Entry::Header ? m_dialect.sectionId(written) : m_dialect.keyId(written)) != id)
+        return false;
+    if (m_dialect.has(Cautious) && trimmed(written) != trimmed(name))
+        entry.doubt = {Doubt::Lines, caseDoubt};
+    return true;
+}
+
+// Keeps the first and the last line of the key, or every line.
+Survey Document::survey(const Request& request, bool everyLine, bool everySection) const
+{
+    const std::string section = m_dialect.sectionId(request.section);
+    const std::string key = m_dialect.keyId(request.key.value_or(""));
+    Survey found;
+    found.hasSection = section.empty();
+    bool isInside = found.hasSection;
+    Insertion insertion;
+    forEachEntry([&](Entry& entry) {
+        if (entry.kind == Entry::Header) {
+            if (isInside)
+                found.position = insertion.position(insertion.begin);
+            isInside = hasName(entry, section, request.section) &&
+                       (everySection || !m_dialect.has(FirstCounts) || !found.hasSection);
+            if (!isInside)
+                return;
+            if (!everySection && m_dialect.has(LastSectionCounts))
+                found = {};
+            found.hasSection = true;
+            found.header = entry;
+            insertion = {entry.lines.end};
+        } else if (isInside) {
+            insertion.add(entry);
+            if (entry.kind == Entry::Key)
+                found.style.add(entry, m_bytes);
+            if (entry.kind == Entry::Key && (!request.key || hasName(entry, key, *request.key))) {
+                if (found.header.doubt.level == Doubt::Lines)
+                    entry.doubt = found.header.doubt;
+                if (!everyLine && found.matches.size() > 1)
+                    found.matches.pop_back();
+                found.matches.push_back(entry);
+            }
+        }
+    });
+    if (isInside)
+        found.position = insertion.position(m_bytes.size());
+    return found;
+}
+
+std::string Document::valueOf(const Entry& entry) const
+{
+    return Reader(m_bytes, m_dialect).valueOf(entry);
+}
+
+std::vector<std::string> Document::values(const Request& request, bool all) const
+{
+    const bool isStore = m_dialect.has(NotesTakeOneMore);
+    std::vector<std::string> values = isStore ? storeValues(m_bytes, request) : std::vector<std::string>();
+    if (!values.empty())
+        return values;
+    const Survey found = survey(request, all);
+    if (found.matches.empty())
+        throw absent(request, found.hasSection);
+    for (auto entry = all ? found.matches.begin() : found.matches.end() - 1; entry != found.matches.end(); ++entry) {
+        require(*entry, Doubt::Reading);
+        values.push_back(valueOf(*entry));
+    }
+    return values;
+}
+
+std::string Document::set(const Request& request) const
+{
+    const Survey found = survey(request);
+    if (found.matches.empty())
+        return added(request, found, found.position);
+    const Entry& entry = m_dialect.has(FirstCounts) ? found.matches.front() : found.matches.back();
+    require(entry, Doubt::Value);
+    if (entry.hasValue() && valueOf(entry) == *request.value)
+        return std::string(m_mark).append(m_bytes);
+    return finished({replacement(entry, request, found)}, request);
+}
+
+std::string Document::append(const Request& request) const
+{
+    const Survey found = survey(request);
+    return added(request, found, found.matches.empty() ? found.position : found.matches.back().lines.end);
+}
+
+std::string Document::prepend(const Request& request) const
+{
+    const Survey found = survey(request);
+    return added(request, found, found.matches.empty() ? found.position : found.matches.front().lines.begin);
+}
+
+// Returns the style of the section, or else of the file.
+Style Document::styleOf(const Survey& found) const
+{
+    if (!found.style.isEmpty())
+        return found.style;
+    Style style;
+    forEachEntry([&](const Entry& entry) { style.add(entry, m_bytes); });
+    style.takeUsual(m_dialect.spacing);
+    return style;
+}
+
+// Whether most headers but the first have a blank line before them or before their comment.
+bool Document::hasBlankLineBeforeHeaders() const
+{
+    int balance = 0;
+    int headers = 0;
+    Entry::Kind before = Entry::Blank;
+    forEachEntry([&](const Entry& entry) {
+        if (entry.kind == Entry::Header && headers++ > 0)
+            balance += before == Entry::Blank ? 1 : -1;
+        if (entry.kind != Entry::Comment)
+            before = entry.kind;
+    });
+    return balance > 0 && before != Entry::Blank;
+}
+
+std::string Document::added(const Request& request, const Survey& found, std::size_t at) const
+{
+    if (m_dialect.has(NeedsHeader) && request.section.empty())
+        throw Failure{Trouble, "this kind of file has no keys before the first header"};
+    require(found.header, Doubt::Lines);
+    for (const Entry& entry : found.matches) {
+        require(entry, Doubt::Lines);
+        if (m_dialect.has(NoRepeats))
+            fail(entry.lines.begin, "the key exists and may not be repeated");
+    }
+    const std::string lineEnding(m_lineEnding);
+    std::string text;
+    if (!found.hasSection) {
+        at = m_bytes.size();
+        text = (hasBlankLineBeforeHeaders() ? lineEnding : "") + '[' + request.section + ']' + lineEnding;
+    }
+    Style style = styleOf(found);
+    if (!found.matches.empty())
+        style.add(at == found.matches.front().lines.begin ? found.matches.front() : found.matches.back(), m_bytes);
+    const std::string value = encoded(request, style.indent());
+    text += style.indent() + *request.key + style.separator(*request.key, isOnLine(value)) + value + lineEnding;
+    std::vector<Splice> splices = {{{at, at}, text, Range{at, at}}};
+    if (at > 0 && m_bytes[at - 1] != '\n')
+        splices.insert(splices.begin(), {{at, at}, lineEnding});
+    return finished(splices, request);
+}
+
+// Throws if the dialect cannot hold the value.
+std::string Document::encoded(const Request& request, const std::string& indent) const
+{
+    if (const char* const reason = refusal(*request.value, m_dialect))
+        throw Failure{Trouble, reason};
+    const bool continues = m_dialect.has(JoinsByIndentation) && !m_dialect.has(Cautious);
+    return m_dialect.encoded(*request.value, continues ? std::string(m_lineEnding) + indent + "    " : "\n");
+}
+
+// Keeps the comments between the lines of the old value.
+Splice Document::replacement(const Entry& entry, const Request& request, const Survey& found) const
+{
+    Style style;
+    style.add(entry, m_bytes);
+    const std::string value = encoded(request, style.indent());
+    if (!entry.hasValue()) {
+        const std::string separator = styleOf(found).separator(entry.name.of(m_bytes), isOnLine(value));
+        return {{entry.name.end, entry.name.end}, separator + value, entry.lines};
+    }
+    Splice splice = {entry.valueRange(), value, entry.lines};
+    if (entry.value.front().isEmpty() && isOnLine(value))
+        closeGap(entry, splice);
+    if (m_dialect.has(NotesTakeOneMore) && entry.note != none && !isBlank(m_bytes[splice.old.end])) {
+        splice.old.end = entry.note;
+        splice.text += ' ';
+    }
+    for (const Range& comment : entry.comments)
+        splice.text.append(m_lineEnding).append(withoutLineEnding(comment.of(m_bytes)));
+    return splice;
+}
+
+// A value that replaces an empty one goes behind the white space, or before the last blank if a comment follows.
+void Document::closeGap(const Entry& entry, Splice& splice) const
+{
+    const std::size_t begin = entry.separator + 1;
+    const std::size_t end = std::min(m_bytes.find_first_not_of(" \t", begin), m_bytes.size());
+    const bool hasNote = entry.note == end;
+    const std::size_t at = !hasNote ? end : begin + (end > begin + 1 ? 1 : 0);
+    if (at == begin && isBlank(m_bytes[entry.separator - 1]))
+        splice.text.insert(0, 1, ' ');
+    if (hasNote && begin == end)
+        splice.text += ' ';
+    splice.old = {at, entry.value.size() == 1 ? at : splice.old.end};
+}
+
+std::string Document::remove(const Request& request) const
+{
+    if (!request.key && !request.section.empty())
+        return finished(withoutSection(request), request);
+    const Survey found = survey(request, true, true);
+    std::vector<Splice> splices;
+    for (const Entry& entry : found.matches) {
+        require(entry, request.value ? Doubt::Reading : Doubt::Lines);
+        if (request.value && valueOf(entry) != *request.value)
+            continue;
+        Range old = entry.lines;
+        if (old.begin > 0 && m_bytes[old.begin - 1] != '\n') // it follows a header on its line
+            old.end = old.begin + withoutLineEnding(old.of(m_bytes)).size();
+        splices.push_back({old, "", old});
+    }
+    if (splices.empty())
+        throw absent(request, found.hasSection);
+    return finished(splices, request);
+}
+
+// A comment with no blank line before the next header belongs to that header.
+std::vector<Splice> Document::withoutSection(const Request& request) const
+{
+    const std::string id = m_dialect.sectionId(request.section);
+    std::vector<Splice> splices;
+    std::size_t comment = none;
+    bool isInside = false;
+    const auto endAt = [&](std::size_t end) {
+        if (isInside)
+            splices.back().old.end = splices.back().lines->end = end;
+    };
+    forEachEntry([&](Entry& entry) {
+        if (entry.kind == Entry::Header) {
+            endAt(std::min(comment, entry.lines.begin));
+            isInside = hasName(entry, id, request.section);
+            if (isInside) {
+                require(entry, Doubt::Lines);
+                splices.push_back({entry.lines, "", entry.lines});
+            }
+        }
+        comment = entry.kind == Entry::Comment ? std::min(comment, entry.lines.begin) : none;
+    });
+    endAt(m_bytes.size());
+    if (splices.empty())
+        throw absent(request, false);
+    return splices;
+}
+
+// Makes the new document, and reads both to see that only the request has changed.
+std::string Document::finished(const std::vector<Splice>& splices, const Request& request) const
+{
+    std::string bytes;
+    std::vector<Range> oldLines;
+    std::vector<Range> newLines;
+    std::size_t taken = 0;
+    for (const Splice& splice : splices) {
+        bytes.append(m_bytes, taken, splice.old.begin - taken);
+        const std::size_t begin = bytes.size();
+        bytes += splice.text;
+        taken = splice.old.end;
+        if (splice.lines) {
+            oldLines.push_back(*splice.lines);
+            newLines.push_back({begin - (splice.old.begin - splice.lines->begin),
+                bytes.size() + (splice.lines->end - splice.old.end)});
         }
     }
-    return numbers;
+    bytes.append(m_bytes, taken);
+    std::vector<Entry> inside;
+    const std::size_t before = hashOutside(oldLines, m_bytes, m_dialect, inside);
+    inside.clear();
+    const bool isKept = hashOutside(newLines, bytes, m_dialect, inside) == before;
+    const Document result(bytes, m_dialect);
+    std::string problem = newLines.back().isEmpty() ? "" : result.problemWith(inside, request);
+    if (problem.empty() && !(isKept && agreesWithStore(request) && result.agreesWithStore(request)))
+        problem = "the rest of the file would be read differently";
+    if (!problem.empty())
+        throw Failure{Trouble, problem};
+    return std::string(m_mark) + bytes;
 }
 
-void Document::requireUnambiguous(const Request& request, int upToLine) const
+// Returns what is wrong with the lines that should hold the request; empty if nothing is.
+std::string Document::problemWith(const std::vector<Entry>& lines, const Request& request) const
 {
-    if (request.force)
-        return;
-    const std::vector<int> lines = ambiguousLines(request.section, request.key);
-    if (!lines.empty() && lines.front() <= upToLine)
-        throw Failure{Trouble, std::string(ambiguity) + "; --force treats it as a comment", lines.front()};
-}
-
-// The line whose spacing a new line gets. Later lines may continue a value.
-INILine Document::modelLine(qsizetype section) const
-{
-    if (const INILine* const line = firstKeyLine(m_store.m_sections.at(section)))
-        return *line;
-    for (const INISection& other : m_store.m_sections) {
-        if (const INILine* const line = firstKeyLine(other))
-            return *line;
+    int keys = 0;
+    for (const Entry& entry : lines) {
+        const std::string name(entry.name.of(m_bytes));
+        if (entry.kind == Entry::Header && m_dialect.sectionId(name) != m_dialect.sectionId(request.section))
+            return "the section would be read as '" + name + '\'';
+        if (entry.kind != Entry::Key)
+            continue;
+        if (m_dialect.keyId(name) != m_dialect.keyId(*request.key))
+            return "the key would be read as '" + name + '\'';
+        if (valueOf(entry) != *request.value)
+            return "the value would be read as '" + valueOf(entry) + '\'';
+        if (entry.doubt.level >= Doubt::Value)
+            return std::string("ambiguous: ") + entry.doubt.text;
+        ++keys;
     }
-    return {QStringLiteral("k"), QStringLiteral("v"), "k = v"};
+    return keys == 1 ? "" : "the key would not be read as one";
 }
 
-QByteArray Document::composed(const Request& request, qsizetype section) const
+// Whether the store itself reads what we read.
+bool Document::agreesWithStore(const Request& request) const
 {
-    static const QRegularExpression spacing(QStringLiteral("^([ \\t]*)[^=]*?([ \\t]*)=([ \\t]*)"));
-    const INILine model = modelLine(section);
-    const auto match = spacing.match(partsOf(model.m_raw).text);
-    QString line = match.captured(1) + request.key + match.captured(2) + u'=';
-    if (!request.value.isEmpty()) // an empty value in the model may have no blank before it
-        line += match.captured(model.m_value.isEmpty() ? 2 : 3) + request.value;
-    return line.toUtf8() + m_lineEnd;
-}
-
-// For a last line that has no line end.
-void Document::endLine(QByteArray& raw) const
-{
-    if (!raw.isEmpty() && !raw.endsWith('\n'))
-        raw += m_lineEnd;
-}
-
-void Document::insert(qsizetype section, qsizetype line, const Request& request)
-{
-    requireUnambiguous(request, lineNumber(section, line) - 1);
-    const QByteArray raw = composed(request, section);
-    INISection& target = m_store.m_sections[section];
-    endLine(line > 0 ? target.m_lines[line - 1].m_raw : target.m_raw);
-    target.m_lines.insert(line, INILine(request.key, request.value, raw));
-}
-
-qsizetype Document::addSection(const QString& name)
-{
-    INISection& last = m_store.m_sections.last();
-    endLine(last.m_lines.isEmpty() ? last.m_raw : last.m_lines.last().m_raw);
-    m_store.m_sections.append(INISection(name, '[' + name.toUtf8() + ']' + m_lineEnd));
-    return m_store.m_sections.size() - 1;
-}
-
-void Document::add(const Request& request)
-{
-    qsizetype section = m_store.GetSection(request.section);
-    if (section < 0) {
-        requireUnambiguous(request, everyLine);
-        section = addSection(request.section);
-    }
-    const bool isLast = section + 1 == m_store.m_sections.size();
-    insert(section, endOfKeys(m_store.m_sections.at(section), isLast), request);
-}
-
-// The first line that may have the key, in the first section of the name. Negative if there is none.
-qsizetype Document::find(const Request& request)
-{
-    const int section = m_store.GetSection(request.section);
-    if (section < 0)
-        return -1;
-    const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
-    const auto found = std::find_if(lines.begin(), lines.end(), mayHave(request.key));
-    return found == lines.end() ? -1 : found - lines.begin();
-}
-
-void Document::set(const Request& request)
-{
-    const qsizetype index = find(request);
-    if (index < 0)
-        return add(request);
-    const int section = m_store.GetSection(request.section);
-    requireUnambiguous(request, lineNumber(section, index));
-    requireUtf8(section, index);
-
-    INILine& line = m_store.m_sections[section].m_lines[index];
-    if (line.m_key.isNull())
-        line.m_key = possibleKey(line.m_raw);
-    line.m_raw = withValue(line.m_raw, request.value);
-    line.m_value = request.value;
-}
-
-void Document::append(const Request& request)
-{
-    const qsizetype first = find(request);
-    if (first < 0)
-        return add(request);
-    const int section = m_store.GetSection(request.section);
-    const QList<INILine>& lines = m_store.m_sections.at(section).m_lines;
-    const auto end = std::find_if_not(lines.begin() + first, lines.end(), mayHave(request.key));
-    insert(section, afterContinuation(lines, end - lines.begin()), request);
-}
-
-void Document::prepend(const Request& request)
-{
-    const qsizetype first = find(request);
-    first < 0 ? add(request) : insert(m_store.GetSection(request.section), first, request);
-}
-
-void Document::remove(const Request& request)
-{
-    requireUnambiguous(request, everyLine);
-    const auto isWanted = [&](const INILine& line) {
-        return mayHave(request.key)(line) && (!request.hasValue || line.m_value == request.value);
-    };
-    qsizetype removed = 0;
-    for (INISection& section : m_store.m_sections) {
-        if (isSame(section.m_name, request.section))
-            removed += section.m_lines.removeIf(isWanted);
-    }
-    if (removed == 0)
-        throw absent(request);
-}
-
-void Document::verify(const Request& request) const
-{
-    const Document read(bytes());
-    const std::vector<LineView> expected = linesOf(m_store.m_sections);
-    const std::vector<LineView> found = linesOf(read.m_store.m_sections);
-    const auto ends = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSameLine);
-    if (ends.first == expected.end() && ends.second == found.end())
-        return;
-    const auto applies = [&](const Reason& reason) { return reason.applies(request); };
-    const int line = static_cast<int>(ends.first - expected.begin()) + 1;
-    throw Failure{Trouble, std::find_if(std::begin(reasons), std::end(reasons), applies)->text, line};
+    if (!m_dialect.has(NotesTakeOneMore) || !request.key)
+        return true;
+    std::vector<std::string> values;
+    for (const Entry& entry : survey(request, true).matches)
+        values.push_back(valueOf(entry));
+    return values == storeValues(m_bytes, request);
 }

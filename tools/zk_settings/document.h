@@ -1,77 +1,76 @@
 #ifndef ZK_SETTINGS_DOCUMENT_H
 #define ZK_SETTINGS_DOCUMENT_H
 
-#include "inistore/inistore.h"
+#include "reader.h"
 
+#include <optional>
+#include <string>
 #include <vector>
 
-/// The arguments of a command.
+/// The names and the value of a command.
 struct Request
 {
-    QString section = {};
-    QString key = {};
-    QString value = {};
-    bool hasValue = false;
-    bool force = false; ///< treat an ambiguous ';' as the start of a comment
+    std::string section = {};
+    std::optional<std::string> key = {};
+    std::optional<std::string> value = {};
 };
 
-/// A settings file in memory. Edits the public records of the library's store.
+struct Splice;
+struct Survey;
+class Style;
+
+/// A settings file as a dialect reads it.
 ///
-/// It does not use the store's own edits: they search for the old value from the start of the line, replace "%1" in a
-/// value, and ignore the file's line ends.
+/// An edit returns the new document. It has been read again: the edited key has exactly the requested value, and
+/// everything else is read as before. Otherwise the edit throws.
 ///
-/// Every call may throw Failure, with the number of the line if there is one. Discard the document then.
+/// Every call may throw Failure, with the number of the line if there is one.
 class Document
 {
 public:
-    static constexpr char ambiguity[] =
-        "ambiguous: a ';' without white space before it may start a comment or belong to the value";
-
-    /// Throws on a NUL byte. The store ignores the rest of such a line.
-    explicit Document(const QByteArray& bytes);
-
-    QByteArray bytes() const;
+    /// Both arguments must outlive the document. Throws on a NUL byte.
+    Document(std::string_view bytes, const Dialect& dialect);
 
     /// Returns each name once, in file order and as first written. The lines before the first header are the section
-    /// "", which is listed if it has keys.
-    QStringList sections() const;
-    QStringList keys(const QString& section);
-    /// Returns the values in the first section of the name.
-    QStringList values(const QString& section, const QString& key);
+    /// "". It is left out if it has no keys.
+    std::vector<std::string> sections() const;
+    std::vector<std::string> keys(const std::string& section) const;
+    /// Returns the value that counts, or all of them.
+    std::vector<std::string> values(const Request& request, bool all) const;
 
-    /// Replaces the first value of the key, or adds the key.
-    void set(const Request& request);
-    /// Adds a line after the first group of lines with the key, or adds the key.
-    void append(const Request& request);
-    /// Adds a line before the first line with the key, or adds the key.
-    void prepend(const Request& request);
-    /// Removes the lines with the key, and the value if given, from every section of the name.
-    void remove(const Request& request);
-
-    /// Parses bytes() again. Throws, with the reason, unless every section, key and value is the same.
-    void verify(const Request& request) const;
-
-    /// Returns the numbers of the lines whose ambiguous ';' decides whether they have the key, what its value is, or
-    /// whether a header begins or ends the section. The store takes the ';' and the character before it as a comment.
-    std::vector<int> ambiguousLines(const QString& section, const QString& key) const;
+    /// Replaces the value that counts, or adds the key.
+    std::string set(const Request& request) const;
+    /// Adds a line after the last one with the key, or adds the key.
+    std::string append(const Request& request) const;
+    /// Adds a line before the first one with the key, or adds the key.
+    std::string prepend(const Request& request) const;
+    /// Removes the section, or the lines with the key, or only those with the value.
+    std::string remove(const Request& request) const;
 
 private:
-    int lineNumber(qsizetype section, qsizetype line) const;
-    void requireUtf8(qsizetype section, qsizetype line) const;
-    template <typename Predicate>
-    QList<INILine> matching(const QString& section, Predicate isWanted);
-    void requireUnambiguous(const Request& request, int upToLine) const;
-    INILine modelLine(qsizetype section) const;
-    QByteArray composed(const Request& request, qsizetype section) const;
-    void endLine(QByteArray& raw) const;
-    qsizetype find(const Request& request);
-    qsizetype addSection(const QString& name);
-    void insert(qsizetype section, qsizetype line, const Request& request);
-    void add(const Request& request);
+    template <typename Visit>
+    void forEachEntry(Visit visit) const;
+    bool hasName(Entry& entry, const std::string& id, std::string_view name) const;
+    Survey survey(const Request& request, bool everyLine = false, bool everySection = false) const;
+    std::string valueOf(const Entry& entry) const;
+    bool agreesWithStore(const Request& request) const;
+    [[noreturn]] void fail(std::size_t at, const std::string& text) const;
+    void require(const Entry& entry, Doubt::Level level) const;
 
-    QByteArray m_mark;    // a byte-order mark, which stays first
-    QByteArray m_lineEnd; // of the first line
-    INIStore m_store;
+    Style styleOf(const Survey& found) const;
+    bool hasBlankLineBeforeHeaders() const;
+    std::string encoded(const Request& request, const std::string& indent) const;
+    std::string added(const Request& request, const Survey& found, std::size_t at) const;
+    Splice replacement(const Entry& entry, const Request& request, const Survey& found) const;
+    void closeGap(const Entry& entry, Splice& splice) const;
+    std::vector<Splice> withoutSection(const Request& request) const;
+    std::string finished(const std::vector<Splice>& splices, const Request& request) const;
+    std::string problemWith(const std::vector<Entry>& lines, const Request& request) const;
+
+    std::string_view m_mark; // a byte-order mark
+    std::string_view m_bytes;
+    std::string_view m_lineEnding;
+    const Dialect& m_dialect;
 };
 
 #endif

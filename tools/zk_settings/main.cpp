@@ -9,29 +9,32 @@
 #include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <getopt.h>
 
 bool g_kq_verbose = false;
 
 namespace {
 
-// The command line. Text stays as bytes until the document needs it.
+// The command line.
 struct Call
 {
     std::vector<std::string> operands;
     std::string letters; // of the options
+    std::string dialect; // of --dialect; empty: that of the file
     std::chrono::seconds wait{10};
 
     const std::string& file() const { return operands[0]; }
     bool has(char letter) const { return letters.find(letter) != letters.npos; }
 };
 
-using Edit = void (Document::*)(const Request& request);
-using Print = QStringList (*)(const Call& call, Document& document);
+using Edit = std::string (Document::*)(const Request& request) const;
+using Print = std::vector<std::string> (*)(const Call& call, const Document& document);
 
-QStringList get(const Call& call, Document& document);
-QStringList list(const Call& call, Document& document);
+std::vector<std::string> get(const Call& call, const Document& document);
+std::vector<std::string> list(const Call& call, const Document& document);
 
 // A command either prints or edits.
 struct Command
@@ -46,16 +49,18 @@ struct Command
     const char* help;
 };
 
+constexpr std::size_t any = 0; // number of KEY VALUE pairs
+
 constexpr Command commands[] = {
-    {"get", "FILE SECTION KEY", 3, 3, "n", get, nullptr, "print the values of KEY"},
-    {"set", "FILE SECTION KEY VALUE", 4, 4, "cflw", nullptr, &Document::set, "replace the first value, or add KEY"},
-    {"append", "FILE SECTION KEY VALUE", 4, 4, "cflw", nullptr, &Document::append,
-        "add a line after the first lines of KEY"},
-    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cflw", nullptr, &Document::prepend,
-        "add a line before the first line of KEY"},
-    {"remove", "FILE SECTION KEY [VALUE]", 3, 4, "cflw", nullptr, &Document::remove,
-        "remove all lines of KEY, or those with VALUE"},
-    {"list", "FILE [SECTION]", 1, 2, "n", list, nullptr, "print the sections, or the keys of SECTION"},
+    {"get", "FILE SECTION KEY", 3, 3, "adn", get, nullptr, "print the value"},
+    {"set", "FILE SECTION KEY VALUE [KEY VALUE]...", 4, any, "cdlw", nullptr, &Document::set,
+        "replace the value, or add the key"},
+    {"append", "FILE SECTION KEY VALUE", 4, 4, "cdlw", nullptr, &Document::append, "add a line after those of the key"},
+    {"prepend", "FILE SECTION KEY VALUE", 4, 4, "cdlw", nullptr, &Document::prepend,
+        "add a line before those of the key"},
+    {"remove", "FILE SECTION [KEY [VALUE]]", 2, 4, "cdlw", nullptr, &Document::remove,
+        "remove a section, or lines of a key"},
+    {"list", "FILE [SECTION]", 1, 2, "dn", list, nullptr, "print the sections, or their keys"},
 };
 
 struct Option
@@ -66,28 +71,23 @@ struct Option
 };
 
 constexpr Option options[] = {
+    {{"all", no_argument, nullptr, 'a'}, "", "print every value of a repeated key (get)"},
     {{"create", no_argument, nullptr, 'c'}, "", "treat a missing FILE as empty"},
-    {{"force", no_argument, nullptr, 'f'}, "", "treat an ambiguous ';' as the start of a comment"},
+    {{"dialect", required_argument, nullptr, 'd'}, " NAME", "read FILE in this dialect, whatever its name"},
     {{"no-lock", no_argument, nullptr, 'l'}, "", "edit without a lock, on a file system that has none"},
-    {{"null", no_argument, nullptr, 'n'}, "", "end each line with NUL instead of a line feed"},
-    {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit (default 10)"},
-    {{"help", no_argument, nullptr, 'h'}, "", "print this help"},
+    {{"null", no_argument, nullptr, 'n'}, "", "end each printed line with NUL instead of a line feed"},
+    {{"wait", required_argument, nullptr, 'w'}, " SECONDS", "how long to wait for another edit of FILE (default 10)"},
+    {{"help", no_argument, nullptr, 'h'}, "", "print this help; also -h"},
     {{"version", no_argument, nullptr, 'v'}, "", "print the version"},
 };
 
-constexpr char introduction[] = "usage: zk_settings COMMAND [OPTION]... FILE [SECTION [KEY [VALUE]]]\n"
-                                "Reads and edits a settings (INI) file. Every byte outside the edit stays as it is.\n";
+constexpr char introduction[] = "usage: zk_settings COMMAND [OPTION]... FILE [OPERAND]...\n"
+                                "Reads and edits settings (INI) files. An edit keeps every other byte.\n";
 
-constexpr char notes[] =
-    "SECTION and KEY ignore case. SECTION '' is the part before the first header.\n"
-    "FILE '-' is standard input; the edited document then goes to standard output.\n"
-    "Options come before FILE or last, so a VALUE may start with '-'. The optional VALUE of remove and SECTION of "
-    "list\n"
-    "may too, after '--'.\n"
-    "An edit writes a new file and renames it over the old one. A file with several hard links, or in a folder "
-    "without\n"
-    "write permission, is written in place: a crash may leave, and a reader may see, a partial file.\n"
-    "Exit status: 0 done, 1 no such section, key or value, 2 everything else.\n";
+constexpr char notes[] = "SECTION '' is the part before the first header. FILE '-' is standard input;\n"
+                         "the edited file then goes to standard output.\n"
+                         "Exit status: 0 done, 1 no such section, key or value, 2 everything else.\n"
+                         "See man zk_settings.\n";
 
 void report(const std::string& file, int line, const std::string& text)
 {
@@ -104,15 +104,6 @@ void report(const std::string& file, int line, const std::string& text)
     throw Failure{Trouble, problem + "; see zk_settings --help"};
 }
 
-// Invalid bytes decode to the replacement character, so it would match lines that do not contain it.
-QString decoded(const std::string& operand)
-{
-    const QString text = QString::fromStdString(operand);
-    if (text.toStdString() != operand || text.contains(QChar::ReplacementCharacter))
-        throw Failure{Trouble, "the argument '" + operand + "' contains a character that cannot be represented"};
-    return text;
-}
-
 QByteArray readSource(const Call& call)
 {
     if (const auto descriptor = namedDescriptor(call.file()))
@@ -125,51 +116,60 @@ QByteArray readSource(const Call& call)
     return readAll(file.number(), call.file());
 }
 
-QStringList get(const Call& call, Document& document)
+std::vector<std::string> get(const Call& call, const Document& document)
 {
-    const QString section = decoded(call.operands[1]);
-    const QString key = decoded(call.operands[2]);
-    for (const int line : document.ambiguousLines(section, key))
-        report(call.file(), line, Document::ambiguity);
-    return document.values(section, key);
+    return document.values({call.operands[1], call.operands[2]}, call.has('a'));
 }
 
-QStringList list(const Call& call, Document& document)
+std::vector<std::string> list(const Call& call, const Document& document)
 {
-    return call.operands.size() > 1 ? document.keys(decoded(call.operands[1])) : document.sections();
+    return call.operands.size() > 1 ? document.keys(call.operands[1]) : document.sections();
+}
+
+const Dialect& dialectOf(const Call& call)
+{
+    std::error_code ignored; // the path is then taken as it is
+    return *Dialect::find(call.dialect, std::filesystem::absolute(call.file(), ignored).string());
+}
+
+std::string_view viewOf(const QByteArray& bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
 void print(const Command& command, const Call& call)
 {
-    Document document(readSource(call));
-    QByteArray bytes;
-    for (const QString& text : command.print(call, document))
-        bytes += text.toUtf8() + (call.has('n') ? '\0' : '\n');
-    writeAll(STDOUT_FILENO, bytes, "standard output");
+    const QByteArray source = readSource(call);
+    std::string text;
+    for (const std::string& line : command.print(call, Document(viewOf(source), dialectOf(call))))
+        text += line + (call.has('n') ? '\0' : '\n');
+    writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
 }
 
+std::optional<std::string> operand(const Call& call, std::size_t index)
+{
+    return index < call.operands.size() ? std::optional(call.operands[index]) : std::nullopt;
+}
+
+// Makes one edit, or one for each KEY and VALUE.
 QByteArray edited(const Command& command, const Call& call, const QByteArray& source)
 {
-    Request request{decoded(call.operands[1]), decoded(call.operands[2]), {}, call.operands.size() > 3, call.has('f')};
-    if (request.hasValue)
-        request.value = decoded(call.operands[3]);
-    if (request.key.isEmpty())
-        throw Failure{Trouble, "the key is empty"};
-    Document document(source);
-    (document.*command.edit)(request);
-    document.verify(request);
-    return document.bytes();
-}
-
-void editToStandardOutput(const Command& command, const Call& call)
-{
-    writeAll(STDOUT_FILENO, edited(command, call, readSource(call)), "standard output");
+    std::string bytes(viewOf(source));
+    std::size_t index = 2;
+    do {
+        const Request request = {call.operands[1], operand(call, index), operand(call, index + 1)};
+        if (request.key && request.key->empty())
+            throw Failure{Trouble, "the key is empty"};
+        bytes = (Document(bytes, dialectOf(call)).*command.edit)(request);
+        index += 2;
+    } while (index < call.operands.size());
+    return QByteArray::fromStdString(bytes);
 }
 
 void edit(const Command& command, const Call& call)
 {
     if (namedDescriptor(call.file()))
-        return editToStandardOutput(command, call);
+        return writeAll(STDOUT_FILENO, edited(command, call, readSource(call)), "standard output");
     LockedFile file(call.file(), {call.wait, call.has('c'), !call.has('l')});
     file.replace(edited(command, call, file.bytes()));
 }
@@ -177,16 +177,16 @@ void edit(const Command& command, const Call& call)
 std::string help()
 {
     std::string text = std::string(introduction) + "\nCommands:\n";
-    const auto add = [&text](std::string left, const char* right) {
-        left.resize(34, ' ');
-        text += "  " + left + ' ' + right + '\n';
+    const auto add = [&text](std::string left, std::size_t width, const char* right) {
+        left.resize(width, ' ');
+        text += "  " + left + right + '\n';
     };
     for (const Command& command : commands)
-        add(command.name + (std::string(" ") + command.operands), command.help);
+        add(command.name + (std::string(" ") + command.operands), 43, command.help);
     text += "\nOptions:\n";
     for (const Option& entry : options)
-        add(std::string("--") + entry.name.name + entry.argument, entry.help);
-    return text + '\n' + notes;
+        add(std::string("--") + entry.name.name + entry.argument, 16, entry.help);
+    return text + "\nDialects: " + dialectNames() + ".\n" + notes;
 }
 
 std::chrono::seconds seconds(const std::string& text)
@@ -196,6 +196,13 @@ std::chrono::seconds seconds(const std::string& text)
     if (error != std::errc() || end != text.data() + text.size())
         failUsage("--wait takes a number of seconds, not '" + text + '\'');
     return std::chrono::seconds(number);
+}
+
+std::string dialectName(const std::string& name)
+{
+    if (name.empty() || Dialect::find(name, {}) == nullptr)
+        failUsage("there is no dialect '" + name + "'; the dialects are " + dialectNames());
+    return name;
 }
 
 // Takes the options up to the next operand.
@@ -208,12 +215,14 @@ void takeOptions(int argc, char** argv, Call& call)
 
     while (optind < argc) { // at the end, getopt_long would return to the words after a "--"
         const char* const word = argv[optind];
-        const int letter = getopt_long(argc, argv, "+", names.data(), nullptr);
+        const int letter = getopt_long(argc, argv, "+h", names.data(), nullptr);
         if (letter == -1)
             return;
         if (letter == '?')
             failUsage(std::string("unknown or incomplete option '") + word + '\'');
         call.letters += static_cast<char>(letter);
+        if (letter == 'd')
+            call.dialect = dialectName(optarg);
         if (letter == 'w')
             call.wait = seconds(optarg);
     }
@@ -222,18 +231,14 @@ void takeOptions(int argc, char** argv, Call& call)
 const Command& takeCommand(int argc, char** argv)
 {
     const std::string name = optind < argc ? argv[optind++] : "";
+    std::string names;
     for (const Command& command : commands) {
         if (name == command.name)
             return command;
+        names += (names.empty() ? "" : ", ") + std::string(command.name);
     }
-    failUsage(name.empty() ? "a command is needed" : "there is no command '" + name + '\'');
-}
-
-// Takes words as they are until there are `count` operands.
-void takeOperands(int argc, char** argv, std::size_t count, std::vector<std::string>& operands)
-{
-    while (optind < argc && operands.size() < count)
-        operands.push_back(argv[optind++]);
+    failUsage(
+        (name.empty() ? "a command is needed" : "there is no command '" + name + '\'') + "; the commands are " + names);
 }
 
 bool printText(const Call& call)
@@ -254,26 +259,31 @@ void checkOptions(const Command& command, const Call& call)
     }
 }
 
+// `set` takes pairs after its fewest operands.
+void checkOperands(const Command& command, const Call& call)
+{
+    const std::size_t count = call.operands.size();
+    const bool isTooMany = command.most == any ? count % 2 != 0 : count > command.most;
+    if (count < command.fewest || isTooMany)
+        failUsage(std::string(command.name) + " takes " + command.operands);
+}
+
 void run(int argc, char** argv, Call& call)
 {
     takeOptions(argc, argv, call);
+    if (optind < argc && argv[optind] == std::string("help"))
+        call.letters += 'h';
     if (printText(call))
         return;
     const Command& command = takeCommand(argc, argv);
     takeOptions(argc, argv, call);
     if (printText(call))
         return;
-    std::vector<std::string> operands;
-    takeOperands(argc, argv, command.fewest, operands);
-    takeOptions(argc, argv, call); // an optional operand that starts with '-' comes after "--"
-    takeOperands(argc, argv, command.most, operands);
-    takeOptions(argc, argv, call);
-    if (operands.size() < command.fewest || optind < argc)
-        failUsage(std::string(command.name) + " takes " + command.operands);
-    checkOptions(command, call);
-
+    const std::vector<std::string> operands(argv + optind, argv + argc);
     call.operands = operands;
-    command.edit ? edit(command, call) : print(command, call);
+    checkOperands(command, call);
+    checkOptions(command, call);
+    command.edit != nullptr ? edit(command, call) : print(command, call);
 }
 
 } // namespace

@@ -1,0 +1,191 @@
+#include "dialect.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace {
+
+constexpr char desktopFiles[] =
+    R"(\.(desktop|directory|theme|nmconnection|flatpakref|flatpakrepo|keyfile)$|(^|/)(mimeapps|defaults)\.list$)"
+    R"(|/dbus-1/.*\.service$|/(NetworkManager|lightdm|gdm3?)/.*\.conf$)";
+constexpr char systemdFiles[] =
+    R"(\.(service|socket|device|mount|automount|swap|target|path|timer|slice|scope|network|netdev|link|nspawn|dnssd))"
+    R"((\.d/[^/]*\.conf)?$|/systemd/.*\.conf$)"
+    R"(|(^|/)(coredump|homed|iocost|journal-remote|journal-upload|journald|logind|networkd|oomd|pstore|resolved|sleep)"
+    R"(|timesyncd)\.conf(\.d/[^/]*\.conf)?$)";
+constexpr char pythonFiles[] =
+    R"((^|/)(setup\.cfg|tox\.ini|pytest\.ini|mypy\.ini|alembic\.ini|pip\.conf|\.?pylintrc|\.flake8|\.coveragerc|\.pypirc)"
+    R"(|\.(bumpversion|isort|pydistutils)\.cfg)$)";
+constexpr char ansibleFiles[] = R"((^|/)ansible\.cfg$|/fail2ban/.*\.(conf|local)$)";
+constexpr char supervisorFiles[] = R"((^|/)supervisord\.conf$|/supervisor/.*\.conf$)";
+constexpr char gitFiles[] =
+    R"((^|/)(\.?gitconfig|\.gitmodules|\.lfsconfig)$|/git/config$|\.git/(.*/)?config(\.worktree)?$)";
+constexpr char mysqlFiles[] = R"((^|/)((?!openssl|texmf)[^/]*\.cnf|my\.ini)$)";
+constexpr char phpFiles[] = R"((^|/)(php[^/]*\.ini(-\w+)?|\.user\.ini|php-fpm\.conf)$|/php[^/]*/.*\.(ini|conf)$)";
+
+constexpr unsigned pythonTraits =
+    JoinsByIndentation | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | LastBracket;
+constexpr Spacing wide = {"", " ", " "};
+constexpr Spacing narrow = {"", "", ""};
+constexpr Spacing indented = {"\t", " ", " "};
+
+// Some programs turn on comments after values, which Python's parser leaves off; so its dialect has several rows. In
+// MySQL's files "!include" is no key.
+constexpr Dialect dialects[] = {
+    // name, files, comments, notes, separators, quotes, quoted, escapes, forbidden, joint, spacing, traits
+    {"common", "(?!)", "#;", "", "=:", "", "", "", "", "\n", wide,
+        JoinsByBackslash | JoinsByIndentation | BareKeys | TrimsSectionStart | TrimsSectionEnd | Cautious},
+    {"store", "(?!)", ";", ";", "=", "", "", "", "", "", wide,
+        NotesAnywhere | NotesTakeOneMore | FirstCounts | KeysIgnoreCase | SectionsIgnoreCase},
+    {"desktop", desktopFiles, "#", "", "=", "", "", "s n\nt\tr\r;;\\\\", "", "", narrow,
+        KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader},
+    {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", narrow,
+        JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader},
+    {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "", wide, pythonTraits},
+    {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "", wide, pythonTraits},
+    {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "", wide, pythonTraits},
+    {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "n\nt\tb\b\"\"\\\\", "", "", indented,
+        NotesAnywhere | QuotesAnywhere | EscapesAnywhere | JoinsByBackslash | BareKeys | NeedsHeader | KeysIgnoreCase |
+            SectionsIgnoreCase | Subsections | KeysAfterHeader},
+    {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "n\nt\tr\rb\bs \"\"''\\\\", "", "", wide,
+        NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
+            TrimsSectionEnd},
+    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"''\\\\", "${", "", wide,
+        NotesAnywhere | QuotesAnywhere | JoinsByQuote | BareKeys | LastSectionCounts | KeysAfterHeader},
+};
+
+constexpr std::size_t none = std::string_view::npos;
+
+bool contains(std::string_view characters, char character)
+{
+    return characters.find(character) != none;
+}
+
+std::string inLowerCase(std::string_view name)
+{
+    const QString text = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+    if (!text.contains(QChar::ReplacementCharacter)) // is valid UTF-8
+        return text.toCaseFolded().toStdString();
+    std::string lower(name);
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+        [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+    return lower;
+}
+
+// The place of the pair with the character on the given side, 0 or 1.
+std::size_t pairWith(std::string_view escapes, char character, std::size_t side)
+{
+    for (std::size_t at = 0; at < escapes.size(); at += 2) {
+        if (escapes[at + side] == character)
+            return at;
+    }
+    return none;
+}
+
+// An expression, such as E_ALL & ~E_NOTICE of PHP, loses its meaning between quotes.
+bool isExpression(std::string_view value)
+{
+    return value.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_ &|^~!()") == none &&
+           value.find_first_not_of(" &|^~!()") != none;
+}
+
+bool needsQuotes(std::string_view value, const Dialect& dialect)
+{
+    constexpr std::string_view blanks = " \t\n";
+    if (value.empty() || dialect.quotes.empty())
+        return false;
+    return contains(blanks, value.front()) || contains(blanks, value.back()) ||
+           (value.find_first_of(dialect.quoted) != none && !isExpression(value));
+}
+
+} // namespace
+
+const Dialect* Dialect::find(std::string_view name, const std::string& path)
+{
+    const QString file = QString::fromStdString(path);
+    const Dialect* first = name.empty() ? &dialects[0] : nullptr;
+    for (const Dialect& row : dialects) {
+        if (!name.empty() && row.name != name)
+            continue;
+        if (QRegularExpression(QLatin1String(row.files)).match(file).hasMatch())
+            return &row;
+        first = first == nullptr ? &row : first;
+    }
+    return first;
+}
+
+std::string dialectNames()
+{
+    std::string names;
+    for (const Dialect& row : dialects) {
+        if (Dialect::find(row.name, {}) == &row) // some have several rows
+            names += (names.empty() ? "" : ", ") + std::string(row.name);
+    }
+    return names;
+}
+
+// [name.part] is an old form of [name "part"].
+std::string Dialect::sectionId(std::string_view section) const
+{
+    constexpr std::string_view blanks = " \t";
+    if (has(TrimsSectionStart))
+        section.remove_prefix(std::min(section.find_first_not_of(blanks), section.size()));
+    if (has(TrimsSectionEnd))
+        section = section.substr(0, section.find_last_not_of(blanks) + 1);
+    const std::size_t quote = has(Subsections) ? section.find('"') : none;
+    std::string id(section.substr(0, quote));
+    if (quote != none)
+        id = id.substr(0, id.find_last_not_of(blanks) + 1) + '.';
+    if (has(SectionsIgnoreCase | Cautious))
+        id = inLowerCase(id);
+    for (std::size_t at = quote; at < section.size() && ++at < section.size() && section[at] != '"';) {
+        at += section[at] == '\\' && at + 1 < section.size() ? 1 : 0;
+        id += section[at];
+    }
+    return id;
+}
+
+std::string Dialect::keyId(std::string_view key) const
+{
+    std::string id = has(KeysIgnoreCase | Cautious) ? inLowerCase(key) : std::string(key);
+    if (has(DashIsUnderscore))
+        std::replace(id.begin(), id.end(), '-', '_');
+    return id;
+}
+
+std::string Dialect::decoded(std::string_view text) const
+{
+    const bool isQuoted = text.size() > 1 && contains(quotes, text.front()) && text.front() == text.back();
+    if (isQuoted && !has(QuotesAnywhere))
+        text = text.substr(1, text.size() - 2);
+    std::string value;
+    char quote = '\0';
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool isEscape = text[at] == '\\' && at + 1 < text.size() && (has(EscapesAnywhere) || quote == '"');
+        const std::size_t pair = isEscape ? pairWith(escapes, text[at + 1], 0) : none;
+        if (pair != none)
+            value += escapes[pair + (++at, 1)];
+        else if (has(QuotesAnywhere) && (quote != '\0' ? text[at] == quote : contains(quotes, text[at])))
+            quote = quote != '\0' ? '\0' : text[at];
+        else
+            value += text[at];
+    }
+    return value;
+}
+
+// A single quote and a space need no backslash between double quotes.
+std::string Dialect::encoded(std::string_view value, const std::string& lineBreak) const
+{
+    const bool isQuoted = needsQuotes(value, *this);
+    std::string text;
+    for (const char character : value) {
+        const bool mayEscape = (isQuoted || has(EscapesAnywhere)) && !contains("' ", character);
+        const std::size_t pair = mayEscape ? pairWith(escapes, character, 1) : none;
+        if (pair != none)
+            text += {'\\', escapes[pair]};
+        else
+            text += character == '\n' ? lineBreak : std::string(1, character);
+    }
+    return isQuoted ? '"' + text + '"' : text;
+}

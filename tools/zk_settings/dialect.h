@@ -1,0 +1,83 @@
+#ifndef ZK_SETTINGS_DIALECT_H
+#define ZK_SETTINGS_DIALECT_H
+
+#include <string>
+#include <string_view>
+
+/// What a dialect does that others do not.
+enum Trait : unsigned
+{
+    NotesAnywhere = 1U << 0,       ///< a note needs no white space before it
+    NotesTakeOneMore = 1U << 1,    ///< ... and the character before it belongs to it
+    QuotesAnywhere = 1U << 2,      ///< a part of a value may be quoted, not only the whole
+    EscapesAnywhere = 1U << 3,     ///< not only between double quotes
+    JoinsByBackslash = 1U << 4,    ///< a backslash at the end of a line joins the next one
+    SkipsComments = 1U << 5,       ///< ... that is no comment
+    JoinsByIndentation = 1U << 6,  ///< a line that is indented more deeply than the key continues the value
+    JoinsByQuote = 1U << 7,        ///< a value continues until its quote is closed
+    KeepsTrailingSpace = 1U << 8,  ///< of a value
+    BareKeys = 1U << 9,            ///< a line without a separator is a key without a value
+    NeedsHeader = 1U << 10,        ///< no key before the first header
+    NoRepeats = 1U << 11,          ///< a section has one line for each key
+    FirstCounts = 1U << 12,        ///< of equal keys and of sections with the same name; otherwise the last key
+    LastSectionCounts = 1U << 13,  ///< of sections with the same name; otherwise they are one
+    KeysIgnoreCase = 1U << 14,     ///<
+    SectionsIgnoreCase = 1U << 15, ///<
+    DashIsUnderscore = 1U << 16,   ///< in keys
+    LastBracket = 1U << 17,        ///< ends a header, not the first one
+    NothingAfterHeader = 1U << 18, ///< on its line; otherwise it is none
+    KeysAfterHeader = 1U << 19,    ///< on its line
+    Subsections = 1U << 20,        ///< [name "part"]: the part may contain any character and has its own case
+    TrimsSectionStart = 1U << 21,  ///< white space behind the '[' is no part of the name
+    TrimsSectionEnd = 1U << 22,    ///< nor is that before the ']'
+    Cautious = 1U << 23,           ///< refuses what programs read differently; names in another case are in doubt
+};
+
+/// The white space around a key: `indent key before = after value`.
+struct Spacing
+{
+    std::string_view indent;
+    std::string_view before;
+    std::string_view after;
+};
+
+/// How the programs that own a kind of file read it.
+struct Dialect
+{
+    std::string_view name;
+    const char* files;           ///< a regular expression for their names
+    std::string_view comments;   ///< start a comment at the start of a line
+    std::string_view notes;      ///< start a comment after a value
+    std::string_view separators; ///< the first one ends the key
+    std::string_view quotes;
+    std::string_view quoted;    ///< characters that need quotes
+    std::string_view escapes;   ///< pairs: the letter after a backslash, and what it stands for
+    std::string_view forbidden; ///< the owner would replace it
+    std::string_view joint;     ///< stands for a backslash and the line break
+    Spacing spacing;            ///< of a line in a file without keys
+    unsigned traits;
+
+    /// Returns the dialect of the file; with a name, the dialect of this name for the file. Null if there is none.
+    static const Dialect* find(std::string_view name, const std::string& path);
+
+    bool has(unsigned trait) const { return (traits & trait) != 0; }
+    /// Whether a backslash escapes the next character between these quotes, or outside of quotes ('\0').
+    bool hasEscapes(char quote) const
+    {
+        return quote == '"' || (has(EscapesAnywhere) && (quote != '\0' || has(QuotesAnywhere)));
+    }
+
+    /// Two names are the same for the owner if these are equal. A cautious dialect ignores the case here.
+    std::string sectionId(std::string_view section) const;
+    std::string keyId(std::string_view key) const;
+
+    /// Returns what the owner reads: the text without quotes and escapes.
+    std::string decoded(std::string_view text) const;
+    /// Returns the text that the owner reads as `value`, if there is one. Each line break becomes `lineBreak`.
+    std::string encoded(std::string_view value, const std::string& lineBreak) const;
+};
+
+/// The names of all dialects, for people.
+std::string dialectNames();
+
+#endif

@@ -6,13 +6,15 @@
 /// \file
 /// A console trace that a client turns on, and three stubs.
 ///
+/// A program that uses the library defines `g_kq_verbose`, or it does not link: see osrelease/osrelease.h.
+///
 /// Example:
 ///
 ///     g_kq_consoleSetupFlag = true;
 ///     KQCONSOLETRACE("x=%d\n", 5);
 ///
-/// **Warning**: no function checks its pointers. A null `format` while the flag is true, or a null `destination` with a
-/// positive `capacity`, crashes.
+/// **Warning**: no function checks its pointers. The behaviour is undefined for a null `format` while the flag is true,
+/// and for a null `destination` with a positive `capacity`.
 
 /// Turns on `KQCONSOLETRACE`. False when the library is loaded; only clients set it.
 ///

@@ -12,7 +12,9 @@
 class QFile;
 
 /// \file
-/// Reads, edits and writes settings files, and keeps every byte that an edit does not change.
+/// Reads, edits and writes settings files. Lines without an edit keep their bytes.
+///
+/// A program that uses the library defines `g_kq_verbose`, or it does not link: see osrelease/osrelease.h.
 
 /// One line of a settings file. Only `m_raw` is written; lookups and edits use the key and the value.
 class KQSUPPORT_EXPORT INILine
@@ -27,7 +29,7 @@ public:
     /// The text after the first `=`, trimmed. Null if the line has no `=`, empty if nothing follows it.
     /// After an edit that added or changed the line, the value as it was passed.
     QString m_value;
-    /// The bytes of the line, including its line end (LF, CR LF, or none at the end of a file).
+    /// The bytes of the line, including its line ending (LF, CR LF, or none at the end of a file).
     QByteArray m_raw;
 };
 Q_DECLARE_TYPEINFO(INILine, Q_RELOCATABLE_TYPE);
@@ -41,15 +43,15 @@ public:
 
     /// The text between the brackets, not trimmed: `[ a ]` has the name " a ". Null for the leading section.
     QString m_name;
-    /// The bytes of the header line with its comment and line end. Empty for the leading section: no header is written.
+    /// The bytes of the header line with its comment and line ending. Empty for the leading section: it has no header.
     QByteArray m_raw;
     /// The lines below the header in file order, blank lines and comments included.
     QList<INILine> m_lines;
 };
 Q_DECLARE_TYPEINFO(INISection, Q_RELOCATABLE_TYPE);
 
-/// Reads, edits and writes a settings file. An edit changes one key; everything else keeps its bytes: comments, blank
-/// lines, spacing, duplicates, order and line ends.
+/// Reads, edits and writes a settings file. An edit adds, changes or removes one line. All other lines keep their
+/// bytes: comments, blank lines, spacing, duplicates, order and line endings.
 ///
 /// Example:
 ///
@@ -65,8 +67,8 @@ Q_DECLARE_TYPEINFO(INISection, Q_RELOCATABLE_TYPE);
 /// - A line ends with LF. A CR alone does not end a line.
 /// - The line is decoded as UTF-8 up to its first NUL. Invalid bytes become U+FFFD. A byte-order mark at the start of
 ///   the line is dropped.
-/// - The first `;` starts a comment, and the character before it is dropped too: `key=value;note` has the value "valu",
-///   `key=value ;note` has "value". `#` is ordinary text.
+/// - The first `;` starts a comment, and the UTF-16 unit before it is dropped too: `key=value;note` has the value
+///   "valu", `key=value ;note` has "value". Half of an emoji before the `;` is left over. `#` is ordinary text.
 /// - The rest is trimmed. `[name]` with at least one character between the brackets starts a section; text after the
 ///   `]` is ignored. Any other line with a `=` has a key and a value.
 ///
@@ -137,14 +139,12 @@ public:
     /// **Warning**: nothing is escaped. Line breaks, brackets, `=` and `;` are written unchanged, and read back by the
     /// rules above.
     ///
-    /// **Warning**: a last line without a line end is joined with what is added after it. Append `s_newline` to the
+    /// **Warning**: a last line without a line ending is joined with what is added after it. Append `s_newline` to the
     /// `m_raw` of that line first.
     ///
-    /// **Warning**: the line is `QStringLiteral("%1 = %2%3").arg(key).arg(value).arg(s_newline)` and a new header is
-    /// `QStringLiteral("[%1]%2").arg(section).arg(s_newline)`, so a place marker in an argument is replaced too: `%0`
-    /// to `%3` in a key or a value, `%0` to `%2` in a section name, also as `%L1`, as the `%02` of `%02d` and, in many
-    /// versions of Qt, with digits of other scripts. To add such a text to an existing section, add the record
-    /// yourself:
+    /// **Warning**: the line is composed with QString::arg, which replaces place markers such as `%1` in the section,
+    /// the key and the value too (docs/ini-format.md lists them). To add such a text to an existing section, add the
+    /// record yourself:
     ///
     ///     const QString text = key + QLatin1String(" = ") + value + INIStore::s_newline;
     ///     store.m_sections[store.GetSection(section)].m_lines.append(INILine(key, value, text.toUtf8()));
@@ -156,27 +156,31 @@ public:
     /// Everything else is as for `AppendKey`, including its warnings.
     void PrependKey(QString const& section, QString const& key, QString const& value);
 
-    /// Replaces the value on the first line with `key`. The rest of the line stays: the case of the key, spacing,
-    /// comment and line end. Calls `AppendKey` if there is no such line.
+    /// Replaces the value on the first line with `key`. The rest of the line is kept: the case of the key, spacing,
+    /// comment and line ending. Calls `AppendKey` if there is no such line.
     ///
     /// A line is skipped if its text, including the comment, has no `=` or does not contain the line's value.
     ///
     /// **Warning**: the first occurrence of the old value in the line is replaced, even inside the key: updating the
     /// "a" of `aa=a` to "b" gives `ba=a`, and updating the empty value of `key=` to "x" gives `xkey=`. `m_value` is the
-    /// new value even so. To avoid that, change the record yourself. For an empty value:
+    /// new value even so. To avoid that, change the record yourself:
     ///
-    ///     line.m_raw.insert(line.m_raw.indexOf('=') + 1, value.toUtf8());
-    ///     line.m_value = value;
+    ///     const QByteArray old = line.m_value.toUtf8();
+    ///     const qsizetype start = line.m_raw.indexOf(old, line.m_raw.indexOf('=') + 1);
+    ///     if (start >= 0) { // else the line is not valid UTF-8
+    ///         line.m_raw.replace(start, old.size(), value.toUtf8());
+    ///         line.m_value = value;
+    ///     }
     ///
     /// **Warning**: the line is encoded again from its decoded text. A byte-order mark is dropped, invalid bytes become
-    /// U+FFFD, and a line with a NUL ends before the NUL and loses its line end. What half a surrogate pair becomes
+    /// U+FFFD, and a line with a NUL ends before the NUL and loses its line ending. What half a surrogate pair becomes
     /// depends on Qt.
     void UpdateKey(QString const& section, QString const& key, QString const& value);
 
     /// Removes the first line with `key` and `value` from the sections called `section`. Returns whether there was one.
     ///
-    /// The value is compared without regard to case, too. The header stays when the last line of its section is
-    /// removed.
+    /// The value is compared without regard to case, too. The header is kept when the last line of its section
+    /// is removed.
     bool RemoveKeyValue(QString const& section, QString const& key, QString const& value);
 
     /// Writes the document to the file at `path`, in place. The file is created or its contents are replaced.
@@ -187,17 +191,20 @@ public:
     ///
     /// **Warning**: QFile buffers up to 16 KiB until the file is closed, and a failure to write them is not reported.
     /// On a full disk the result is true for a small document. To see such a failure, open a QFile yourself, call
-    /// `WriteSections`, and check `QFile::flush`. To keep the old contents until the new ones are complete, write a new
-    /// file in the same directory this way and rename it.
+    /// `WriteSections`, and check QFile::flush. To keep the old contents until the new ones are complete, write a new
+    /// file in the same directory this way, call fsync, and rename it with std::rename; QFile::rename does not replace
+    /// a file. docs/guide.md has the code.
     bool Write(QString const& path);
 
     /// Writes the document to an open file descriptor, from its current offset. The file is not truncated and the
-    /// descriptor stays open.
+    /// descriptor remains open. With O_APPEND the bytes are added at the end of the file.
     ///
-    /// `name` is the path in messages. Everything else is as for `Write` with a path.
+    /// `name` is the path in messages.
     ///
-    /// **Warning**: for the same reason, the result is true and a document under 16 KiB is lost if the descriptor is
-    /// closed, negative or read-only. With O_APPEND the bytes are added at the end of the file.
+    /// Errors: as for `Write` with a path, but after a failure the file still has what was behind the bytes written.
+    ///
+    /// **Warning**: as with a path, a failure to write the buffered bytes is not reported. If the descriptor is closed,
+    /// negative or read-only, the result is true and a document under 16 KiB is lost.
     bool Write(int descriptor, QString const& name);
 
     /// Writes the document to an open file, line by line. `name` is the path in the message.
@@ -218,7 +225,7 @@ public:
     /// What `GetLastError` returns.
     QString m_lastError;
 
-    /// The line end of lines and headers that edits add: LF, unless a client sets another. It is not taken from the
+    /// The line ending of lines and headers that edits add: LF, unless a client sets another. It is not taken from the
     /// file: set it to CR LF before you add to a CR LF file.
     ///
     /// Threads: shared by all stores, without a lock.

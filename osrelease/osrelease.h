@@ -45,7 +45,8 @@ extern KQSUPPORT_EXPORT bool g_kq_verbose;
 class KQSUPPORT_EXPORT COSRelease
 {
 public:
-    /// Detects the distribution. Calls `ForceOS` first, and reads `/etc/os-release` if that returns false.
+    /// Detects the distribution. Calls `ForceOS` first, and reads `/etc/os-release` if that returns false. Pass 0 and a
+    /// null pointer if there is no command line.
     ///
     /// A line sets a field if `SplitLine` splits it at `=` into exactly two pieces. If a key is repeated, the last one
     /// wins. Only the newline and one enclosing pair of double quotes are removed from a value.
@@ -57,8 +58,8 @@ public:
     /// ask the user for `--distrib`.
     ///
     /// **Warning**: a line with text after a second `=` (`PRETTY_NAME="a=b"`) is ignored. In a file with CR LF line
-    /// ends the values keep the CR and the quotes. A line is split after 255 characters, and the rest counts as a line
-    /// of its own. Do not rely on `m_prettyName` being set; fall back to `m_id` and `m_versionId`.
+    /// endings the values keep the CR and the quotes. A line is split after 255 characters, and the rest counts as a
+    /// line of its own. Do not rely on `m_prettyName` being set; fall back to `m_id` and `m_versionId`.
     ///
     /// Cost: reads one small file.
     COSRelease(int argc, char** argv);
@@ -69,13 +70,25 @@ public:
     /// numbers that occur in this version. A missing or unknown name replaces `m_error`. Returns true in both cases.
     /// Returns false and changes nothing if there is no `--distrib`.
     ///
+    /// | name   | `m_id`    | `m_versionId` |
+    /// |--------|-----------|---------------|
+    /// | rhel   | rhel      | 8.10          |
+    /// | fedora | fedora    | 43            |
+    /// | rocky  | rocky     | 9             |
+    /// | alma   | almalinux | 9             |
+    /// | debian | ubuntu    | 22.04         |
+    /// | ubuntu | ubuntu    | 22.04         |
+    /// | mint   | linuxmint | 22.3          |
+    /// | suse   | sles      | 16.0          |
+    /// | arch   | arch      | 0.0           |
+    ///
     /// **Warning**: `--distrib=name` is not recognised and is silently ignored. A client that parses its own options
     /// should reject that form.
     bool ForceOS(int argc, char** argv);
 
     /// Removes one pair of enclosing double quotes from `s`. Leaves `s` unchanged if it has none.
     ///
-    /// Example: `"a"` gives `a`, `""a""` gives `"a"`, `'a'` stays.
+    /// Example: `"a"` gives `a`, `""a""` gives `"a"`, ``'a'`` is not changed.
     static void RemoveQuotes(std::string& s);
 
     /// Splits `line` at `delimiter`, as std::getline does, and replaces the contents of `parts` with the pieces.
@@ -158,6 +171,9 @@ public:
     /// is checked again after the wait.
     ///
     /// Errors: throws what the constructor throws.
+    ///
+    /// The result is only printed. To learn it, ask `RpmInstalled`, `DebInstalled` or `PacmanInstalled` about the
+    /// packages yourself.
     ///
     /// **Warning**: nothing is printed if the package family is unknown, just as if no package were missing.
     /// `OSSupported` and `m_error` are not consulted. Check the family and the support yourself before the call.

@@ -12,6 +12,8 @@
 
 /// \file
 /// Finds and edits elements in Qt's XML DOM, and extracts an element from raw XML.
+///
+/// A program that uses the library defines `g_kq_verbose`, or it does not link: see osrelease/osrelease.h.
 
 /// Static helpers that find and edit elements in Qt's XML DOM, and one that extracts an element from raw XML bytes.
 ///
@@ -76,7 +78,7 @@ public:
     /// Example, with the text "new":
     ///
     ///     <a/>                      <a>new</a>                    no children: a text node is added
-    ///     <a>old<!--c-->more</a>    <a>new<!--c-->more</a>        later text nodes stay
+    ///     <a>old<!--c-->more</a>    <a>new<!--c-->more</a>        later text nodes are kept
     ///     <a><b/>tail</a>           <a><b/>new</a>
     ///     <a><b/></a>               <a><b/></a>                   children but no text: nothing happens
     ///
@@ -126,22 +128,23 @@ public:
     ///     xml                                         whole element       content
     ///     <r><!-- <k>no</k> --><k> 1&lt;2 </k></r>    <k> 1&lt;2 </k>     1&lt;2
     ///     <r><k>a<k>b</k>c</k></r>                    <k>b</k>            b
-    ///     <r><k a="1">v</k></r>                       1">v</k>            v
+    ///     <r><k a="1">v</k></r>                       1">v</k> (wrong)    v
     ///
     /// `tagName` is compared with the local name, so `k` finds `<x:k>` if the prefix is declared.
     ///
     /// **Warning**: the position is counted in characters and the tags are not checked. The bytes are wrong
     /// - if a character before the end of the element takes more than one byte,
-    /// - for the whole element, if its start tag is not exactly `<tagName>` (attributes, blanks, a prefix, `<k/>`),
-    /// - for the content, if its end tag is not exactly `</tagName>` (blanks, a prefix, `<k/>`).
+    /// - if the element comes from an entity that the document declares,
+    /// - for the whole element, if its start tag is not exactly `<tagName>` (attributes, spaces, a prefix, `<k/>`),
+    /// - for the content, if its end tag is not exactly `</tagName>` (spaces, a prefix, `<k/>`).
     ///
     /// To check, pass only the bytes of `xml` before its first byte that is not ASCII: then the whole element is right
     /// if it starts with `<tagName>`, and the content is right if the whole element ends with `</tagName>`. For any
     /// other document, parse it and use GetChildElement with QDomNode::save.
     ///
     /// Errors: null if no such element is closed before the input ends or stops being well-formed. What follows the
-    /// element need not be well-formed, but a byte that is invalid in the encoding gives null wherever it is. The
-    /// encoding is the one that QXmlStreamReader detects.
+    /// element need not be well-formed, but invalid UTF-8 there gives null too, except a sequence that the end of the
+    /// input cuts. In other encodings this depends on Qt. The encoding is the one that QXmlStreamReader detects.
     ///
     /// Cost: no tree is built and nothing is parsed after the element: tens of milliseconds per megabyte of dense
     /// markup. But all of `xml` is decoded first: one or two milliseconds per megabyte and twice its size in memory.

@@ -1,4 +1,4 @@
-# Installs the library, its headers, the files for CMake and pkg-config, and the tool.
+# Installs the library, its headers and guide, the files for CMake and pkg-config, and the tool.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kqsupport)
@@ -8,9 +8,9 @@ install(TARGETS kqsupport EXPORT kqsupport
 list(TRANSFORM KQSUPPORT_GENERATED_HEADERS PREPEND ${PROJECT_BINARY_DIR}/include/ OUTPUT_VARIABLE generated)
 install(FILES ${generated} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
 foreach(header ${KQSUPPORT_HEADERS})
-  get_filename_component(folder ${header} DIRECTORY)
+  get_filename_component(directory ${header} DIRECTORY)
   install(FILES ${PROJECT_SOURCE_DIR}/${header}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport/${folder} COMPONENT development)
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport/${directory} COMPONENT development)
 endforeach()
 
 install(EXPORT kqsupport NAMESPACE kqsupport:: FILE kqsupport-targets.cmake
@@ -36,3 +36,7 @@ if(KQSUPPORT_BUILD_TOOLS)
   install(FILES ${PROJECT_BINARY_DIR}/tools/zk_settings.1.gz OPTIONAL # not built without scdoc
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endif()
+
+# As in the sources, where the guide names them.
+install(FILES docs/guide.md docs/ini-format.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development FILES_MATCHING PATTERN *.cpp)

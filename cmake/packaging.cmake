@@ -10,7 +10,7 @@ if(KQSUPPORT_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link.")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and the files for CMake and pkg-config.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, the guide, the examples, and the files for CMake and pkg-config.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings reads and edits settings files from the shell.")
 
 # Debian: the SOVERSION in the name of the library package allows two versions side by side.

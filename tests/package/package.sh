@@ -104,6 +104,10 @@ LD_LIBRARY_PATH=$root/usr/$libdir "$root/usr/bin/zk_settings" --version >"$list"
 need "zk_settings $version"
 sh "$source/tests/rules/hardening.sh" "$root/usr/bin/zk_settings"
 
+for name in docs/guide.md docs/ini-format.md examples/zk_xml.cpp; do
+    [ -s "$root/usr/share/doc/kqsupport/$name" ] || { echo "missing: $name"; exit 1; }
+done
+
 library=$root/usr/$libdir/libkqsupport.so
 sh "$source/tests/rules/symbols.sh" "$library" "$source/tests/rules/symbols.txt"
 sh "$source/tests/rules/hardening.sh" "$library"

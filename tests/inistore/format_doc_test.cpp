@@ -17,8 +17,8 @@ namespace {
 struct Example
 {
     int line = 0; // where it begins in the document
-    std::string before;
     std::vector<std::string> edits;
+    std::string before;
     std::string after;
 };
 
@@ -85,31 +85,49 @@ std::vector<QString> words(const std::string& edit)
     return found;
 }
 
+// A line of the file. In a block with changes, its first character says whether it is in the file before them, after
+// them, or both.
+void addLine(Example& example, const std::string& line, bool hasMark)
+{
+    const char mark = hasMark ? line.at(0) : ' ';
+    if (mark != ' ' && mark != '-' && mark != '+')
+        throw std::runtime_error("not a mark: " + line);
+    const std::string bytes = unescaped(line.substr(hasMark ? 1 : 0));
+    if (mark != '+')
+        example.before += bytes;
+    if (mark != '-')
+        example.after += bytes;
+}
+
 std::vector<Example> examples(const std::string& document)
 {
     std::vector<Example> found;
     std::istringstream lines(document);
-    std::string part;
+    std::string block;
+    bool hasFile = true;
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
-        if (line == "```ini") {
-            found.emplace_back().line = number;
-            part = line;
-        } else if (line == "```") {
-            if (!part.empty() && part != "after")
-                throw std::runtime_error("an example has no after");
-            part.clear();
-        } else if (!part.empty() && (line == "before" || line == "edit" || line == "after")) {
-            part = line;
-        } else if (part == "before") {
-            found.back().before += unescaped(line);
-        } else if (part == "edit") {
+        if (line == "```") {
+            block.clear();
+        } else if (line.compare(0, 3, "```") == 0) {
+            block = line.substr(3);
+            if ((block == "text") != hasFile)
+                throw std::runtime_error(
+                    "calls without a file, or a file without calls, in line " + std::to_string(number));
+            hasFile = block != "text";
+            if (block == "text")
+                found.emplace_back().line = number;
+        } else if (block == "text") {
             found.back().edits.push_back(line);
-        } else if (part == "after") {
-            found.back().after += unescaped(line);
+        } else if (block == "ini" || block == "diff") {
+            addLine(found.back(), line, block == "diff");
+        } else if (!block.empty()) {
+            throw std::runtime_error("not a block of an example: " + block);
         }
     }
+    if (!hasFile)
+        throw std::runtime_error("the last calls have no file");
     return found;
 }
 
@@ -161,7 +179,7 @@ void runExample(const Example& example)
 TEST(FormatDocument, every_example_is_right)
 {
     const std::vector<Example> found = examples(readFile(INI_FORMAT_DOC));
-    ASSERT_FALSE(found.empty());
+    ASSERT_GE(found.size(), 15U);
     for (const Example& example : found) {
         SCOPED_TRACE("the example in line " + std::to_string(example.line));
         ASSERT_FALSE(example.edits.empty());

@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr char usage[] = "Usage...\n\nzk_install --distrib [rhel|fedora|rocky|alma|debian|ubuntu|mint|suse|arch]";
-
 struct ForcedIdentity
 {
     std::string_view name;
@@ -28,6 +26,14 @@ constexpr ForcedIdentity forcedIdentities[] = {
     {"arch", "arch", "0.0"},
 };
 
+std::string usage()
+{
+    std::string names;
+    for (const ForcedIdentity& forced : forcedIdentities)
+        names.append(names.empty() ? "" : "|").append(forced.name);
+    return "Usage...\n\nzk_install --distrib [" + names + "]";
+}
+
 } // namespace
 
 bool COSRelease::ForceOS(int argc, char** argv)
@@ -40,7 +46,7 @@ bool COSRelease::ForceOS(int argc, char** argv)
     if (option == end)
         return false;
     if (option + 1 == end) {
-        m_error = std::string("Missing distribution\n\n") + usage;
+        m_error = "Missing distribution\n\n" + usage();
         return true;
     }
 
@@ -53,6 +59,6 @@ bool COSRelease::ForceOS(int argc, char** argv)
         ParseVersion();
         return true;
     }
-    m_error = "Unknown distribution \"" + std::string(name) + "\"\n\n" + usage;
+    m_error = "Unknown distribution \"" + std::string(name) + "\"\n\n" + usage();
     return true;
 }

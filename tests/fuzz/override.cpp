@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     COSRelease os(static_cast<int>(words.size()), argv.data());
 
-    require(words == before, "the arguments stay as they are");
+    require(words == before, "the arguments are unchanged");
     const auto option = std::find(before.begin() + 1, before.end(), "--distrib");
     if (option == before.end()) {
         require(os.m_id == "file" && os.m_error.empty() && !os.m_verifiedReleases.empty(), "the file decides");

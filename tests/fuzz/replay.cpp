@@ -1,4 +1,4 @@
-// The main function of a build without a fuzzer: runs the target on every file in the given folders.
+// The main function of a build without a fuzzer: runs the target on every file in the given directories.
 #include "input.h"
 
 #include <filesystem>

@@ -398,7 +398,7 @@ TEST_F(Updating, keeps_a_value_with_spaces_as_passed)
 
 TEST_F(Updating, replaces_half_a_surrogate_pair_that_the_comment_left)
 {
-    // The low half stays. UTF-8 cannot encode it: what is written is up to Qt.
+    // The low half is left. UTF-8 cannot encode it: what is written is up to Qt.
     given("k=😀;c\n");
     perform(update("", "k", "x"));
     thenLineIs(0, 0, Text("k"), Text("x"), "k=x" + QString(QChar(0xde00)).toStdString() + ";c\n");

@@ -239,7 +239,7 @@ TEST_F(NoPermission, to_search_the_directory_hides_the_file)
     givenFile(locked + "/a.ini", "k=1\n", 0644);
     ASSERT_EQ(chmod(locked.c_str(), 0), 0);
     EXPECT_EQ(openedByOrdinaryUser(locked + "/a.ini"), "false: null");
-    chmod(locked.c_str(), 0700); // an ordinary user could not remove the folder otherwise
+    chmod(locked.c_str(), 0700); // an ordinary user could not remove the directory otherwise
 }
 
 TEST_F(NoPermission, to_write_does_not_prevent_reading)

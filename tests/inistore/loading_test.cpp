@@ -143,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(NulByte, OrdinaryLine,
     }),
     rowName);
 
-// Invalid bytes become U+FFFD in the texts. The line's bytes stay.
+// Invalid bytes become U+FFFD in the texts. The line keeps its bytes.
 INSTANTIATE_TEST_SUITE_P(InvalidUtf8, OrdinaryLine,
     testing::ValuesIn(std::vector<LineRow>{
         {"latin1_byte",
@@ -321,7 +321,7 @@ TEST_F(Loading, nul_byte_hides_the_rest_of_its_line_alone)
 
 TEST_F(Loading, long_lines_stay_whole)
 {
-    // Longer than any buffer, with the line end at a power of two, before it and after it.
+    // Longer than any buffer, with the line feed at a power of two, before it and after it.
     for (const std::size_t length : {4095U, 4096U, 16383U, 16384U, 16385U, 65536U, 1U << 20}) {
         INIStore fresh;
         const std::string value(length - 3, 'x');

@@ -90,7 +90,7 @@ TEST_F(Writing, replaces_the_file_that_was_loaded)
 
 TEST_F(Writing, happens_in_place)
 {
-    // The same file: its inode, its mode and its other name stay.
+    // The same file: it keeps its inode, its mode and its other name.
     given("k=1\n");
     writeFile(dir / "old.ini", "old");
     ASSERT_EQ(chmod((dir / "old.ini").c_str(), 0640), 0);

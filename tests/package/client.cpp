@@ -1,4 +1,4 @@
-// A downstream program: one call of each of the four folders.
+// A downstream program: one call of each of the four directories.
 #include "console/console.h"
 #include "inistore/inistore.h"
 #include "kqsupport_version.h"

@@ -28,7 +28,7 @@ ParsedLine parseKeyValue(QStringView text)
 
 ParsedLine inistore::LineParser::parse(std::string_view raw)
 {
-    const std::string_view line = upToNul(raw);
+    const std::string_view line = raw.substr(0, raw.find('\0'));
     const std::size_t semicolon = line.find(';');
     QStringView text = decode(line.substr(0, semicolon));
     // The character before the semicolon belongs to the comment: one UTF-16 unit, so an emoji is cut in half.

@@ -1,7 +1,6 @@
 #ifndef KQSUPPORT_INISTORE_LINE_P_H
 #define KQSUPPORT_INISTORE_LINE_P_H
 
-#include <QByteArray>
 #include <QString>
 #include <QVarLengthArray>
 
@@ -16,17 +15,6 @@ struct ParsedLine
     QStringView key;
     QStringView value;
 };
-
-inline std::string_view viewOf(const QByteArray& bytes)
-{
-    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
-
-/// The text of a line: its bytes before the first NUL.
-inline std::string_view upToNul(std::string_view raw)
-{
-    return raw.substr(0, raw.find('\0'));
-}
 
 /// Parses one line at a time. The views of a line are valid until the next one is parsed.
 class LineParser

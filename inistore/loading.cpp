@@ -18,7 +18,7 @@ public:
     {
     }
 
-    void addLines(std::string_view bytes);
+    void addLines(const QByteArray& bytes);
     void finishSection();
 
 private:
@@ -34,16 +34,17 @@ private:
     QList<INILine> m_lines;
 };
 
-void Loader::addLines(std::string_view bytes)
+void Loader::addLines(const QByteArray& bytes)
 {
-    while (!bytes.empty()) {
-        const std::string_view raw = bytes.substr(0, std::min(bytes.find('\n'), bytes.size() - 1) + 1);
+    std::string_view rest(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    while (!rest.empty()) {
+        const std::string_view raw = rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
         const inistore::ParsedLine parsed = m_parser.parse(raw);
         if (parsed.name.isNull())
             addLine(parsed, raw);
         else
             beginSection(parsed.name, raw);
-        bytes.remove_prefix(raw.size());
+        rest.remove_prefix(raw.size());
     }
 }
 
@@ -84,12 +85,12 @@ void load(QFile& file, INIStore& store)
     for (QByteArray piece = file.read(pieceSize); !piece.isEmpty(); piece = file.read(pieceSize)) {
         const qsizetype end = piece.lastIndexOf('\n') + 1;
         if (end > 0) {
-            loader.addLines(inistore::viewOf(unfinished + piece.left(end)));
+            loader.addLines(unfinished + piece.left(end));
             unfinished.clear();
         }
         unfinished += piece.mid(end);
     }
-    loader.addLines(inistore::viewOf(unfinished));
+    loader.addLines(unfinished);
     loader.finishSection();
 }
 

@@ -1,7 +1,7 @@
 #ifndef KQSUPPORT_INISTORE_LOOKUP_P_H
 #define KQSUPPORT_INISTORE_LOOKUP_P_H
 
-#include "inistore/inistore.h"
+#include <QStringView>
 
 namespace inistore {
 
@@ -13,12 +13,6 @@ bool sameLengthEqualsIgnoreCase(QStringView a, QStringView b);
 inline bool equalsIgnoreCase(QStringView a, QStringView b)
 {
     return a.size() == b.size() && sameLengthEqualsIgnoreCase(a, b);
-}
-
-/// The predicate for a search of lines by key.
-inline auto hasKey(QStringView key)
-{
-    return [key](const INILine& line) { return equalsIgnoreCase(line.m_key, key); };
 }
 
 } // namespace inistore

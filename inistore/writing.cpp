@@ -1,7 +1,5 @@
 #include "inistore/inistore.h"
 
-#include "inistore/line_p.h"
-
 #include <QFile>
 
 #include <algorithm>
@@ -11,8 +9,8 @@ namespace {
 // Writes the bytes before the first NUL. Fails if that is not the whole line.
 bool writeLine(QFile& file, const QByteArray& raw)
 {
-    const std::string_view text = inistore::upToNul(inistore::viewOf(raw));
-    return raw.isEmpty() || file.write(text.data(), static_cast<qint64>(text.size())) == raw.size();
+    const std::size_t size = qstrnlen(raw.constData(), static_cast<std::size_t>(raw.size()));
+    return raw.isEmpty() || file.write(raw.constData(), static_cast<qint64>(size)) == raw.size();
 }
 
 bool writeSection(QFile& file, const INISection& section)

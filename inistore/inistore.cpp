@@ -1,3 +1,5 @@
+#include "inistore/inistore.h"
+
 #include "inistore/lookup_p.h"
 
 #include <algorithm>
@@ -30,6 +32,30 @@ bool inistore::sameLengthEqualsIgnoreCase(QStringView a, QStringView b)
     }
     return true;
 }
+
+QString INIStore::s_newline = QStringLiteral("\n");
+
+INILine::INILine(QString const& key, QString const& value, QByteArray const& raw)
+    : m_key(key)
+    , m_value(value)
+    , m_raw(raw)
+{
+}
+
+INISection::INISection(QString const& name, QByteArray const& raw)
+    : m_name(name)
+    , m_raw(raw)
+{
+}
+
+INIStore::INIStore(QObject* parent)
+    : QObject(parent)
+    , m_sections{INISection(QString(), QByteArray())}
+    , m_currentSection(0)
+{
+}
+
+INIStore::~INIStore() = default;
 
 int INIStore::GetSection(QString const& section)
 {

@@ -76,22 +76,24 @@ void Loader::addLine(const inistore::ParsedLine& parsed, std::string_view raw)
     line.m_value = m_texts.copy(parsed.value);
 }
 
-// Reads until a read returns nothing. The size of the file does not matter: files in /proc have none.
-void load(QFile& file, INIStore& store)
+// Adds the lines up to the next end of the input. Returns false if that is at the start of a line. QFile::read returns
+// a whole piece unless it meets an end. The size of the file does not matter: files in /proc have none.
+bool addInput(QFile& file, Loader& loader)
 {
     constexpr qint64 pieceSize = 32 * 1024;
-    Loader loader(store);
+    QByteArray piece;
     QByteArray unfinished;
-    for (QByteArray piece = file.read(pieceSize); !piece.isEmpty(); piece = file.read(pieceSize)) {
+    do {
+        piece = file.read(pieceSize);
         const qsizetype end = piece.lastIndexOf('\n') + 1;
         if (end > 0) {
             loader.addLines(unfinished + piece.left(end));
             unfinished.clear();
         }
         unfinished += piece.mid(end);
-    }
+    } while (piece.size() == pieceSize);
     loader.addLines(unfinished);
-    loader.finishSection();
+    return !unfinished.isEmpty();
 }
 
 } // namespace
@@ -107,6 +109,9 @@ bool INIStore::Open(QString const& path)
         return false;
     }
 
-    load(file, *this);
+    Loader loader(*this);
+    while (addInput(file, loader))
+        continue; // at a terminal, an end of the input inside a line ends only the line
+    loader.finishSection();
     return true;
 }

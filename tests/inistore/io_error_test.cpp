@@ -13,6 +13,7 @@
 #include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <future>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
@@ -704,6 +705,51 @@ TEST_F(Pipe, accepts_a_written_document)
     EXPECT_TRUE(arrived == largeDocument);
 }
 
+// A terminal, on which a program reads what was typed. ^D ends a read: with nothing if nothing was typed before it.
+class Terminal : public IoTest
+{
+protected:
+    void whenOpenedAfterTyping(const std::string& keys)
+    {
+        const int keyboard = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        ASSERT_EQ(unlockpt(keyboard), 0);
+        const std::string path = ptsname(keyboard);
+        const int terminal = open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
+        ASSERT_EQ(write(keyboard, keys.data(), keys.size()), ssize_t(keys.size()));
+        auto opened = std::async(std::launch::async, [&] { return store.Open(toPath(path)); });
+        EXPECT_EQ(opened.wait_for(std::chrono::seconds(10)), std::future_status::ready) << "it waits for more";
+        close(keyboard); // ends a read that still waits
+        EXPECT_TRUE(opened.get());
+        close(terminal);
+        thenThereIsNoMessage();
+    }
+};
+
+TEST_F(Terminal, is_read_up_to_the_end_of_the_input)
+{
+    whenOpenedAfterTyping("[s]\na=1\n\x04");
+    thenDocumentIs("[s]\na=1\n");
+    thenValuesAre("s", "a", {"1"});
+}
+
+TEST_F(Terminal, line_goes_on_after_one_end_of_input)
+{
+    whenOpenedAfterTyping("a=\x04"
+                          "1\n\x04");
+    ASSERT_EQ(store.m_sections[0].m_lines.size(), 1);
+    thenLineIs(0, 0, Text("a"), Text("1"), "a=1\n");
+}
+
+TEST_F(Terminal, line_ends_where_a_read_returns_nothing)
+{
+    whenOpenedAfterTyping("a=1\nbcd\x04\x04"
+                          "ef=2\n\x04");
+    ASSERT_EQ(store.m_sections[0].m_lines.size(), 3);
+    thenLineIs(0, 0, Text("a"), Text("1"), "a=1\n");
+    thenLineIs(0, 1, null, null, "bcd");
+    thenLineIs(0, 2, Text("ef"), Text("2"), "ef=2\n");
+}
+
 class OddFile : public IoTest
 {
 };
@@ -713,6 +759,14 @@ TEST_F(OddFile, without_a_size_is_read)
     ASSERT_TRUE(store.Open(Text("/proc/version")));
     thenDocumentIs(readFile("/proc/version"));
     EXPECT_EQ(store.m_sections[0].m_lines.size(), 1);
+}
+
+TEST_F(OddFile, as_long_as_one_read_and_without_a_line_end_is_one_line)
+{
+    const std::string line = "k=" + std::string(32 * 1024 - 2, 'v');
+    given(line);
+    ASSERT_EQ(store.m_sections[0].m_lines.size(), 1);
+    thenDocumentIs(line);
 }
 
 TEST_F(OddFile, null_device_loads_nothing)

@@ -138,9 +138,11 @@ public:
     /// - for the whole element, if its start tag is not exactly `<tagName>` (attributes, spaces, a prefix, `<k/>`),
     /// - for the content, if its end tag is not exactly `</tagName>` (spaces, a prefix, `<k/>`).
     ///
-    /// To check, pass only the bytes of `xml` before its first byte that is not ASCII: then the whole element is right
-    /// if it starts with `<tagName>`, and the content is right if the whole element ends with `</tagName>`. For any
-    /// other document, parse it and use GetChildElement with QDomNode::save.
+    /// To check, pass only the bytes of `xml` before its first NUL or byte that is not ASCII. If the document declares
+    /// no encoding (QXmlStreamReader::documentEncoding is empty) or declares UTF-8, US-ASCII or ISO-8859-x, then the
+    /// whole element is right if it starts with `<tagName>`, and the content is right if the whole element ends with
+    /// `</tagName>`. In other encodings, such as UTF-7, ASCII bytes may stand for other characters. For any other
+    /// document, parse it and use GetChildElement with QDomNode::save. examples/zk_xml.cpp does this check.
     ///
     /// Errors: null if no such element is closed before the input ends or stops being well-formed. What follows the
     /// element need not be well-formed, but invalid UTF-8 there gives null too, except a sequence that the end of the

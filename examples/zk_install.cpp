@@ -1,14 +1,9 @@
 // The first step of an installer: which Linux release is this, is it supported, and which packages are missing?
 #include "osrelease/osrelease.h"
 
-#include <QCommandLineParser>
-#include <QCoreApplication>
-
-#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
-#include <unistd.h>
-#include <utility>
+#include <string_view>
 
 bool g_kq_verbose = false; // the library reads it; --verbose sets it
 
@@ -16,16 +11,22 @@ namespace {
 
 enum Status
 {
-    Ready = 0,
-    NotReady = 1, // not supported, or packages are missing
-    Trouble = 2   // everything else
+    Supported = 0,
+    Refused = 1,
+    Trouble = 2 // everything else
 };
 
-constexpr char description[] =
+constexpr char usage[] =
+    "usage: zk_install [--distrib NAME] [--verbose]\n"
+    "\n"
     "Shows the Linux release and whether it is supported, and prints the command that installs missing packages.\n"
     "\n"
-    "Exit status: 0 the release is supported and no package is missing, 1 it is not supported or packages are missing\n"
-    "(run the program again after installing them), 2 everything else.";
+    "  --distrib NAME   assume this distribution instead of detecting it:\n"
+    "                   rhel, fedora, rocky, alma, debian, ubuntu, mint, suse or arch\n"
+    "  --verbose        print what was detected to standard error\n"
+    "  -h, --help       show this help\n"
+    "\n"
+    "Exit status: 0 the release is supported, 1 it is not, 2 everything else.";
 
 Status complain(const char* message)
 {
@@ -44,38 +45,6 @@ const char* familyOf(COSRelease& os)
     return os.PacmanBased() ? "Pacman" : nullptr;
 }
 
-ssize_t writeThrough(void* isWritten, const char* bytes, std::size_t size)
-{
-    *static_cast<bool*>(isWritten) = true;
-    return std::max<ssize_t>(write(STDOUT_FILENO, bytes, size), 0); // a stream expects 0 for an error
-}
-
-// CheckPrerequisites returns nothing, but it prints only if packages are missing. So standard output becomes a stream
-// that records whether anything is written.
-bool packagesAreMissing(int argc, char** argv)
-{
-    bool isWritten = false;
-    std::fflush(stdout);
-    FILE* const noticing = fopencookie(&isWritten, "w", {nullptr, writeThrough, nullptr, nullptr});
-    FILE* const original = std::exchange(stdout, noticing);
-    COSRelease::CheckPrerequisites(argc, argv);
-    std::fclose(std::exchange(stdout, original));
-    return isWritten;
-}
-
-bool checkPackages(const char* family, int argc, char** argv)
-{
-    if (!family) {
-        std::puts("The packages were not checked, because the package family is unknown.");
-        return false;
-    }
-    g_kq_verbose = false; // the check detects the release again
-    if (packagesAreMissing(argc, argv))
-        return false;
-    std::puts("No package is missing.");
-    return true;
-}
-
 Status check(int argc, char** argv)
 {
     COSRelease os(argc, argv);
@@ -90,49 +59,33 @@ Status check(int argc, char** argv)
     const bool isSupported = os.OSSupported(refusal);
     if (!isSupported)
         std::printf("%s\n\n", refusal.c_str());
-    const bool isComplete = checkPackages(family, argc, argv);
+
+    // The check does not return whether a package is missing. It prints nothing if none is.
+    std::puts(family ? "Checking the packages. If none is missing, nothing more is printed.\n"
+                     : "The packages are not checked, because the package family is unknown.");
+    g_kq_verbose = false; // the check detects the release again
+    COSRelease::CheckPrerequisites(argc, argv);
     if (std::fflush(stdout) != 0 || std::ferror(stdout))
         return complain("standard output: cannot write");
-    return isSupported && isComplete ? Ready : NotReady;
-}
-
-Status run(QCommandLineParser& parser, int argc, char** argv)
-{
-    const QStringList arguments = QCoreApplication::arguments();
-    const bool isUnderstood = parser.parse(arguments);
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp();
-    const auto isJoined = [](const QString& argument) { return argument.startsWith(QLatin1String("--distrib=")); };
-    if (std::any_of(arguments.begin(), arguments.end(), isJoined)) // the library would ignore it
-        return complain("write --distrib and the name as two arguments; see zk_install --help");
-    // A --distrib without a name is left to the library, whose message lists the names.
-    if (!isUnderstood && arguments.last() != QLatin1String("--distrib"))
-        return complain(qPrintable(parser.errorText() + QStringLiteral(" See zk_install --help.")));
-    if (!parser.positionalArguments().isEmpty())
-        return complain("unexpected argument; see zk_install --help");
-    g_kq_verbose = parser.isSet(QStringLiteral("verbose"));
-    return check(argc, argv);
+    return isSupported ? Supported : Refused;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
-{
-    const QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QLatin1String(description));
-    parser.addOptions({
-        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")},
-        {QStringLiteral("distrib"),
-            QStringLiteral("Assume this distribution instead of detecting it: "
-                           "rhel, fedora, rocky, alma, debian, ubuntu, mint, suse or arch."),
-            QStringLiteral("name")},
-        {QStringLiteral("verbose"), QStringLiteral("Print what was detected to standard error.")},
-    });
-    try {
-        return run(parser, argc, argv);
-    } catch (const std::logic_error&) { // the conversion of VERSION_ID throws invalid_argument or out_of_range
-        return complain(
-            "the VERSION_ID in /etc/os-release is not a version number; name the distribution with --distrib");
+try {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "-h" || argument == "--help")
+            return std::puts(usage) < 0;
+        if (argument == "--distrib")
+            ++i; // the library reads the name
+        else if (argument == "--verbose")
+            g_kq_verbose = true;
+        else // also --distrib=NAME, which the library would ignore
+            return complain(("unexpected argument '" + std::string(argument) + "'; see zk_install --help").c_str());
     }
+    return check(argc, argv);
+} catch (const std::logic_error&) { // the conversion of VERSION_ID throws invalid_argument or out_of_range
+    return complain("the VERSION_ID in /etc/os-release is not a version number; name the distribution with --distrib");
 }

@@ -19,6 +19,7 @@
 namespace {
 
 const std::string prompt = "After installing prerequisites [Press \"Enter\" key to continue]";
+const std::string checking = "Checking the packages. If none is missing, nothing more is printed.\n\n";
 const std::string program = ZK_INSTALL;
 
 // Makes the program see a given /etc/os-release and given installed packages.
@@ -79,12 +80,12 @@ TEST_F(Installer, supported_release_with_packages_missing)
     givenOsRelease("ID=fedora\nVERSION_ID=43\nPRETTY_NAME=\"Fedora Linux 43\"\n");
     givenInstalled("libxcb\nxcb-util\n");
     whenRun();
-    thenItPrints(
-        1, "Linux release: Fedora Linux 43\nPackage family: RPM\n\n"
-           "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
-           "    sudo dnf install binutils libX11-xcb xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-wm "
-           "xcb-util-keysyms mesa-libGLU\n\n" +
-               prompt);
+    thenItPrints(0,
+        "Linux release: Fedora Linux 43\nPackage family: RPM\n\n" + checking +
+            "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
+            "    sudo dnf install binutils libX11-xcb xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-wm "
+            "xcb-util-keysyms mesa-libGLU\n\n" +
+            prompt);
 }
 
 TEST_F(Installer, supported_release_with_nothing_missing)
@@ -92,7 +93,7 @@ TEST_F(Installer, supported_release_with_nothing_missing)
     givenOsRelease("ID=arch\nPRETTY_NAME=\"Arch Linux\"\n");
     givenInstalled("binutils\n");
     whenRun();
-    thenItPrints(0, "Linux release: Arch Linux\nPackage family: Pacman\n\nNo package is missing.\n");
+    thenItPrints(0, "Linux release: Arch Linux\nPackage family: Pacman\n\n" + checking);
 }
 
 TEST_F(Installer, refused_release_with_packages_missing)
@@ -101,8 +102,7 @@ TEST_F(Installer, refused_release_with_packages_missing)
     whenRun();
     thenItPrints(1, "Linux release: Debian GNU/Linux 12 (bookworm)\nPackage family: Debian\n\n"
                     "Zentrak'26 was not verified to run under \"Debian GNU/Linux 12 (bookworm)\" debian\n\n" +
-                        verifiedReleases +
-                        "\n\n"
+                        verifiedReleases + "\n\n" + checking +
                         "Please install the missing prerequisite DEBs needed by Zentrak...\n\n"
                         "    sudo apt install binutils\n\n" +
                         prompt);
@@ -114,7 +114,7 @@ TEST_F(Installer, refused_release_with_nothing_missing)
     givenInstalled("binutils\n");
     whenRun();
     thenItPrints(1, "Linux release: fedora 42\nPackage family: RPM\n\nZentrak'26 requires Fedora 43 or later\n\n" +
-                        verifiedReleases + "\n\nNo package is missing.\n");
+                        verifiedReleases + "\n\n" + checking);
 }
 
 TEST_F(Installer, release_of_no_known_family)
@@ -124,7 +124,7 @@ TEST_F(Installer, release_of_no_known_family)
     thenItPrints(1, "Linux release: gentoo 2.15\nPackage family: unknown\n\n"
                     "Zentrak'26 was not verified to run under \"gentoo\" 2.15\n\n" +
                         verifiedReleases +
-                        "\n\nThe packages were not checked, because the package family is unknown.\n");
+                        "\n\nThe packages are not checked, because the package family is unknown.\n");
 }
 
 TEST_F(Installer, no_os_release_file)
@@ -163,9 +163,9 @@ TEST_F(Installer, overridden_release)
 {
     givenOsRelease("ID=x\nVERSION_ID=rolling\n");
     whenRun({"--distrib", "suse"});
-    thenItPrints(1, "Linux release: sles 16.0\nPackage family: SUSE\n\n"
-                    "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
-                    "    sudo zypper install binutils libgthread-2_0-0\n\n" +
+    thenItPrints(0, "Linux release: sles 16.0\nPackage family: SUSE\n\n" + checking +
+                        "Please install the missing prerequisite RPMs needed by Zentrak...\n\n"
+                        "    sudo zypper install binutils libgthread-2_0-0\n\n" +
                         prompt);
 }
 
@@ -174,8 +174,7 @@ TEST_F(Installer, verbose_traces_the_detection_once)
     givenOsRelease("ID=arch\nPRETTY_NAME=\"Arch Linux\"\n");
     givenInstalled("binutils\n");
     whenRun({"--verbose"});
-    thenItPrints(0, "Linux release: Arch Linux\nPackage family: Pacman\n\nNo package is missing.\n",
-        "arch|(0.0.0)\nArch Linux\n");
+    thenItPrints(0, "Linux release: Arch Linux\nPackage family: Pacman\n\n" + checking, "arch|(0.0.0)\nArch Linux\n");
 }
 
 struct Misuse
@@ -200,17 +199,15 @@ INSTANTIATE_TEST_SUITE_P(ZkInstall, Misused,
     testing::Values(Misuse{"missing_name", {"--distrib"}, "Missing distribution\n\n" + usage},
         Misuse{"unknown_name", {"--distrib", "beos"}, "Unknown distribution \"beos\"\n\n" + usage},
         Misuse{"name_joined_by_an_equals_sign", {"--distrib=rhel"},
-            "write --distrib and the name as two arguments; see zk_install --help"},
+            "unexpected argument '--distrib=rhel'; see zk_install --help"},
         Misuse{"joined_name_after_a_good_one", {"--distrib", "arch", "--distrib=rhel"},
-            "write --distrib and the name as two arguments; see zk_install --help"},
-        Misuse{"equals_sign_without_a_name", {"--distrib="},
-            "write --distrib and the name as two arguments; see zk_install --help"},
+            "unexpected argument '--distrib=rhel'; see zk_install --help"},
+        Misuse{"equals_sign_without_a_name", {"--distrib="}, "unexpected argument '--distrib='; see zk_install --help"},
         Misuse{"option_as_name", {"--distrib", "--help"}, "Unknown distribution \"--help\"\n\n" + usage},
-        Misuse{"unknown_option", {"-x"}, "Unknown option 'x'. See zk_install --help."},
-        Misuse{"help_of_all_options", {"--help-all"}, "Unknown option 'help-all'. See zk_install --help."},
-        Misuse{"unexpected_argument", {"rhel"}, "unexpected argument; see zk_install --help"},
+        Misuse{"unknown_option", {"-x"}, "unexpected argument '-x'; see zk_install --help"},
+        Misuse{"unexpected_argument", {"rhel"}, "unexpected argument 'rhel'; see zk_install --help"},
         Misuse{"name_after_the_end_of_options", {"--", "--distrib", "rhel"},
-            "unexpected argument; see zk_install --help"}),
+            "unexpected argument '--'; see zk_install --help"}),
     rowName);
 
 TEST_F(Installer, help_names_every_option_and_exit_status)
@@ -218,8 +215,8 @@ TEST_F(Installer, help_names_every_option_and_exit_status)
     for (const char* const option : {"--help", "-h"}) {
         whenRun({option});
         EXPECT_EQ(finished.status, 0);
-        for (const char* const part : {"--help", "--distrib <name>", "--verbose", "0 the release is supported",
-                 "1 it is not supported", "2 everything else"})
+        for (const char* const part :
+            {"--help", "--distrib NAME", "--verbose", "0 the release is supported", "1 it is not", "2 everything else"})
             EXPECT_NE(finished.out.find(part), std::string::npos) << part;
     }
 }
@@ -236,7 +233,7 @@ TEST_F(Installer, end_of_input_at_the_prompt)
 {
     givenOsRelease("ID=ubuntu\nVERSION_ID=24.04\n");
     whenRun({}, "");
-    EXPECT_EQ(finished.status, 1);
+    EXPECT_EQ(finished.status, 0);
     EXPECT_EQ(finished.out.substr(finished.out.size() - prompt.size()), prompt);
 }
 
@@ -309,7 +306,7 @@ protected:
         ASSERT_EQ(waitpid(child, &status, 0), child);
         child = -1;
         EXPECT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), 1);
+        EXPECT_EQ(WEXITSTATUS(status), 0);
     }
 
 private:

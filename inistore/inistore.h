@@ -193,7 +193,7 @@ public:
     /// On a full disk the result is true for a small document. To see such a failure, open a QFile yourself, call
     /// `WriteSections`, and check QFile::flush. To keep the old contents until the new ones are complete, write a new
     /// file in the same directory this way, call fsync, and rename it with std::rename; QFile::rename does not replace
-    /// a file. docs/guide.md has the code.
+    /// a file. docs/guide.md and examples/zk_zoom.cpp have the code.
     bool Write(QString const& path);
 
     /// Writes the document to an open file descriptor, from its current offset. The file is not truncated and the

@@ -19,9 +19,9 @@
 /// If it is true, a `COSRelease` that reads `/etc/os-release` prints what it found to standard error. Any non-zero byte
 /// counts as true.
 ///
-/// **Warning**: a program that does not define the flag fails to link: "undefined reference to 'g_kq_verbose'". If it
-/// is not linked with Qt as well, it links but does not start. Include this header where you define the flag; the
-/// header gives the definition the visibility that the library needs.
+/// **Warning**: a program that does not define the flag fails to link: "undefined reference to 'g_kq_verbose'". With
+/// the linkers gold and lld, a program that is not linked with Qt as well links, but it does not start. Include this
+/// header where you define the flag; the header gives the definition the visibility that the library needs.
 extern KQSUPPORT_EXPORT bool g_kq_verbose;
 
 /// The Linux distribution and release, from `--distrib` on the command line or from `/etc/os-release`.

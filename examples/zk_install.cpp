@@ -3,18 +3,11 @@
 
 #include <cstdio>
 #include <stdexcept>
-#include <string_view>
+#include <string>
 
 bool g_kq_verbose = false; // the library reads it; --verbose sets it
 
 namespace {
-
-enum Status
-{
-    Supported = 0,
-    Refused = 1,
-    Trouble = 2 // everything else
-};
 
 constexpr char usage[] =
     "usage: zk_install [--distrib NAME] [--verbose]\n"
@@ -28,10 +21,10 @@ constexpr char usage[] =
     "\n"
     "Exit status: 0 the release is supported, 1 it is not, 2 everything else.";
 
-Status complain(const char* message)
+int complain(const std::string& message)
 {
-    std::fprintf(stderr, "zk_install: %s\n", message);
-    return Trouble;
+    std::fprintf(stderr, "zk_install: %s\n", message.c_str());
+    return 2;
 }
 
 const char* familyOf(COSRelease& os)
@@ -45,11 +38,11 @@ const char* familyOf(COSRelease& os)
     return os.PacmanBased() ? "Pacman" : nullptr;
 }
 
-Status check(int argc, char** argv)
+int check(int argc, char** argv)
 {
     COSRelease os(argc, argv);
     if (!os.m_error.empty())
-        return complain(os.m_error.c_str());
+        return complain(os.m_error);
 
     const char* const family = familyOf(os);
     const std::string name = os.m_prettyName.empty() ? os.m_id + ' ' + os.m_versionId : os.m_prettyName;
@@ -67,7 +60,7 @@ Status check(int argc, char** argv)
     COSRelease::CheckPrerequisites(argc, argv);
     if (std::fflush(stdout) != 0 || std::ferror(stdout))
         return complain("standard output: cannot write");
-    return isSupported ? Supported : Refused;
+    return isSupported ? 0 : 1;
 }
 
 } // namespace
@@ -75,15 +68,15 @@ Status check(int argc, char** argv)
 int main(int argc, char** argv)
 try {
     for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
+        const std::string argument = argv[i];
         if (argument == "-h" || argument == "--help")
-            return std::puts(usage) < 0;
+            return std::puts(usage) < 0 ? 2 : 0;
         if (argument == "--distrib")
             ++i; // the library reads the name
         else if (argument == "--verbose")
             g_kq_verbose = true;
         else // also --distrib=NAME, which the library would ignore
-            return complain(("unexpected argument '" + std::string(argument) + "'; see zk_install --help").c_str());
+            return complain("unexpected argument '" + argument + "'; see zk_install --help");
     }
     return check(argc, argv);
 } catch (const std::logic_error&) { // the conversion of VERSION_ID throws invalid_argument or out_of_range

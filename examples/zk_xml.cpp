@@ -22,7 +22,7 @@ constexpr char usage[] = "give one of\n"
                          "    FILE insert TAG NAME TEXT   the document with a new element after the first one\n"
                          "    FILE extract TAG            the bytes of the first one that ends";
 
-using Failure = QString; // a message for the user
+using Error = QString; // a message for the user
 
 // ExtractElement takes characters for bytes, and a start tag for its bare name. Its warning describes this check.
 QByteArray extract(const QByteArray& xml, const QString& tag)
@@ -34,7 +34,7 @@ QByteArray extract(const QByteArray& xml, const QString& tag)
     const QRegularExpression keepsAscii(QStringLiteral("^(?i:|UTF-8|US-ASCII|ISO-8859-[0-9]+)$"));
     const QByteArray element = KQXml::ExtractElement(ascii, tag, false);
     if (!reader.documentEncoding().toString().contains(keepsAscii) || !element.startsWith('<' + tag.toUtf8() + '>'))
-        throw Failure(QStringLiteral("no <%1> without attributes in well-formed ASCII").arg(tag));
+        throw Error(QStringLiteral("no <%1> without attributes in well-formed ASCII").arg(tag));
     return element;
 }
 
@@ -45,7 +45,7 @@ QByteArray edited(const QDomDocument& document, const QDomElement& element, cons
     QTextStream stream(&xml);
     document.save(stream, 2, QDomNode::EncodingFromTextStream); // UTF-8, whatever it was before
     if (element.tagName() != tag || element.text() != text || !QDomDocument().setContent(xml))
-        throw Failure(QStringLiteral("cannot store an element %2 with the text '%1'").arg(text, tag));
+        throw Error(QStringLiteral("cannot store an element %2 with the text '%1'").arg(text, tag));
     return xml.trimmed().toUtf8();
 }
 
@@ -58,16 +58,16 @@ QByteArray result(const QByteArray& xml, const QByteArray& action, const QString
     QString error;
     int line = 0;
     if (!document.setContent(xml, false, &error, &line))
-        throw Failure(QStringLiteral("line %1: %2").arg(QString::number(line), error));
+        throw Error(QStringLiteral("line %1: %2").arg(QString::number(line), error));
     QDomElement element = KQXml::GetChildElement(document.documentElement(), tag);
     if (element.isNull())
-        throw Failure(QStringLiteral("no element %1 below the root").arg(tag));
+        throw Error(QStringLiteral("no element %1 below the root").arg(tag));
 
     if (action == "texts")
         return KQXml::GetChildElementsTextList(document.documentElement(), tag).join(u'\n').toUtf8();
     if (action == "attribute") {
         const QString value = KQXml::GetChildElementAttribute(document.documentElement(), tag, values[0]);
-        return value.isNull() ? throw Failure(QStringLiteral("no attribute %1").arg(values[0])) : value.toUtf8();
+        return value.isNull() ? throw Error(QStringLiteral("no attribute %1").arg(values[0])) : value.toUtf8();
     }
     if (action == "set") {
         KQXml::UpdateElementText(&document, &element, values[0]);
@@ -87,14 +87,14 @@ try {
     for (int i = 0; i < argc; ++i)
         arguments.append(QString::fromUtf8(argv[i]));
     if (sizes.value(arguments.value(2).toUtf8()) != argc)
-        throw Failure(QLatin1String(usage));
+        throw Error(QLatin1String(usage));
     QFile file(arguments[1]);
     if (!file.open(QFile::ReadOnly))
-        throw Failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
+        throw Error(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
     const QByteArray out = result(file.readAll(), arguments[2].toUtf8(), arguments[3], arguments.mid(4));
     if (std::puts(out.constData()) < 0 || std::fflush(stdout) != 0)
-        throw Failure(QStringLiteral("cannot write to standard output"));
-} catch (const Failure& message) {
+        throw Error(QStringLiteral("cannot write to standard output"));
+} catch (const Error& message) {
     std::fprintf(stderr, "zk_xml: %s\n", qUtf8Printable(message));
     return 1;
 }

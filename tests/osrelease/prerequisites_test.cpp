@@ -5,6 +5,7 @@
 #include "support/capture.h"
 #include "support/files.h"
 #include "support/rows.h"
+#include "texts.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -67,8 +68,6 @@ const Family pacman = {"arch", "pacman -Qiq ", " >/dev/null 2>&1", {"binutils"},
     {"libxcb", "xcb-util", "xcb-util-cursor", "xcb-util-image", "xcb-util-renderutil", "xcb-util-wm",
         "xcb-util-keysyms", "xcb-proto"},
     {"glu"}, "Please install the missing prerequisite Pacmans needed by Zentrak...\n", "    sudo pacman -S "};
-
-const std::string prompt = "After installing prerequisites [Press \"Enter\" key to continue]";
 
 Words operator+(Words list, const Words& more)
 {

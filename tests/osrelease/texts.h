@@ -22,4 +22,6 @@ inline const std::string usage =
 inline const std::string detectionFailed =
     "Unable to determine the Linux distribution you are running.\n\n" + verifiedReleases;
 
+inline const std::string prompt = "After installing prerequisites [Press \"Enter\" key to continue]";
+
 #endif

@@ -18,7 +18,6 @@
 
 namespace {
 
-const std::string prompt = "After installing prerequisites [Press \"Enter\" key to continue]";
 const std::string checking = "Checking the packages. If none is missing, nothing more is printed.\n\n";
 const std::string program = ZK_INSTALL;
 

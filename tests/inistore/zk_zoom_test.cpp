@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <iterator>
@@ -15,6 +16,8 @@ namespace {
 
 using namespace std::string_literals;
 
+constexpr std::size_t mebibyte = 1024 * 1024;
+
 class ZkZoom : public testing::Test
 {
 protected:
@@ -23,10 +26,10 @@ protected:
         return argument.empty() ? run({ZK_ZOOM, file}) : run({ZK_ZOOM, file, argument});
     }
 
-    /// Starts the program with a limit of 512 bytes for each file that it writes.
+    /// Starts the program with a limit of 1 MiB for each file that it writes.
     Finished startOnAFullDisk(const std::string& prepare, const std::string& argument) const
     {
-        return run({"sh", "-c", prepare + " ulimit -f 1; exec \"$0\" \"$1\" \"$2\"", ZK_ZOOM, file, argument});
+        return run({"sh", "-c", prepare + " ulimit -f 2048; exec \"$0\" \"$1\" \"$2\"", ZK_ZOOM, file, argument});
     }
 
     std::ptrdiff_t filesInTheDirectory() const
@@ -102,16 +105,25 @@ TEST_F(ZkZoom, keeps_a_link_and_the_permissions)
     EXPECT_EQ(std::filesystem::status(file).permissions(), perms(0640));
 }
 
+// A document of this size, with a zoom of 80.
+std::string document(std::size_t size)
+{
+    std::string bytes = "[view]\nzoom = 80\n";
+    while (bytes.size() < size)
+        bytes += std::string(std::min<std::size_t>(size - bytes.size(), 64) - 1, ';') + '\n';
+    return bytes;
+}
+
 // The smaller document fails when the file is flushed, the larger one while it is written.
 TEST_F(ZkZoom, leaves_the_old_file_on_a_full_disk)
 {
-    for (const std::size_t size : {1'000, 100'000}) {
-        const std::string before = "[view]\nzoom = 80\n" + std::string(size, ';') + "\n";
+    for (const std::size_t size : {mebibyte, 2 * mebibyte}) {
+        const std::string before = document(size);
         writeFile(file, before);
-        const Finished finished = startOnAFullDisk("trap '' XFSZ;", "125");
+        const Finished finished = startOnAFullDisk("trap '' XFSZ;", "125"); // one byte more
         EXPECT_EQ(finished.err.rfind("zk_zoom: " + file + ": not saved: ", 0), 0U) << finished.err;
         EXPECT_EQ(finished.status, 1);
-        EXPECT_EQ(readFile(file), before);
+        EXPECT_TRUE(readFile(file) == before);
         EXPECT_EQ(filesInTheDirectory(), 1);
     }
 }
@@ -119,10 +131,10 @@ TEST_F(ZkZoom, leaves_the_old_file_on_a_full_disk)
 // Without a handler, the signal of the limit ends the program while it writes.
 TEST_F(ZkZoom, leaves_the_old_file_when_it_crashes)
 {
-    const std::string before = "[view]\nzoom = 80\n" + std::string(1'000, ';') + "\n";
+    const std::string before = document(mebibyte);
     writeFile(file, before);
     EXPECT_EQ(startOnAFullDisk("", "125").status, 128 + SIGXFSZ);
-    EXPECT_EQ(readFile(file), before);
+    EXPECT_TRUE(readFile(file) == before);
 }
 
 struct RefusedRow

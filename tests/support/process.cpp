@@ -2,6 +2,9 @@
 
 #include "support/files.h"
 
+#include <gtest/gtest.h>
+
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <stdexcept>
@@ -18,8 +21,9 @@ void become(int descriptor, const std::string& path, int flags)
     close(file);
 }
 
-[[noreturn]] void execute(const std::vector<std::string>& arguments, const Start& start, const TempDir& dir)
+[[noreturn]] void startChild(const std::vector<std::string>& arguments, const Start& start, const TempDir& dir)
 {
+    setpgid(0, 0); // a group of its own, to end it as a whole
     become(STDIN_FILENO, dir / "in", O_RDONLY);
     become(STDOUT_FILENO, dir / "out", O_WRONLY | O_CREAT);
     become(STDERR_FILENO, dir / "err", O_WRONLY | O_CREAT);
@@ -32,12 +36,7 @@ void become(int descriptor, const std::string& path, int flags)
         const std::size_t equals = assignment.find('=');
         setenv(assignment.substr(0, equals).c_str(), assignment.c_str() + equals + 1, 1);
     }
-    std::vector<char*> argv;
-    for (const std::string& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    execvp(argv[0], argv.data());
-    _exit(127);
+    execute(arguments, start.seconds);
 }
 
 } // namespace
@@ -51,15 +50,30 @@ Finished run(const std::vector<std::string>& arguments, const Start& start)
     if (child < 0)
         throw std::runtime_error("cannot fork");
     if (child == 0)
-        execute(arguments, start, dir);
+        startChild(arguments, start, dir);
 
     int status = 0;
     if (waitpid(child, &status, 0) != child)
         throw std::runtime_error("cannot wait for " + arguments[0]);
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) {
+        kill(-child, SIGKILL);
+        ADD_FAILURE() << arguments[0] << " did not end within " << start.seconds << " seconds";
+    }
 
     Finished finished;
     finished.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     finished.out = readFile(dir / "out");
     finished.err = readFile(dir / "err");
     return finished;
+}
+
+void execute(const std::vector<std::string>& arguments, unsigned seconds)
+{
+    std::vector<char*> argv;
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    alarm(seconds);
+    execvp(argv[0], argv.data());
+    _exit(127);
 }

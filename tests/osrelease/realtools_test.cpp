@@ -3,7 +3,6 @@
 
 #include "commandline.h"
 #include "support/files.h"
-#include "support/mounts.h"
 #include "support/process.h"
 #include "support/rows.h"
 
@@ -178,23 +177,20 @@ TEST_F(Rpm, tool_missing)
 class Pacman : public RealTool
 {
 protected:
+    // The path of the database is fixed when pacman is built, so a script adds the option for it.
     void SetUp() override
     {
         if (!isThere("pacman"))
             SKIP_OR_FAIL("pacman is not installed");
-        const std::string reason = makeMountsPrivate();
-        if (!reason.empty())
-            SKIP_OR_FAIL(reason);
         std::filesystem::create_directories(dir / "db/local");
         writeFile(dir / "db/local/ALPM_DB_VERSION", "9\n");
-        mountOver("/var/lib/pacman", dir / "db");
         install("zentrak-test");
-    }
-    // A lazy unmount works even while the directory is in use.
-    void TearDown() override
-    {
-        run({"umount", "-l", "/var/lib/pacman"});
-        RealTool::TearDown();
+
+        std::filesystem::create_directory(dir / "bin");
+        const std::string options = "--dbpath '" + (dir / "db") + "' \"$@\"";
+        writeFile(dir / "bin/pacman", "#!/bin/sh\nPATH=${PATH#*:}\nexec pacman " + options + '\n');
+        std::filesystem::permissions(dir / "bin/pacman", std::filesystem::perms::owner_all);
+        setenv("PATH", ((dir / "bin:") + savedPath).c_str(), 1);
     }
 
     std::string entry(const std::string& package) const { return dir / ("db/local/" + package + "-1.0-1"); }

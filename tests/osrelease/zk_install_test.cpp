@@ -1,6 +1,5 @@
 // Runs the example program with a chosen /etc, fake package tools and, for the prompt, a terminal.
 #include "support/files.h"
-#include "support/mounts.h"
 #include "support/process.h"
 #include "support/rows.h"
 #include "texts.h"
@@ -27,33 +26,35 @@ class Installer : public testing::Test
 protected:
     void SetUp() override
     {
-        const std::string reason = makeMountsPrivate();
-        if (!reason.empty())
-            SKIP_OR_FAIL(reason);
         std::filesystem::create_directories(dir / "etc");
+        if (const Finished probe = run(isolated({"true"})); probe.status != 0)
+            SKIP_OR_FAIL(probe.err);
         std::filesystem::create_directories(dir / "bin");
         // Each fake tool looks up the package in the list of installed ones and answers like the real tool.
         tool("rpm", "grep -qx -- \"$3\" \"$INSTALLED\"\n");
         tool("pacman", "grep -qx -- \"$2\" \"$INSTALLED\"\n");
         tool("dpkg-query", "grep -qx -- \"$3\" \"$INSTALLED\" && printf 'install ok installed'\n");
         givenInstalled("");
-        setenv("PATH", (dir / "bin:/usr/bin:/bin").c_str(), 1);
-        setenv("INSTALLED", (dir / "installed").c_str(), 1);
     }
-    void TearDown() override { run({"umount", "-l", "/etc"}); }
 
-    void givenOsRelease(const std::string& text)
-    {
-        writeFile(dir / "etc/os-release", text);
-        givenNoOsRelease();
-    }
-    void givenNoOsRelease() { mountOver("/etc", dir / "etc"); }
+    void givenOsRelease(const std::string& text) { writeFile(dir / "etc/os-release", text); }
     void givenInstalled(const std::string& packages) { writeFile(dir / "installed", packages); }
+
+    // Returns the words that run a command with our /etc and tools, in a mount namespace of its own. An ordinary user
+    // can mount only as root of a user namespace.
+    std::vector<std::string> isolated(const std::vector<std::string>& command) const
+    {
+        std::vector<std::string> words = {"unshare", geteuid() == 0 ? "-m" : "-rm", "sh", "-c",
+            "mount --bind \"$0\" /etc && exec env \"$@\"", dir / "etc", "PATH=" + dir.path() + "/bin:/usr/bin:/bin",
+            "INSTALLED=" + dir.path() + "/installed"};
+        words.insert(words.end(), command.begin(), command.end());
+        return words;
+    }
 
     void whenRun(std::vector<std::string> arguments = {}, const std::string& input = "\n")
     {
         arguments.insert(arguments.begin(), program);
-        finished = run(arguments, {input, {}, {}});
+        finished = run(isolated(arguments), {input, {}, {}});
     }
 
     void thenItPrints(int status, const std::string& out, const std::string& err = "")
@@ -128,7 +129,6 @@ TEST_F(Installer, release_of_no_known_family)
 
 TEST_F(Installer, no_os_release_file)
 {
-    givenNoOsRelease();
     whenRun();
     thenItPrints(2, "", "zk_install: " + detectionFailed + "\n");
 }
@@ -136,7 +136,6 @@ TEST_F(Installer, no_os_release_file)
 TEST_F(Installer, directory_instead_of_the_file)
 {
     std::filesystem::create_directory(dir / "etc/os-release");
-    givenNoOsRelease();
     whenRun();
     thenItPrints(2, "", "zk_install: " + detectionFailed + "\n");
 }
@@ -224,7 +223,7 @@ TEST_F(Installer, full_standard_output)
 {
     givenOsRelease("ID=arch\n");
     givenInstalled("binutils\n");
-    finished = run({"sh", "-c", "\"$0\" >/dev/full", program});
+    finished = run(isolated({"sh", "-c", "\"$0\" >/dev/full", program}));
     thenItPrints(2, "", "zk_install: standard output: cannot write\n");
 }
 
@@ -309,11 +308,7 @@ protected:
     }
 
 private:
-    [[noreturn]] static void become()
-    {
-        execl(program.c_str(), program.c_str(), "--distrib", "ubuntu", nullptr);
-        _exit(127);
-    }
+    [[noreturn]] void become() const { execute(isolated({program, "--distrib", "ubuntu"})); }
 
     pid_t child = -1;
     int input = -1;

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Makes the packages of one kind, installs them into a scratch root with the real tool, and builds and runs a client
-# there: package.sh deb|rpm SOURCE_DIR SCRATCH_DIR COMPILER VERSION SOVERSION
+# Installs the packages of one kind into a scratch root with the real tool, and builds and runs a client there:
+# package.sh deb|rpm SOURCE_DIR PACKAGE_DIR SCRATCH_DIR COMPILER VERSION SOVERSION
 set -eu
-kind=$1 source=$2 scratch=$3 compiler=$4 version=$5 soversion=$6
+kind=$1 source=$2 packages=$3 scratch=$4 compiler=$5 version=$6 soversion=$7
 
 skip() {
     printf 'package: Skipped\n%s\n' "$1"
@@ -13,16 +13,12 @@ if [ "$(id -u)" -ne 0 ]; then
     unshare -r true || skip "only root may install packages"
     exec unshare -r sh "$0" "$@"
 fi
+[ -n "$(find "$packages" -maxdepth 1 -name "*.$kind")" ] || skip "this machine cannot make a .$kind"
 
 rm -rf "$scratch"
 mkdir -p "$scratch/root"
 root=$scratch/root list=$scratch/list
-umask 077 # the packages must not depend on it
-CXX=$compiler "$source/scripts/package" "$kind" "$scratch/build" || {
-    [ $? -eq 77 ] && skip "this machine cannot make a .$kind"
-    exit 1
-}
-cd "$scratch/build"
+cd "$packages"
 
 need() { grep -Eqx "$1" "$list" || { echo "missing: $1"; cat "$list"; exit 1; }; }
 case $kind in

@@ -20,7 +20,7 @@ void PrintTo(const EditRow& row, std::ostream* out)
     *out << row.name;
 }
 
-class Editing : public Settings
+class Editing : public StoreTest
 {
 };
 

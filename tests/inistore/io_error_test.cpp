@@ -73,7 +73,7 @@ const std::string smallDocument = "; c\n[s]\nk=1\n";
 // Far larger than any buffer on the way to the file.
 const std::string largeDocument = manyLines(30'000);
 
-class IoTest : public Settings
+class IoTest : public StoreTest
 {
 protected:
     void thenMessageIs(const std::string& text) { EXPECT_EQ(exactly(store.m_lastError), exactly(Text(text))); }

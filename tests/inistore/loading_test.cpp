@@ -25,7 +25,7 @@ void PrintTo(const LineRow& row, std::ostream* out)
     *out << row.name;
 }
 
-class OrdinaryLine : public Settings, public testing::WithParamInterface<LineRow>
+class OrdinaryLine : public StoreTest, public testing::WithParamInterface<LineRow>
 {
 };
 
@@ -178,7 +178,7 @@ void PrintTo(const HeaderRow& row, std::ostream* out)
     *out << row.name;
 }
 
-class Header : public Settings, public testing::WithParamInterface<HeaderRow>
+class Header : public StoreTest, public testing::WithParamInterface<HeaderRow>
 {
 };
 
@@ -219,7 +219,7 @@ INSTANTIATE_TEST_SUITE_P(Name, Header,
     }),
     rowName);
 
-class Loading : public Settings
+class Loading : public StoreTest
 {
 };
 
@@ -395,7 +395,7 @@ TEST_F(Loading, empty_path_names_no_file)
     EXPECT_EQ(exactly(store.m_lastError), exactly(null));
 }
 
-class Merging : public Settings
+class Merging : public StoreTest
 {
 };
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-class Lookup : public Settings
+class Lookup : public StoreTest
 {
 };
 
@@ -109,7 +109,7 @@ void PrintTo(const PairRow& row, std::ostream* out)
     *out << row.name;
 }
 
-class NamePair : public Settings, public testing::WithParamInterface<PairRow>
+class NamePair : public StoreTest, public testing::WithParamInterface<PairRow>
 {
 protected:
     static void thenMatches(const QString& stored, const QString& asked, bool expected)

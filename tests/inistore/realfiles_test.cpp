@@ -47,7 +47,7 @@ std::vector<std::string> filesOf(const Kind& kind)
     return files;
 }
 
-class RealFiles : public Settings, public testing::WithParamInterface<Kind>
+class RealFiles : public StoreTest, public testing::WithParamInterface<Kind>
 {
 };
 

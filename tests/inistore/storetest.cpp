@@ -47,14 +47,14 @@ std::string documentOf(const INIStore& store)
     return document;
 }
 
-void Settings::given(const std::string& bytes)
+void StoreTest::given(const std::string& bytes)
 {
     writeFile(dir / "given.ini", bytes);
     ASSERT_TRUE(store.Open(toPath(dir / "given.ini")));
     ASSERT_EQ(exactly(store.m_lastError), exactly(null));
 }
 
-void Settings::thenFileIs(const std::string& bytes)
+void StoreTest::thenFileIs(const std::string& bytes)
 {
     const std::string path = dir / "written.ini";
     ASSERT_TRUE(store.Write(toPath(path)));
@@ -62,12 +62,12 @@ void Settings::thenFileIs(const std::string& bytes)
     EXPECT_EQ(toBytes(readFile(path)), toBytes(bytes));
 }
 
-void Settings::thenValuesAre(const Text& section, const Text& key, const std::vector<Text>& values)
+void StoreTest::thenValuesAre(const Text& section, const Text& key, const std::vector<Text>& values)
 {
     EXPECT_EQ(store.GetValues(section, key), toList(values));
 }
 
-void Settings::thenLineIs(int section, int line, const QString& key, const QString& value, const std::string& raw)
+void StoreTest::thenLineIs(int section, int line, const QString& key, const QString& value, const std::string& raw)
 {
     ASSERT_LT(section, store.m_sections.size());
     ASSERT_LT(line, store.m_sections[section].m_lines.size());
@@ -77,7 +77,7 @@ void Settings::thenLineIs(int section, int line, const QString& key, const QStri
     EXPECT_EQ(found.m_raw, toBytes(raw));
 }
 
-void Settings::thenSectionIs(int section, const QString& name, const std::string& raw, int lines)
+void StoreTest::thenSectionIs(int section, const QString& name, const std::string& raw, int lines)
 {
     ASSERT_LT(section, store.m_sections.size());
     const INISection& found = store.m_sections[section];

@@ -41,7 +41,7 @@ private:
 };
 
 /// A test with a store, and what a client does with it.
-class Settings : public testing::Test
+class StoreTest : public testing::Test
 {
 public:
     /// Loads a file with these bytes. A second call adds its file to the document.

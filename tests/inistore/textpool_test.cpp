@@ -211,7 +211,7 @@ TEST(TextPool, changed_bytes_equal_ordinary_bytes)
 }
 
 // A text keeps its whole block allocated. Its capacity is the size of the block in characters.
-TEST_F(Settings, a_kept_value_keeps_only_a_small_block)
+TEST_F(StoreTest, a_kept_value_keeps_only_a_small_block)
 {
     std::string document = "[section]\n";
     for (int i = 1000; i < 2000; ++i)

@@ -23,7 +23,7 @@ void PrintTo(const Document& row, std::ostream* out)
     *out << row.name;
 }
 
-class UneditedDocument : public Settings, public testing::WithParamInterface<Document>
+class UneditedDocument : public StoreTest, public testing::WithParamInterface<Document>
 {
 };
 
@@ -54,7 +54,7 @@ INSTANTIATE_TEST_SUITE_P(Kept, UneditedDocument,
     }),
     rowName);
 
-class Writing : public Settings
+class Writing : public StoreTest
 {
 protected:
     bool written(const std::string& path) { return store.Write(toPath(path)); }
@@ -237,7 +237,7 @@ TEST_F(Writing, succeeds_again_once_the_line_with_the_nul_is_removed)
     thenFileIs("a=1\nb=2\n");
 }
 
-class WritingToDescriptor : public Settings
+class WritingToDescriptor : public StoreTest
 {
 protected:
     void open(const std::string& content, int flags)
@@ -331,7 +331,7 @@ TEST_F(WritingToDescriptor, large_document_is_written_completely)
     EXPECT_EQ(lseek(descriptor, 0, SEEK_CUR), off_t(large.size()));
 }
 
-class WritingSections : public Settings
+class WritingSections : public StoreTest
 {
 protected:
     void SetUp() override
@@ -412,7 +412,7 @@ void PrintTo(const NameRow& row, std::ostream* out)
     *out << row.name;
 }
 
-class NameInMessage : public Settings, public testing::WithParamInterface<NameRow>
+class NameInMessage : public StoreTest, public testing::WithParamInterface<NameRow>
 {
 };
 

@@ -15,11 +15,6 @@ struct EditRow
     std::string after;
 };
 
-void PrintTo(const EditRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class Editing : public StoreTest
 {
 };

@@ -20,11 +20,6 @@ struct LineRow
     const char* value;
 };
 
-void PrintTo(const LineRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class OrdinaryLine : public StoreTest, public testing::WithParamInterface<LineRow>
 {
 };
@@ -172,11 +167,6 @@ struct HeaderRow
     std::string raw;
     const char* section;
 };
-
-void PrintTo(const HeaderRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class Header : public StoreTest, public testing::WithParamInterface<HeaderRow>
 {

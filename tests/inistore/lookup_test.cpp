@@ -104,11 +104,6 @@ struct PairRow
     bool equal;
 };
 
-void PrintTo(const PairRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 class NamePair : public StoreTest, public testing::WithParamInterface<PairRow>
 {
 protected:

@@ -12,18 +12,13 @@ using namespace std::string_literals;
 
 namespace {
 
-struct Document
+struct DocumentRow
 {
     const char* name;
     std::string bytes;
 };
 
-void PrintTo(const Document& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-class UneditedDocument : public StoreTest, public testing::WithParamInterface<Document>
+class UneditedDocument : public StoreTest, public testing::WithParamInterface<DocumentRow>
 {
 };
 
@@ -34,7 +29,7 @@ TEST_P(UneditedDocument, is_written_byte_for_byte)
 }
 
 INSTANTIATE_TEST_SUITE_P(Kept, UneditedDocument,
-    testing::ValuesIn(std::vector<Document>{
+    testing::ValuesIn(std::vector<DocumentRow>{
         {"empty", ""},
         {"ordinary", "; head\n\n[a]\nk = v ; c\n\n[b]\nk=1\nk=2\n"},
         {"keys_before_the_first_header", "lead=1\n\n[a]\nk=2\n"},
@@ -406,11 +401,6 @@ struct NameRow
     const char* given;
     const char* message;
 };
-
-void PrintTo(const NameRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
 
 class NameInMessage : public StoreTest, public testing::WithParamInterface<NameRow>
 {

@@ -13,25 +13,6 @@
 
 namespace {
 
-// A plain class with these public fields in this order.
-struct Layout
-{
-    std::string verifiedReleases, error, id, idLike, versionId, prettyName;
-    std::int32_t major, minor, patch;
-};
-static_assert(!std::is_polymorphic_v<COSRelease>);
-static_assert(sizeof(COSRelease) == sizeof(Layout));
-static_assert(std::is_standard_layout_v<COSRelease>);
-static_assert(offsetof(COSRelease, m_verifiedReleases) == offsetof(Layout, verifiedReleases));
-static_assert(offsetof(COSRelease, m_error) == offsetof(Layout, error));
-static_assert(offsetof(COSRelease, m_id) == offsetof(Layout, id));
-static_assert(offsetof(COSRelease, m_idLike) == offsetof(Layout, idLike));
-static_assert(offsetof(COSRelease, m_versionId) == offsetof(Layout, versionId));
-static_assert(offsetof(COSRelease, m_prettyName) == offsetof(Layout, prettyName));
-static_assert(offsetof(COSRelease, m_major) == offsetof(Layout, major));
-static_assert(offsetof(COSRelease, m_minor) == offsetof(Layout, minor));
-static_assert(offsetof(COSRelease, m_patch) == offsetof(Layout, patch));
-
 static_assert(std::is_same_v<decltype(&COSRelease::ForceOS), bool (COSRelease::*)(int, char**)>);
 static_assert(std::is_same_v<decltype(&COSRelease::RemoveQuotes), void (*)(std::string&)>);
 static_assert(std::is_same_v<decltype(&COSRelease::SplitLine), void (*)(const char*, std::vector<std::string>&, char)>);

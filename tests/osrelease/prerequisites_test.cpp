@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sstream>
 #include <type_traits>
 #include <unistd.h>
 
@@ -73,12 +72,6 @@ Words operator+(Words list, const Words& more)
 {
     list.insert(list.end(), more.begin(), more.end());
     return list;
-}
-
-Words words(const std::string& text)
-{
-    std::istringstream in(text);
-    return {std::istream_iterator<std::string>(in), {}};
 }
 
 class Prerequisites : public testing::Test
@@ -310,7 +303,8 @@ INSTANTIATE_TEST_SUITE_P(Rpm, PrerequisitesOf,
         Situation{"display_missing", &rpm, rpm.base + rpm.glu, "", false},
         Situation{"glu_missing", &rpm, rpm.base + rpm.display, "mesa-libGLU", true},
         Situation{"one_of_each_list_missing", &rpm,
-            words("libxcb libX11-xcb xcb-util xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-keysyms"),
+            {"libxcb", "libX11-xcb", "xcb-util", "xcb-util-image", "xcb-util-renderutil", "xcb-util-cursor",
+                "xcb-util-keysyms"},
             "binutils xcb-util-wm mesa-libGLU", true},
         Situation{"first_display_package_alone", &rpm, {"libxcb"},
             "binutils libX11-xcb xcb-util xcb-util-image xcb-util-renderutil xcb-util-cursor xcb-util-wm "
@@ -355,8 +349,8 @@ INSTANTIATE_TEST_SUITE_P(Debian, PrerequisitesOf,
             "libxcb-xinerama0 libxcb-xkb1 libxkbcommon-x11-0 libglu1-mesa",
             true},
         Situation{"display_and_glu_but_one", &debian,
-            words("binutils libxcb1 libx11-xcb1 libxcb-util1 libxcb-cursor0 libxcb-icccm4 libxcb-image0 "
-                  "libxcb-keysyms1 libxcb-xinerama0 libxcb-xkb1 libxkbcommon-x11-0 libglu1-mesa"),
+            {"binutils", "libxcb1", "libx11-xcb1", "libxcb-util1", "libxcb-cursor0", "libxcb-icccm4", "libxcb-image0",
+                "libxcb-keysyms1", "libxcb-xinerama0", "libxcb-xkb1", "libxkbcommon-x11-0", "libglu1-mesa"},
             "libxcb-render-util0", true},
         Situation{"rpm_spelling_does_not_count", &debian, {"libX11-xcb1"}, "binutils", false}),
     rowName);

@@ -1,13 +1,10 @@
 #ifndef KQSUPPORT_TESTS_MOUNTS_H
 #define KQSUPPORT_TESTS_MOUNTS_H
 
-#include <string>
+#include <functional>
 
-/// Gives this process a private mount namespace. Returns an empty text, or the reason why that is not possible.
-std::string makeMountsPrivate();
-
-/// Mounts `source` over `target` (both files or both directories) for this process and its children. Call
-/// `makeMountsPrivate` first. Throws std::runtime_error when it fails.
-void mountOver(const std::string& target, const std::string& source);
+/// Runs `action` in a child process with a private mount namespace, where it may mount what it needs: as root, or as
+/// root of a user namespace. What fails there fails the running test. Skips the test if that is not possible here.
+void withPrivateMounts(const std::function<void()>& action);
 
 #endif

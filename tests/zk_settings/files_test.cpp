@@ -252,14 +252,13 @@ TEST_F(Files, keep_their_access_control_list)
 
 TEST_F(Files, on_which_another_file_system_is_mounted_are_written_in_place)
 {
-    if (const std::string reason = makeMountsPrivate(); !reason.empty())
-        SKIP_OR_FAIL(reason);
-    writeFile(dir / "g", "k=0\n");
-    mountOver(dir / "g", f);
-    EXPECT_EQ(settings(dir.path(), {"set", "g", "", "k", "2"}).err, "");
-    EXPECT_EQ(readFile(f), "k=2\n");
-    EXPECT_EQ(namesIn(dir.path()), (Names{"f", "g"}));
-    EXPECT_EQ(umount((dir / "g").c_str()), 0);
+    withPrivateMounts([this] {
+        writeFile(dir / "g", "k=0\n");
+        ASSERT_EQ(mount(f.c_str(), (dir / "g").c_str(), "none", MS_BIND, nullptr), 0);
+        EXPECT_EQ(settings(dir.path(), {"set", "g", "", "k", "2"}).err, "");
+        EXPECT_EQ(readFile(f), "k=2\n");
+        EXPECT_EQ(namesIn(dir.path()), (Names{"f", "g"}));
+    });
 }
 
 TEST_F(Files, lose_the_temporary_file_of_a_killed_edit)
@@ -293,39 +292,45 @@ TEST_F(Files, that_another_program_changes_are_kept)
 class FullDisk : public Files
 {
 protected:
-    void SetUp() override
+    void onIt(const std::function<void()>& action) const
     {
-        if (const std::string reason = makeMountsPrivate(); !reason.empty())
-            SKIP_OR_FAIL(reason);
-        ASSERT_EQ(mount("tmpfs", dir.path().c_str(), "tmpfs", 0, "size=64k"), 0);
-        writeFile(f, before);
+        withPrivateMounts([&] {
+            ASSERT_EQ(mount("tmpfs", dir.path().c_str(), "tmpfs", 0, "size=64k"), 0);
+            writeFile(f, before);
+            action();
+        });
     }
-    void TearDown() override { umount(dir.path().c_str()); }
 
     const std::string before = "k=1\n" + std::string(40000, 'x') + '\n';
 };
 
 TEST_F(FullDisk, keeps_the_file)
 {
-    expectRefusal(set(), "f: cannot write: No space left on device");
-    EXPECT_EQ(readFile(f), before);
-    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+    onIt([this] {
+        expectRefusal(set(), "f: cannot write: No space left on device");
+        EXPECT_EQ(readFile(f), before);
+        EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+    });
 }
 
 TEST_F(FullDisk, keeps_the_file_that_would_grow_in_place)
 {
-    fs::create_hard_link(f, dir / "g");
-    expectRefusal(settings(dir.path(), {"set", "f", "", "k", std::string(50000, 'v')}),
-        "f: cannot write: No space left on device");
-    EXPECT_EQ(readFile(f), before);
-    EXPECT_EQ(set().status, 0) << "an edit that needs no space";
+    onIt([this] {
+        fs::create_hard_link(f, dir / "g");
+        expectRefusal(settings(dir.path(), {"set", "f", "", "k", std::string(50000, 'v')}),
+            "f: cannot write: No space left on device");
+        EXPECT_EQ(readFile(f), before);
+        EXPECT_EQ(set().status, 0) << "an edit that needs no space";
+    });
 }
 
 TEST_F(FullDisk, creates_no_file)
 {
-    expectRefusal(settings(dir.path(), {"set", "--create", "g", "", "k", std::string(50000, 'v')}),
-        "g: cannot write: No space left on device");
-    EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+    onIt([this] {
+        expectRefusal(settings(dir.path(), {"set", "--create", "g", "", "k", std::string(50000, 'v')}),
+            "g: cannot write: No space left on device");
+        EXPECT_EQ(namesIn(dir.path()), Names{"f"});
+    });
 }
 
 TEST_F(Files, stay_below_the_size_limit)

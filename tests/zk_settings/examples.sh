@@ -8,11 +8,11 @@ cd "$scratch"
 PATH=$(dirname "$program"):$PATH HOME=$PWD/new
 
 printf '[Journal]\n#Storage=auto\nSystemMaxUse=\n' >old/etc/systemd/journald.conf
-printf '[old]\nx = 1\n\n[net]\nhost = localhost\nport = 80\nproxy = p\n' >old/app.ini
+printf '[old]\nx = 1\n\n[net]\nhost = localhost\nport = 80\n' >old/app.ini
 gzip -c old/app.ini >old/app.ini.gz
 printf '[Desktop Entry]\nKeywords=mail;\n' >old/app.desktop
 printf '[Service]\nEnvironment=A=1\nExecStart=/bin/true\n' >old/app.service
-printf '[user]\n\tname = Me # and you\n\temail = me\n' >old/work.inc
+printf '[user]\n\temail = me # at home\n' >old/work.inc
 printf '[options]\ninstall_requires =\n    mail\npackages = app\n' >old/setup.cfg
 
 # One script for each example. The page must show it as it is here, so it has no escapes.
@@ -47,7 +47,8 @@ diff -rN old/.my.cnf new/.my.cnf
 ---
 > port = 8080
 == 04
-80
+zk_settings: app.ini: [net] has no key timeout
+30
 == 05
 diff -rN old/app.ini new/app.ini
 5c5
@@ -55,13 +56,12 @@ diff -rN old/app.ini new/app.ini
 ---
 > host = ::1
 == 06
+zk_settings: app.ini: [net] has no key proxy
 diff -rN old/app.ini new/app.ini
 1,3d0
 < [old]
 < x = 1
 < 
-7d3
-< proxy = p
 == 07
 diff -rN old/app.desktop new/app.desktop
 2c2
@@ -85,13 +85,12 @@ diff -rN old/app.ini new/app.ini
 == 10
 host: localhost
 port: 80
-proxy: p
 == 11
 diff -rN old/work.inc new/work.inc
-3c3
-< 	email = me
+2c2
+< 	email = me # at home
 ---
-> 	email = me@example.org
+> 	email = me@example.org # at home
 == 12
 diff -rN old/setup.cfg new/setup.cfg
 3c3,4

@@ -8,6 +8,8 @@ mkdir -p "$scratch/home"
 cd "$scratch"
 
 "$program" --help >help
+"$program" -h | diff help -
+"$program" help | diff help -
 if grep -E '.{81}' help; then exit 1; fi
 sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p' help | LC_ALL=C sort >commands
 sed -n 's/^  \(--[-a-z]*\) .*/\1/p' help | LC_ALL=C sort >options
@@ -36,6 +38,7 @@ expect "$all" "$(names commands) "
 expect "se$tab" 'set '
 expect "--v$tab" '--version '
 expect "get --$all" "get $(names options) "
+expect "set -$tab" 'set --'
 expect "set --no$tab" 'set --no-lock '
 expect "get --dialect $all" "get --dialect $(names dialects) "
 expect "get --dialect=py$tab" 'get --dialect=python '
@@ -51,6 +54,7 @@ expect "get a.ini a\\ $tab" 'get a.ini a\ b '
 expect "get a.ini a\\ b k$tab" 'get a.ini a\ b kind '
 expect "get a.ini \"a$tab" 'get a.ini "a b" '
 expect "get a.ini \"a b\" k$tab" 'get a.ini "a b" kind '
+expect "get a.ini a\" $tab" 'get a.ini a" '
 expect "get a.ini 'a$tab" "get a.ini 'a b' "
 expect "get a.ini 'a b' k$tab" "get a.ini 'a b' kind "
 expect "list a.ini '' $tab" "list a.ini '' "
@@ -68,7 +72,7 @@ expect "get git=1 url\\ \\\"git@h${tab}i$tab" 'get git=1 url\ \"git@host:\" inst
 expect "get git=1 u${tab}q$tab" 'get git=1 url\ \"git@host:\" quick '
 expect "get --dialect=store git=1 u${tab}q$tab" 'get --dialect=store git=1 url\ \"git@host:\" q'
 expect "get --dialect store git=1 u${tab}q$tab" 'get --dialect store git=1 url\ \"git@host:\" q'
-expect "get missing $tab" 'get missing '
+expect "get missing a.$tab" 'get missing a.'
 expect "get pipe $tab" 'get pipe '
 echo exit >>typed
 

@@ -15,7 +15,7 @@ _zk_settings()
         esac
     done
 
-    local operands=() dialect=() current # the command is the first operand
+    local operands=() dialect=() current # options come before the second operand, FILE
     for ((i = 1; i <= last; ++i)); do
         current=${words[i]-}
         case ${#operands[@]}$current in

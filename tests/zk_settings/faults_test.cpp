@@ -649,6 +649,91 @@ TEST_F(Chosen, version_of_another_program_stays_if_it_cannot_be_put_back)
     EXPECT_EQ(folder.names(), left) << "the next edit leaves it";
 }
 
+TEST_F(Chosen, contents_that_cannot_be_read_after_a_failed_rename_are_not_whole)
+{
+    bool hasFailed = false;
+    const std::string message = folder
+                                    .edit([&](const SystemCall& call) {
+                                        const bool isRename =
+                                            call.name == "renameat2" && call.flags != RENAME_NOREPLACE && fs::exists(f);
+                                        hasFailed = hasFailed || isRename;
+                                        return isRename || (hasFailed && call.name == "read") ? EIO : 0;
+                                    })
+                                    .value_or("done");
+    const Names left = folder.names();
+    ASSERT_EQ(left.size(), 2u);
+    EXPECT_EQ(message, "cannot replace: Input/output error; its new contents are in " + (folder.dir / left[0]));
+    EXPECT_EQ(readFile(folder.dir / left[0]), "k=2\n");
+    EXPECT_EQ(readFile(f), "k=1\n");
+}
+
+TEST_F(Chosen, short_writes_are_continued)
+{
+    int writes = 0;
+    EXPECT_EQ(folder.edit("k=abcdefgh\n",
+                  [&](SystemCall& call) {
+                      writes += call.name == "write";
+                      call.size = std::min<std::size_t>(call.size, 3);
+                      return 0;
+                  }),
+        std::nullopt);
+    EXPECT_EQ(writes, 4);
+    EXPECT_EQ(readFile(f), "k=abcdefgh\n");
+}
+
+// The file may be secret, and the new one gets its owner and mode before its contents.
+TEST_F(Chosen, temporary_files_are_private)
+{
+    for (const bool isLinked : {false, true}) {
+        if (isLinked)
+            fs::create_hard_link(f, folder.dir / "g");
+        std::vector<unsigned> modes;
+        EXPECT_EQ(folder.edit(isLinked ? "k=3\n" : "k=2\n",
+                      [&](const SystemCall& call) {
+                          struct stat status = {};
+                          if (call.name == (isLinked ? "fsync" : "fchmod") && fstat(call.descriptor, &status) == 0)
+                              modes.push_back(status.st_mode & 07777);
+                          return 0;
+                      }),
+            std::nullopt);
+        ASSERT_FALSE(modes.empty());
+        EXPECT_EQ(modes[0], 0600u);
+    }
+}
+
+TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
+{
+    fs::create_hard_link(f, folder.dir / "g");
+    const std::string before = fs::temp_directory_path();
+    setenv("TMPDIR", "/dev", 1);
+    const auto message = folder.edit(fail("renameat2", ENOSPC));
+    setenv("TMPDIR", before.c_str(), 1);
+    EXPECT_EQ(message, "cannot save a copy in /dev: No space left on device");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    EXPECT_EQ(folder.names(), (Names{"f", "g"}));
+}
+
+TEST(Creation, does_not_replace_a_file_of_another_program)
+{
+    const Folder folder(situations[4]);
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        if (call.name == "renameat2")
+            writeFile(folder.f, "other\n");
+        return 0;
+    }),
+        "cannot create: File exists");
+    EXPECT_EQ(readFile(folder.f), "other\n");
+    EXPECT_EQ(folder.names(), Names{"f"});
+}
+
+TEST_F(Chosen, file_that_is_open_for_writing_is_edited_without_a_lock)
+{
+    const int writer = open(f.c_str(), O_WRONLY | O_CLOEXEC);
+    LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=2\n");
+    close(writer);
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
 TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
 {
     int opened = 0;

@@ -649,6 +649,30 @@ TEST_F(Chosen, version_of_another_program_stays_if_it_cannot_be_put_back)
     EXPECT_EQ(folder.names(), left) << "the next edit leaves it";
 }
 
+// First a change of the old file is noticed, then another program replaces the new one.
+TEST_F(Chosen, replacement_while_a_change_is_noticed_stays)
+{
+    int renames = 0;
+    const std::string message = folder
+                                    .edit([&](const SystemCall& call) {
+                                        renames += call.flags == RENAME_EXCHANGE;
+                                        if (call.flags == RENAME_EXCHANGE && renames == 1)
+                                            chmod(f.c_str(), 0600);
+                                        if (call.flags == RENAME_EXCHANGE && renames == 2) {
+                                            writeFile(folder.dir / "other", "other\n");
+                                            fs::rename(folder.dir / "other", f);
+                                        }
+                                        return 0;
+                                    })
+                                    .value_or("done");
+    const Names left = folder.names();
+    ASSERT_EQ(left.size(), 2u);
+    EXPECT_EQ(
+        message, "replaced, but another program may have changed it; the file before is " + (folder.dir / left[0]));
+    EXPECT_EQ(readFile(f), "other\n");
+    EXPECT_EQ(readFile(folder.dir / left[0]), "k=1\n");
+}
+
 TEST_F(Chosen, contents_that_cannot_be_read_after_a_failed_rename_are_not_whole)
 {
     bool hasFailed = false;

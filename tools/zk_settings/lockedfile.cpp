@@ -1,6 +1,7 @@
 #include "lockedfile.h"
 
 #include "failure.h"
+#include "lease.h"
 
 #include <algorithm>
 #include <csignal>
@@ -31,34 +32,6 @@ Failure changed(const std::string& name)
 {
     return {Trouble, "cannot replace: another program has changed it", 0, name};
 }
-
-// A lease makes a program that opens the file for writing wait, and tells of it. Only root and the owner get one, and
-// only for a descriptor that cannot write.
-class Lease
-{
-public:
-    explicit Lease(int file)
-        : m_file(file)
-    {
-        std::signal(SIGIO, SIG_IGN); // the kernel's message that the lease is broken
-        if ((fcntl(file, F_GETFL) & O_ACCMODE) == O_RDONLY)
-            m_error = fcntl(file, F_SETLEASE, F_RDLCK) == 0 ? 0 : errno;
-    }
-    ~Lease()
-    {
-        if (m_error == 0)
-            fcntl(m_file, F_SETLEASE, F_UNLCK);
-    }
-    Lease(const Lease&) = delete;
-    Lease& operator=(const Lease&) = delete;
-
-    /// Whether another program has the file open for writing, or waits for that.
-    bool isBroken() const { return m_error == EAGAIN || (m_error == 0 && fcntl(m_file, F_GETLEASE) != F_RDLCK); }
-
-private:
-    int m_file;
-    int m_error = EINVAL;
-};
 
 } // namespace
 
@@ -131,13 +104,14 @@ bool LockedFile::isCurrent() const
     return !exists();
 }
 
-bool LockedFile::isLocked(const std::string& name) const
+// Ignores the time of the last change, which a rename changes.
+bool LockedFile::leadsTo(const std::string& name, int file, const struct stat& expected, bool onError) const
 {
     struct stat named = {};
-    struct stat locked = {};
-    return fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           fstat(m_file.number(), &locked) == 0 && identity(named) == identity(locked) &&
-           state(named) == state(m_status);
+    struct stat opened = {};
+    if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
+        return onError;
+    return identity(named) == identity(opened) && state(named) == state(expected);
 }
 
 bool LockedFile::isWhole() const
@@ -226,14 +200,20 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
 bool LockedFile::exchange(NewFile& fresh)
 {
     const Lease lease(m_access.lock ? m_file.number() : -1);
+    struct stat created = {};
+    if (fstat(fresh.number(), &created) != 0)
+        throw systemFailure(m_name, "replace");
     if (lease.isBroken() || !isCurrent())
         throw changed(m_name);
     if (!fresh.renameTo(m_base, RENAME_EXCHANGE))
         return renameOver(fresh);
-    if (!lease.isBroken() && isLocked(fresh.name()))
+    if (!lease.isBroken() && leadsTo(fresh.name(), m_file.number(), m_status, false))
         return true;
-    if (fresh.renameTo(m_base, RENAME_EXCHANGE))
-        throw changed(m_name);
+    if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
+        if (leadsTo(fresh.name(), fresh.number(), created, true))
+            throw changed(m_name);
+        fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has replaced or changed the new file too
+    }
     fresh.appendToName(".old"); // so that the next edit leaves it
     fresh.keep();
     throw Failure{
@@ -284,7 +264,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     if (Lease(m_access.lock ? m_file.number() : -1).isBroken() || !isCurrent())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
-    if (!file.isOpen() || !isLocked(m_base))
+    if (!file.isOpen() || !leadsTo(m_base, m_file.number(), m_status, false))
         throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
     try {
         overwrite(file.number(), bytes);

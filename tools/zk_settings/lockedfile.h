@@ -24,7 +24,7 @@ struct Access
 /// | create NEW; copy owner, attributes and mode; write; flush   | old     | NEW, maybe incomplete  |
 /// | take a lease; check that FILE has not changed               | old     | NEW                    |
 /// | exchange NEW and FILE; check what came out                  | new     | the old file, as NEW   |
-/// | if that has changed, exchange back                          | old     | NEW                    |
+/// | if that has changed, exchange back; check again             | old     | NEW                    |
 /// | remove NEW; flush the folder                                | new     |                        |
 ///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
@@ -64,8 +64,8 @@ private:
     bool takeLock();
     bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool isCurrent() const; ///< whether m_base is the locked file, and that has not changed
-    bool isLocked(const std::string& name) const; ///< the same for `name`, which may have been renamed
-    bool isWhole() const;                         ///< whether m_base has the old contents
+    bool leadsTo(const std::string& name, int file, const struct stat& expected, bool onError) const;
+    bool isWhole() const; ///< whether m_base has the old contents
     void removeCopy(const std::string& name) const;
 
     void create(const QByteArray& bytes) const;

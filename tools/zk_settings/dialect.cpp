@@ -52,7 +52,7 @@ constexpr Dialect dialects[] = {
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
             TrimsSectionEnd},
     {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"''\\\\", "${", "", wide,
-        NotesAnywhere | QuotesAnywhere | JoinsByQuote | BareKeys | LastSectionCounts | KeysAfterHeader},
+        NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader},
 };
 
 constexpr std::size_t none = std::string_view::npos;

@@ -19,7 +19,7 @@ public:
 
     void add(const Entry& entry, std::string_view bytes)
     {
-        if (!entry.hasValue())
+        if (!entry.hasValue() || entry.doubt.level == Doubt::Lines)
             return;
         const std::size_t begin = std::max(entry.lines.begin, bytes.rfind('\n', entry.name.begin) + 1);
         const std::string before(Range{entry.name.end, entry.separator}.of(bytes));

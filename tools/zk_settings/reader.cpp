@@ -156,8 +156,10 @@ void Reader::takeKey(const Line& line, Entry& entry)
     const bool isText = separator == 0 || (separator == none && !m_dialect.has(BareKeys));
     entry.kind = isText ? Entry::Text : Entry::Key;
     entry.name = content;
-    if (isText)
-        return;
+    if (isText) {
+        entry.value.push_back(content);
+        return takeContinuation(line, entry);
+    }
     if (line.indent() > m_indent)
         raise(entry, Doubt::Lines, indentDoubt);
     if (entry.doubt.level == Doubt::None)
@@ -169,6 +171,8 @@ void Reader::takeKey(const Line& line, Entry& entry)
         if (m_dialect.has(KeepsTrailingSpace))
             entry.value.back().end = end;
         takeContinuation(line, entry);
+        if (m_quote != '\0' && m_dialect.has(JoinsByQuote))
+            entry.doubt = {Doubt::Lines, openDoubt};
     }
     checkKey(entry);
 }
@@ -281,7 +285,9 @@ std::string Reader::valueOf(const Entry& entry) const
         if (i + 1 < entry.value.size())
             text += m_dialect.has(JoinsByBackslash) ? m_dialect.joint : "\n";
     }
-    if (entry.value.size() > 1) // the last line may be blank
+    if (entry.value.size() > 1) { // the first and the last line may be blank
         text.resize(text.find_last_not_of(blanks) + 1);
+        text.erase(0, text.find_first_not_of(" \t"));
+    }
     return m_dialect.decoded(text);
 }

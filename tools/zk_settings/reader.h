@@ -35,6 +35,7 @@ inline constexpr char noteDoubt[] =
     "white space and '#' or ';' may start a comment (--dialect git, mysql, php) or belong to "
     "the value (--dialect desktop, python, systemd)";
 inline constexpr char quoteDoubt[] = "an open quote may continue on the next line (--dialect php) or not (any other)";
+inline constexpr char openDoubt[] = "an open quote hides the rest of the file, but not in PHP's raw mode";
 inline constexpr char backslashDoubt[] =
     "a backslash may join the next line (--dialect git, systemd) or not (--dialect desktop, mysql, php, python)";
 inline constexpr char indentDoubt[] =
@@ -62,7 +63,7 @@ struct Entry
     Range lines;                  ///< with the last line ending
     Range name;                   ///< of a header or a key; the whole of a text
     std::size_t separator = none; ///< none: a key without a value
-    std::vector<Range> value;     ///< the part of each line; empty if there is no separator
+    std::vector<Range> value;     ///< the part of each line; empty for a key without a separator
     std::vector<Range> comments;  ///< lines between those of the value
     std::size_t note = none;      ///< where the comment after the value starts
     Doubt doubt;

@@ -62,12 +62,15 @@ protected:
     std::string errorAsOrdinaryUser(const std::string& line) const
     {
         const TempDir copies;
-        fs::permissions(copies.path(), fs::perms(0755));
+        fs::permissions(copies.path(), fs::perms(0777));
         fs::copy_file(ZK_SETTINGS, copies / "zk_settings");
         fs::copy_file(KQSUPPORT_LIBRARY, copies / KQSUPPORT_SONAME);
         const std::string zk =
             "zk() { LD_LIBRARY_PATH=" + copies.path() + ' ' + (copies / "zk_settings") + " \"$@\"; }\n";
-        return asOrdinaryUser([&] { return run({"sh", "-c", zk + line}, {{}, {"LC_ALL=C"}, dir.path()}).err; });
+        std::vector<std::string> environment = {"LC_ALL=C"};
+        if (geteuid() == 0) // then another user cannot write the coverage data to the build folder either
+            environment.push_back("GCOV_PREFIX=" + copies.path());
+        return asOrdinaryUser([&] { return run({"sh", "-c", zk + line}, {{}, environment, dir.path()}).err; });
     }
 
     void expectRefusal(const Finished& finished, const std::string& error)
@@ -335,12 +338,12 @@ TEST_F(FullDisk, creates_no_file)
 
 TEST_F(Files, stay_below_the_size_limit)
 {
-    const std::vector<std::string> limited = {"prlimit", "--fsize=100", ZK_SETTINGS, "set", f, "", "k"};
+    const std::vector<std::string> limited = {"prlimit", "--fsize=100000", ZK_SETTINGS, "set", f, "", "k"};
     for (const bool isLinked : {false, true}) {
         if (isLinked)
             fs::create_hard_link(f, dir / "g");
         std::vector<std::string> command = limited;
-        command.push_back(std::string(200, 'v'));
+        command.push_back(std::string(120'000, 'v'));
         expectRefusal(run(command), f + ": cannot write: File too large");
         EXPECT_EQ(readFile(f), "k=1\n");
     }

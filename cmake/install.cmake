@@ -31,6 +31,10 @@ install(FILES ${PROJECT_BINARY_DIR}/kqsupport.pc
 
 if(KQSUPPORT_BUILD_TOOLS)
   install(TARGETS zk_settings RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr") # the loader searches its library directory without a run path
+    install(CODE "file(RPATH_REMOVE FILE \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/zk_settings)"
+      COMPONENT tools)
+  endif()
   install(FILES tools/zk_settings/completion.bash RENAME zk_settings
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
   install(FILES ${PROJECT_BINARY_DIR}/tools/zk_settings.1.gz OPTIONAL # not built without scdoc

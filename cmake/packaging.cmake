@@ -35,7 +35,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqsupport-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 # dpkg-shlibdeps finds no installed package of the library.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+get_target_property(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS kqsupport LIBRARY_OUTPUT_DIRECTORY)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libkqsupport${KQSUPPORT_SOVERSION} (>= ${PROJECT_VERSION})")
 if(CPACK_GENERATOR STREQUAL "DEB")
   # Each package contains the changes of this version in Debian's format.

@@ -25,7 +25,8 @@ subdirectory)
     # A client may join sources (CMAKE_UNITY_BUILD), and that takes a third of the time.
     library=$scratch/build/kqsupport
     cmake -S "$source/tests/package/subdirectory" -B "$scratch/build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_SKIP_RPATH=ON \
-        -DCMAKE_UNITY_BUILD=ON -DSOURCES="$scratch/sources" -DKQSUPPORT="$source"
+        -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 \
+        -DSOURCES="$scratch/sources" -DKQSUPPORT="$source"
     cmake --build "$scratch/build"
     ;;
 pkg_config)

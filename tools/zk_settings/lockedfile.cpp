@@ -105,13 +105,13 @@ bool LockedFile::isCurrent() const
 }
 
 // Ignores the time of the last change, which a rename changes.
-bool LockedFile::leadsTo(const std::string& name, int file, const struct stat& expected, bool onError) const
+bool LockedFile::leadsTo(const std::string& name, int file, const struct stat* expected, bool onError) const
 {
     struct stat named = {};
     struct stat opened = {};
     if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
         return onError;
-    return identity(named) == identity(opened) && state(named) == state(expected);
+    return identity(named) == identity(opened) && (!expected || state(named) == state(*expected));
 }
 
 bool LockedFile::isWhole() const
@@ -200,19 +200,16 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
 bool LockedFile::exchange(NewFile& fresh)
 {
     const Lease lease(m_access.lock ? m_file.number() : -1);
-    struct stat created = {};
-    if (fstat(fresh.number(), &created) != 0)
-        throw systemFailure(m_name, "replace");
     if (lease.isBroken() || !isCurrent())
         throw changed(m_name);
     if (!fresh.renameTo(m_base, RENAME_EXCHANGE))
         return renameOver(fresh);
-    if (!lease.isBroken() && leadsTo(fresh.name(), m_file.number(), m_status, false))
+    if (!lease.isBroken() && leadsTo(fresh.name(), m_file.number(), &m_status, false))
         return true;
     if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
-        if (leadsTo(fresh.name(), fresh.number(), created, true))
+        if (leadsTo(fresh.name(), fresh.number(), nullptr, true))
             throw changed(m_name);
-        fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has replaced or changed the new file too
+        fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has replaced the new file
     }
     fresh.appendToName(".old"); // so that the next edit leaves it
     fresh.keep();
@@ -264,7 +261,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     if (Lease(m_access.lock ? m_file.number() : -1).isBroken() || !isCurrent())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
-    if (!file.isOpen() || !leadsTo(m_base, m_file.number(), m_status, false))
+    if (!file.isOpen() || !leadsTo(m_base, m_file.number(), &m_status, false))
         throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
     try {
         overwrite(file.number(), bytes);

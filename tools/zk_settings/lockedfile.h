@@ -64,7 +64,7 @@ private:
     bool takeLock();
     bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool isCurrent() const; ///< whether m_base is the locked file, and that has not changed
-    bool leadsTo(const std::string& name, int file, const struct stat& expected, bool onError) const;
+    bool leadsTo(const std::string& name, int file, const struct stat* expected, bool onError) const;
     bool isWhole() const; ///< whether m_base has the old contents
     void removeCopy(const std::string& name) const;
 

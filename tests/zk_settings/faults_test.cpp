@@ -503,13 +503,13 @@ Names order(const Folder& folder)
 TEST(Order, of_a_replacement)
 {
     EXPECT_EQ(
-        order(Folder(situations[0])), (Names{"fchmod", "write", "fsync", "renameat2", "unlinkat", "fsync folder"}));
+        order(Folder(situations[0])), (Names{"fchmod", "write", "fsync", "renameat2", "fsync folder", "unlinkat"}));
 }
 
 TEST(Order, of_a_replacement_with_owner_and_attributes)
 {
     EXPECT_EQ(order(Folder(situations[1])), (Names{"fchown", "fsetxattr", "fsetxattr", "fchmod", "write", "fsync",
-                                                "renameat2", "unlinkat", "fsync folder"}));
+                                                "renameat2", "fsync folder", "unlinkat"}));
 }
 
 TEST(Order, of_a_write_in_place)
@@ -760,18 +760,53 @@ TEST_F(Chosen, file_that_is_open_for_writing_is_edited_without_a_lock)
 
 TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
 {
-    int opened = 0;
+    const std::string temporary = folder.dir / ".f.zk_settings-0123456789abcdef";
+    int locks = 0;
     const SystemCalls calls([&](const SystemCall& call) {
-        if (call.name == "flock" && opened++ == 0) {
+        locks += call.name == "flock";
+        if (call.name == "flock" && locks == 1) {
             writeFile(folder.dir / "other", "other\n");
             fs::rename(folder.dir / "other", f);
+            writeFile(temporary, "of the edit that has the lock");
         }
+        EXPECT_TRUE(call.name != "flock" || locks > 2 || fs::exists(temporary));
         return 0;
     });
     LockedFile file(f, {std::chrono::seconds(1)});
+    EXPECT_EQ(locks, 2);
     EXPECT_EQ(file.bytes(), "other\n");
     file.replace("new\n");
     EXPECT_EQ(readFile(f), "new\n");
+}
+
+// They found the file just before it was replaced.
+TEST_F(Chosen, late_change_of_the_old_mode_is_carried_over)
+{
+    const int old = open(f.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(folder.edit("k=2\n",
+                  [&](const SystemCall& call) {
+                      return call.name == "fsync" && readFile(f) == "k=2\n" ? fchmod(old, 0600) : 0;
+                  }),
+        std::nullopt);
+    close(old);
+    EXPECT_EQ(stateOf(f).mode & 07777, 0600u);
+}
+
+TEST_F(Chosen, late_writes_to_the_old_file_are_reported)
+{
+    const std::string message = folder
+                                    .edit([&](const SystemCall& call) {
+                                        if (call.name == "fsync" && readFile(f) == "k=2\n")
+                                            writeFile(folder.dir / folder.names()[0], "k=1\nlate\n");
+                                        return 0;
+                                    })
+                                    .value_or("done");
+    const Names left = folder.names();
+    ASSERT_EQ(left.size(), 2u);
+    EXPECT_EQ(
+        message, "replaced, but another program may have changed it; the file before is " + (folder.dir / left[0]));
+    EXPECT_EQ(readFile(folder.dir / left[0]), "k=1\nlate\n");
+    EXPECT_EQ(readFile(f), "k=2\n");
 }
 
 TEST_F(Chosen, file_that_is_open_for_writing_is_waited_for)

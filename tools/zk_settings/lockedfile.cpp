@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "lease.h"
+#include "status.h"
 
 #include <algorithm>
 #include <csignal>
@@ -9,7 +10,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
-#include <tuple>
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
@@ -17,16 +17,6 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr int existing = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC; // does not wait if it is a pipe
-
-auto identity(const struct stat& s)
-{
-    return std::make_tuple(s.st_dev, s.st_ino);
-}
-
-auto state(const struct stat& s)
-{
-    return std::make_tuple(s.st_mode, s.st_nlink, s.st_uid, s.st_gid, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec);
-}
 
 Failure changed(const std::string& name)
 {
@@ -70,13 +60,21 @@ bool LockedFile::isReady()
 {
     if (m_access.lock && !takeLock())
         return false;
-    for (const std::string& name : NewFile::leftovers(m_folder, m_base, "")) // of killed edits, as we have the lock
+    takeStatus();
+    if (!isCurrent()) // otherwise what is left may be of the edit that replaces it
+        return false;
+    for (const std::string& name : NewFile::leftovers(m_folder, m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
+    takeStatus(); // one may have been a second name
+    return isCurrent() && !Lease(exists() && m_access.lock ? m_file.number() : -1).isBroken();
+}
+
+void LockedFile::takeStatus()
+{
     if (exists() && fstat(m_file.number(), &m_status) != 0)
         throw systemFailure(m_name, "open");
     if (exists() && !S_ISREG(m_status.st_mode))
         throw Failure{Trouble, "cannot edit: not a regular file", 0, m_name};
-    return isCurrent() && !Lease(exists() && m_access.lock ? m_file.number() : -1).isBroken();
 }
 
 // On NFS only a file that is open for writing can be locked.
@@ -97,7 +95,7 @@ bool LockedFile::isCurrent() const
 {
     struct stat named = {};
     if (fstatat(m_folder.number(), m_base.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0)
-        return exists() && identity(named) == identity(m_status) && state(named) == state(m_status) &&
+        return exists() && identity(named) == identity(m_status) && isSameState(named, m_status) &&
                named.st_ctim.tv_sec == m_status.st_ctim.tv_sec && named.st_ctim.tv_nsec == m_status.st_ctim.tv_nsec;
     if (errno != ENOENT)
         throw systemFailure(m_name, "open");
@@ -111,7 +109,7 @@ bool LockedFile::leadsTo(const std::string& name, int file, const struct stat* e
     struct stat opened = {};
     if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
         return onError;
-    return identity(named) == identity(opened) && (!expected || state(named) == state(*expected));
+    return identity(named) == identity(opened) && (!expected || isSameState(named, *expected));
 }
 
 bool LockedFile::isWhole() const
@@ -162,10 +160,8 @@ bool LockedFile::refused(const char* action) const
     return false;
 }
 
-// Removes the temporary name, which may lead to the old file, and makes the new name durable.
-void LockedFile::finish(NewFile& fresh) const
+void LockedFile::flushFolder(const NewFile& fresh) const
 {
-    fresh.remove();
     if (!m_folder.flush(fresh.number()))
         throw systemFailure(m_name, "flush its folder", "; the edit is done, but may not survive a power failure");
 }
@@ -179,7 +175,8 @@ void LockedFile::create(const QByteArray& bytes) const
     // A file that another program has created meanwhile stays.
     if (!fresh.renameTo(m_base, RENAME_NOREPLACE) && (errno == EEXIST || !fresh.linkTo(m_base)))
         throw systemFailure(m_name, "create");
-    finish(fresh);
+    fresh.remove(); // the name that was linked
+    flushFolder(fresh);
 }
 
 bool LockedFile::replaceByRename(const QByteArray& bytes)
@@ -193,8 +190,21 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     flock(fresh.number(), LOCK_EX | LOCK_NB); // the next edit waits until this one is flushed
     if (!exchange(fresh))
         return false;
-    finish(fresh);
+    flushFolder(fresh);
+    carryOver(fresh);
     return true;
+}
+
+// Another program may have found the old file just before the exchange, and changed it since.
+void LockedFile::carryOver(NewFile& fresh) const
+{
+    struct stat late = {};
+    if (!m_file.isOpen() || fstat(m_file.number(), &late) != 0)
+        return;
+    if (contents(late) != contents(m_status))
+        keepOld(fresh);
+    if (access(late) != access(m_status))
+        fresh.copyStatus(m_file.number(), late);
 }
 
 bool LockedFile::exchange(NewFile& fresh)
@@ -211,6 +221,11 @@ bool LockedFile::exchange(NewFile& fresh)
             throw changed(m_name);
         fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has replaced the new file
     }
+    keepOld(fresh);
+}
+
+void LockedFile::keepOld(NewFile& fresh) const
+{
     fresh.appendToName(".old"); // so that the next edit leaves it
     fresh.keep();
     throw Failure{

@@ -25,7 +25,7 @@ struct Access
 /// | take a lease; check that FILE has not changed               | old     | NEW                    |
 /// | exchange NEW and FILE; check what came out                  | new     | the old file, as NEW   |
 /// | if that has changed, exchange back; check again             | old     | NEW                    |
-/// | remove NEW; flush the folder                                | new     |                        |
+/// | flush the folder; check NEW once more; remove it            | new     | the old file, as NEW   |
 ///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
 /// bytes have been read from FILE: an SMB server may have removed it. Otherwise NEW becomes a COPY, as below. To create
@@ -62,6 +62,7 @@ public:
 private:
     void open();
     bool takeLock();
+    void takeStatus();
     bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool isCurrent() const; ///< whether m_base is the locked file, and that has not changed
     bool leadsTo(const std::string& name, int file, const struct stat* expected, bool onError) const;
@@ -73,7 +74,9 @@ private:
     bool exchange(NewFile& fresh);
     bool renameOver(NewFile& fresh);
     bool refused(const char* action) const;
-    void finish(NewFile& fresh) const;
+    void flushFolder(const NewFile& fresh) const;
+    void carryOver(NewFile& fresh) const;
+    [[noreturn]] void keepOld(NewFile& fresh) const;
     void save(NewFile& copy, const QByteArray& bytes) const;
     void writeInPlace(const QByteArray& bytes) const;
     void overwrite(int file, const QByteArray& bytes) const;

@@ -691,6 +691,14 @@ TEST_F(Chosen, contents_that_cannot_be_read_after_a_failed_rename_are_not_whole)
     EXPECT_EQ(readFile(f), "k=1\n");
 }
 
+TEST_F(Chosen, attributes_that_cannot_be_read_are_not_dropped)
+{
+    EXPECT_EQ(folder.edit(fail("flistxattr", EIO)), "cannot copy its owner and attributes: Input/output error");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    EXPECT_EQ(folder.edit(fail("flistxattr", ENOTSUP)), std::nullopt);
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
 TEST_F(Chosen, short_writes_are_continued)
 {
     int writes = 0;
@@ -754,8 +762,13 @@ TEST_F(Chosen, file_that_is_open_for_writing_is_edited_without_a_lock)
 {
     const int writer = open(f.c_str(), O_WRONLY | O_CLOEXEC);
     LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=2\n");
-    close(writer);
     EXPECT_EQ(readFile(f), "k=2\n");
+    close(writer);
+    fs::create_hard_link(f, folder.dir / "g");
+    const int inPlace = open(f.c_str(), O_WRONLY | O_CLOEXEC);
+    LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=3\n");
+    EXPECT_EQ(readFile(folder.dir / "g"), "k=3\n");
+    close(inPlace);
 }
 
 TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)

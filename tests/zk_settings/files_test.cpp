@@ -249,8 +249,10 @@ TEST_F(Files, keep_their_access_control_list)
     EXPECT_EQ(shell(dir.path(), "setfacl -b g").status, 0);
     const std::string before = shell(dir.path(), "getfacl f g").out;
     ASSERT_NE(before.find(":rw-"), std::string::npos);
+    const ino_t inode = statusOf(dir / "g").st_ino;
     EXPECT_EQ(shell(dir.path(), "zk set f '' k 2 && zk set g '' k 2 && getfacl f g").out, before);
     EXPECT_EQ(readFile(dir / "g"), "k=2\n");
+    EXPECT_NE(statusOf(dir / "g").st_ino, inode);
 }
 
 TEST_F(Files, on_which_another_file_system_is_mounted_are_written_in_place)

@@ -128,14 +128,15 @@ INSTANTIATE_TEST_SUITE_P(Usage, Fails,
     testing::ValuesIn(Rows{
         {"nothing", "", {}, "a command is needed" COMMANDS},
         {"unknown_command", "", {"update", "f"}, "there is no command 'update'" COMMANDS},
-        {"too_few_operands", "", {"set", "f", "s", "k"}, "f: set takes FILE SECTION KEY VALUE..." SEE},
-        {"key_without_a_value", "", {"set", "f", "s", "k", "v", "l"}, "f: set takes FILE SECTION KEY VALUE..." SEE},
-        {"too_many_operands", "", {"get", "f", "s", "k", "v"}, "f: get takes FILE SECTION KEY" SEE},
-        {"option_after_the_operands", "k=1\n", {"get", "f", "", "k", "--null"}, "f: get takes FILE SECTION KEY" SEE},
+        {"too_few_operands", "", {"set", "f", "s", "k"}, "set takes FILE SECTION KEY VALUE [KEY VALUE]..." SEE},
+        {"key_without_a_value", "", {"set", "f", "s", "k", "v", "l"},
+            "set takes FILE SECTION KEY VALUE [KEY VALUE]..." SEE},
+        {"too_many_operands", "", {"get", "f", "s", "k", "v"}, "get takes FILE SECTION KEY" SEE},
+        {"option_after_the_operands", "k=1\n", {"get", "f", "", "k", "--null"}, "get takes FILE SECTION KEY" SEE},
         {"unknown_option", "", {"set", "--force", "f", "s", "k", "v"}, "unknown or incomplete option '--force'" SEE},
         {"unknown_letters", "", {"get", "-xy", "f", "s", "k"}, "unknown or incomplete option '-xy'" SEE},
         {"option_without_its_argument", "", {"list", "--wait"}, "unknown or incomplete option '--wait'" SEE},
-        {"option_of_another_command", "", {"set", "--all", "f", "s", "k", "v"}, "f: set does not take --all" SEE},
+        {"option_of_another_command", "", {"set", "--all", "f", "s", "k", "v"}, "set does not take --all" SEE},
         {"unknown_dialect", "", {"get", "--dialect", "ini", "f", "s", "k"},
             "there is no dialect 'ini'; the dialects are common, store, desktop, systemd, python, git, mysql, php" SEE},
         {"no_number", "", {"set", "--wait", "1s", "f", "s", "k", "v"},
@@ -159,7 +160,7 @@ INSTANTIATE_TEST_SUITE_P(File, Fails,
             "the value (--dialect desktop, python, systemd)"},
         {"with_a_nul", "k=1\nx=\0\n"sv, {"set", "f", "", "k", "v"}, "f:2: a NUL byte: not a settings file"},
         {"that_stays_if_one_of_several_edits_fails", "k=1\nm=1\n", {"set", "f", "", "k", "2", "m", "a\nb"},
-            "f: the value contains a line break"},
+            "f: the value would be read as 'a'"},
         {"that_stays_if_the_last_of_several_keys_is_empty", "k=1\n", {"set", "f", "", "k", "2", "", "3"},
             "f: the key is empty"},
     }),
@@ -200,11 +201,12 @@ TEST(HelpText, fits_the_terminal_and_has_a_line_for_each_command)
     std::istringstream lines(help);
     for (std::string line; std::getline(lines, line);)
         EXPECT_LE(line.size(), 80U) << line;
-    for (const char* const text : {"\n  get FILE SECTION KEY ", "\n  set FILE SECTION KEY VALUE... ",
+    for (const char* const text : {"\n  get FILE SECTION KEY ", "\n  set FILE SECTION KEY VALUE [KEY VALUE]... ",
              "\n  append FILE SECTION KEY VALUE ", "\n  prepend FILE SECTION KEY VALUE ",
              "\n  remove FILE SECTION [KEY [VALUE]] ", "\n  list FILE [SECTION] ", "\n  --all ", "\n  --create ",
-             "\n  --dialect NAME ", "\n  --null ", "\n  --wait SECONDS ", "\n  --help ", "\n  --version ",
-             "common, store, desktop, systemd, python, git, mysql, php", "0 done, 1 no such section, key or value"})
+             "\n  --dialect NAME ", "\n  --no-lock ", "\n  --null ", "\n  --wait SECONDS ", "\n  --help ",
+             "\n  --version ", "common, store, desktop, systemd, python, git, mysql, php",
+             "0 done, 1 no such section, key or value"})
         EXPECT_NE(help.find(text), std::string::npos) << text;
 }
 

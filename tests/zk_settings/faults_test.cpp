@@ -827,7 +827,7 @@ TEST_F(Chosen, file_that_is_open_for_writing_is_waited_for)
     if (geteuid() != 0)
         SKIP_OR_FAIL("only the owner and root get a lease");
     const int writer = open(f.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-    EXPECT_EQ(folder.edit("k=2\n"), "cannot lock: another process is editing it");
+    EXPECT_EQ(folder.edit("k=2\n"), "cannot lock: another process is editing it; --wait waits longer");
     std::thread other([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_EQ(write(writer, "k=other\n", 8), 8);

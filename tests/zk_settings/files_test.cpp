@@ -116,7 +116,7 @@ TEST_F(Files, are_created_on_request)
     EXPECT_EQ(readFile(dir / "g"), "[s]\nk = v\n");
     EXPECT_EQ(modeOf(dir / "g"), 0640u);
 
-    EXPECT_EQ(settings(dir.path(), {"set", "--create", "h", "s", "k", "a;b"}).status, 2);
+    EXPECT_EQ(settings(dir.path(), {"set", "--create", "h", "s", "k", "a ;b"}).status, 2);
     EXPECT_EQ(settings(dir.path(), {"remove", "--create", "h", "s", "k"}).status, 1);
     EXPECT_EQ(namesIn(dir.path()), (Names{"f", "g"}));
 }
@@ -522,7 +522,7 @@ TEST_F(Locks, are_waited_for_no_longer_than_requested)
 {
     const int file = hold();
     expectRefusal(settings(dir.path(), {"set", "--wait", "0", "f", "", "k", "2"}),
-        "f: cannot lock: another process is editing it");
+        "f: cannot lock: another process is editing it; --wait waits longer");
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(settings(dir.path(), {"set", "--wait", "1", "f", "", "k", "2"}).status, 2);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
@@ -551,7 +551,7 @@ TEST_F(Locks, end_with_their_process)
     const Finished finished =
         shell(dir.path(), "flock f sleep 0.5 & sleep 0.2; zk set --wait 0 f '' k 3; zk set f '' k 2");
     EXPECT_EQ(finished.status, 0);
-    EXPECT_EQ(finished.err, "zk_settings: f: cannot lock: another process is editing it\n");
+    EXPECT_EQ(finished.err, "zk_settings: f: cannot lock: another process is editing it; --wait waits longer\n");
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 

@@ -33,26 +33,30 @@ constexpr Spacing indented = {"\t", " ", " "};
 // Some programs turn on comments after values, which Python's parser leaves off; so its dialect has several rows. In
 // MySQL's files "!include" is no key.
 constexpr Dialect dialects[] = {
-    // name, files, comments, notes, separators, quotes, quoted, escapes, forbidden, joint, spacing, traits
+    // name, files, comments, notes, separators, quotes, quoted, escapes, forbidden, joint, spacing, traits, keys,
+    // sections
     {"common", "(?!)", "#;", "", "=:", "", "", "", "", "\n", wide,
         JoinsByBackslash | JoinsByIndentation | BareKeys | TrimsSectionStart | TrimsSectionEnd | Cautious},
     {"store", "(?!)", ";", ";", "=", "", "", "", "", "", wide,
         NotesAnywhere | NotesTakeOneMore | FirstCounts | KeysIgnoreCase | SectionsIgnoreCase},
     {"desktop", desktopFiles, "#", "", "=", "", "", "s n\nt\tr\r;;\\\\", "", "", narrow,
-        KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader},
+        KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader, R"([^[\]]+(\[[\w.@-]+\])?)",
+        R"([^[\]\x01-\x1f\x7f]*)"},
     {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", narrow,
-        JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader},
+        JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader, R"([^[].*)"},
     {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "", wide, pythonTraits},
     {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "", wide, pythonTraits},
     {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "", wide, pythonTraits},
     {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "n\nt\tb\b\"\"\\\\", "", "", indented,
         NotesAnywhere | QuotesAnywhere | EscapesAnywhere | JoinsByBackslash | BareKeys | NeedsHeader | KeysIgnoreCase |
-            SectionsIgnoreCase | Subsections | KeysAfterHeader},
+            SectionsIgnoreCase | Subsections | KeysAfterHeader,
+        "[A-Za-z][A-Za-z0-9-]*", R"re([A-Za-z0-9.-]+(\s+"([^"\\]|\\.)*")?)re"},
     {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "n\nt\tr\rb\bs \"\"''\\\\", "", "", wide,
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
             TrimsSectionEnd},
-    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"''\\\\", "${", "", wide,
-        NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader},
+    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"\\\\", "${", "", wide,
+        NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader,
+        R"((?!(?i:null|yes|no|true|false|on|off|none)$)[^[&|^$~(){}!"\t]+(\[[^["]*\])?)", R"([^"';\\$]*)"},
 };
 
 constexpr std::size_t none = std::string_view::npos;
@@ -113,6 +117,12 @@ const Dialect* Dialect::find(std::string_view name, const std::string& path)
         first = first == nullptr ? &row : first;
     }
     return first;
+}
+
+bool Dialect::accepts(const char* names, const std::string& name)
+{
+    const QString pattern = QRegularExpression::anchoredPattern(QLatin1String(names));
+    return QRegularExpression(pattern).match(QString::fromStdString(name)).hasMatch();
 }
 
 std::string dialectNames()

@@ -56,9 +56,14 @@ struct Dialect
     std::string_view joint;     ///< stands for a backslash and the line break
     Spacing spacing;            ///< of a line in a file without keys
     unsigned traits;
+    const char* keys = ".*";     ///< a regular expression: the owner refuses a file with other keys
+    const char* sections = ".*"; ///< ... and sections
 
     /// Returns the dialect of the file; with a name, the dialect of this name for the file. Null if there is none.
     static const Dialect* find(std::string_view name, const std::string& path);
+
+    /// Whether `keys` or `sections` match the whole name.
+    static bool accepts(const char* names, const std::string& name);
 
     bool has(unsigned trait) const { return (traits & trait) != 0; }
     /// Whether a backslash escapes the next character between these quotes, or outside of quotes ('\0').

@@ -338,12 +338,19 @@ std::vector<std::string> Document::values(const Request& request, bool all) cons
         return values;
     const Survey found = survey(request, all);
     if (found.matches.empty())
-        throw absent(request, found.hasSection);
+        failAbsent(request, found);
     for (auto entry = all ? found.matches.begin() : found.matches.end() - 1; entry != found.matches.end(); ++entry) {
         require(*entry, Doubt::Reading);
         values.push_back(valueOf(*entry));
     }
     return values;
+}
+
+// A header in doubt may have the key on its line.
+void Document::failAbsent(const Request& request, const Survey& found) const
+{
+    require(found.header, Doubt::Lines);
+    throw absent(request, found.hasSection);
 }
 
 std::string Document::set(const Request& request) const
@@ -420,7 +427,12 @@ std::string Document::added(const Request& request, const Survey& found, std::si
     std::vector<Splice> splices = {{{at, at}, text, Range{at, at}}};
     if (at > 0 && m_bytes[at - 1] != '\n')
         splices.insert(splices.begin(), {{at, at}, lineEnding});
-    return finished(splices, request);
+    const std::string bytes = finished(splices, request);
+    if (!found.hasSection && !Dialect::accepts(m_dialect.sections, request.section))
+        throw Failure{Trouble, "the section " + request.section + " is not valid in this kind of file"};
+    if (found.matches.empty() && !Dialect::accepts(m_dialect.keys, *request.key))
+        throw Failure{Trouble, "the key " + *request.key + " is not valid in this kind of file"};
+    return bytes;
 }
 
 // Throws if the dialect cannot hold the value.
@@ -484,7 +496,7 @@ std::string Document::remove(const Request& request) const
         splices.push_back({old, "", old});
     }
     if (splices.empty())
-        throw absent(request, found.hasSection);
+        failAbsent(request, found);
     return finished(splices, request);
 }
 

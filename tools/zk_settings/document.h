@@ -55,6 +55,7 @@ private:
     std::string valueOf(const Entry& entry) const;
     bool agreesWithStore(const Request& request) const;
     [[noreturn]] void fail(std::size_t at, const std::string& text) const;
+    [[noreturn]] void failAbsent(const Request& request, const Survey& found) const;
     void require(const Entry& entry, Doubt::Level level) const;
 
     Style styleOf(const Survey& found) const;

@@ -32,7 +32,7 @@ LockedFile::LockedFile(const std::string& name, const Access& access)
     const auto deadline = Clock::now() + access.wait;
     for (open(); !isReady(); open()) { // an edit replaces the file, so the path is opened again
         if (Clock::now() >= deadline)
-            throw Failure{Trouble, "cannot lock: another process is editing it", 0, m_name};
+            throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer", 0, m_name};
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     if (exists())

@@ -260,9 +260,8 @@ void checkOptions(const Command& command, const Call& call)
 }
 
 // `set` takes pairs after its fewest operands.
-void checkOperands(const Command& command, const Call& call)
+void checkOperands(const Command& command, std::size_t count)
 {
-    const std::size_t count = call.operands.size();
     const bool isTooMany = command.most == any ? count % 2 != 0 : count > command.most;
     if (count < command.fewest || isTooMany)
         failUsage(std::string(command.name) + " takes " + command.operands);
@@ -280,9 +279,9 @@ void run(int argc, char** argv, Call& call)
     if (printText(call))
         return;
     const std::vector<std::string> operands(argv + optind, argv + argc);
-    call.operands = operands;
-    checkOperands(command, call);
+    checkOperands(command, operands.size());
     checkOptions(command, call);
+    call.operands = operands;
     command.edit != nullptr ? edit(command, call) : print(command, call);
 }
 

@@ -22,10 +22,14 @@ QJsonArray keysOf(const std::string& path)
     INIStore store;
     store.Open(QString::fromStdString(path));
     QJsonArray keys;
+    QHash<QString, int> seen; // sections by name; a lookup reads the first one
     for (const INISection& section : std::as_const(store.m_sections)) {
+        QString name = section.m_name.toLower();
+        if (const int number = seen[name]++)
+            name += QStringLiteral("#%1").arg(number);
         for (const INILine& line : section.m_lines) {
             if (!line.m_key.isNull())
-                keys.append(QJsonArray{section.m_name, line.m_key, line.m_value});
+                keys.append(QJsonArray{name, line.m_key.toLower(), line.m_value});
         }
     }
     return keys;

@@ -27,7 +27,7 @@ __attribute__((noinline)) bool bareReader(const QByteArray& xml, QStringView tag
 }
 
 template <typename Store>
-bool work(const documents::Settings& d, const documents::Text& value)
+bool work(const documents::SettingsFile& d, const documents::DualString& value)
 {
     Store store;
     const bool isLoaded = store.Open(d.path.qt) && !store.GetValues(d.section.qt, d.key.qt).isEmpty();
@@ -41,7 +41,7 @@ int main(int argc, char** argv)
         return 2;
     const auto size = std::size_t(std::atoi(argv[1]));
     const QTemporaryDir folder;
-    const documents::Settings settings(folder.path().toStdString(), size);
+    const documents::SettingsFile settings(folder.path().toStdString(), size);
     const QByteArray xml = documents::xml(size);
     const QString tag = QStringLiteral("last");
     bool isDone = true;

@@ -4,16 +4,18 @@
 #include <QByteArray>
 #include <QString>
 
+#include <algorithm>
 #include <cstddef>
+#include <fstream>
 #include <string>
 #include <utility>
 
 namespace documents {
 
 /// A text for C++ libraries and for Qt, so that no conversion is measured.
-struct Text
+struct DualString
 {
-    Text(std::string utf8)
+    DualString(std::string utf8)
         : bytes(std::move(utf8))
         , qt(QString::fromStdString(bytes))
     {
@@ -26,24 +28,53 @@ struct Text
 
 /// A generated settings file: sections of 40 keys, with a comment above every fifth key. All names have the same
 /// length, so that every comparison of two names costs the same.
-struct Settings
+struct SettingsFile
 {
     /// Writes two files of at least `size` bytes into the folder, one with `;` comments and one with `#` comments.
-    Settings(const std::string& folder, std::size_t size);
-
-    const Text& pathFor(bool hashComments) const { return hashComments ? hashPath : path; }
+    SettingsFile(const std::string& folder, std::size_t wanted)
+        : size(wanted)
+        , path(folder + "/settings" + std::to_string(size) + ".ini")
+        , hashPath(path.bytes + ".hash")
+    {
+        const auto padded = [](int number, std::size_t digits) {
+            const std::string text = std::to_string(number);
+            return std::string(digits - std::min(digits, text.size()), '0') + text;
+        };
+        for (int i = 0; bytes.size() < size; ++i) {
+            if (i % 40 == 0) {
+                section = "section" + padded(i / 40, 4);
+                bytes += '[' + section.bytes + "]\n";
+            }
+            if (i % 5 == 0)
+                bytes += "; on the next option\n";
+            key = "option" + padded(i % 40, 2);
+            bytes += key.bytes + " = value of " + section.bytes + ' ' + key.bytes + '\n';
+        }
+        std::ofstream(path.bytes) << bytes;
+        std::string withHashes = bytes;
+        std::replace(withHashes.begin(), withHashes.end(), ';', '#');
+        std::ofstream(hashPath.bytes) << withHashes;
+    }
 
     std::size_t size;
-    Text section{""}; // the last section and key, which a scan reaches last
-    Text key{""};
-    Text values[2] = {Text("an even value"), Text("an odd value")}; // edits alternate
+    DualString section{""}; // the last section and key, which a scan reaches last
+    DualString key{""};
+    DualString values[2] = {DualString("an even value"), DualString("an odd value")}; // edits alternate
     std::string bytes;
-    Text path;
-    Text hashPath;
+    DualString path;
+    DualString hashPath;
 };
 
 /// An XML document of at least `size` bytes: records named `item`, between one element `first` and one element `last`.
-QByteArray xml(std::size_t size);
+inline QByteArray xml(std::size_t size)
+{
+    QByteArray xml = "<r><first>1</first>";
+    for (int i = 0; std::size_t(xml.size()) < size; ++i) {
+        const QByteArray number = QByteArray::number(i);
+        xml += "<item id=\"" + number + "\"><name>record " + number + "</name><value>1.5</value></item>\n";
+    }
+    return xml + "<last/></r>";
+}
 
 } // namespace documents
 

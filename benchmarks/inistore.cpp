@@ -1,63 +1,64 @@
 // Load, lookup, edit and write by file size, for the store and other libraries:
 //
 //     benchmark_inistore --benchmark_filter='^load/.*/4000$'
-#include "benchmarks/settings.h"
+#include "benchmarks/libraries.h"
 #include "osrelease/osrelease.h"
 
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 
+#include <functional>
 #include <malloc.h>
 
 bool g_kq_verbose = false;
 
 namespace {
 
-using documents::Settings;
-using documents::Text;
-using settings::Candidate;
+using documents::DualString;
+using documents::SettingsFile;
+using libraries::Library;
+using libraries::LoadedFile;
 
-constexpr std::size_t sizes[] = {4'000, 60'000, 835'000, 10'000'000};
-
-std::size_t bytesAllocated()
+double bytesAllocated()
 {
     const auto heap = mallinfo2();
-    return heap.uordblks + heap.hblkhd;
+    return double(heap.uordblks + heap.hblkhd);
 }
 
-void load(benchmark::State& state, const Candidate& c, const Settings& d)
+void load(benchmark::State& state, const Library& library, const DualString& path, std::size_t size)
 {
     for ([[maybe_unused]] auto _ : state)
-        c.load(d.pathFor(c.hashComments));
-    const std::size_t before = bytesAllocated();
-    const Candidate::Loaded loaded = c.load(d.pathFor(c.hashComments));
-    state.counters["held"] = double(bytesAllocated() - before) / double(d.bytes.size());
+        library.load(path);
+    const double before = bytesAllocated();
+    const auto loaded = library.load(path);
+    state.counters["held"] = (bytesAllocated() - before) / double(size);
 }
 
-void addCandidate(const Candidate& c, const Settings& d)
+void addLibrary(const Library& library, const SettingsFile& file)
 {
-    using Step = std::function<void(void* loaded)>;
-    const auto loaded = std::make_shared<Candidate::Loaded>(); // by the first benchmark that needs it
-    const auto nameOf = [&](const char* question) {
-        return std::string(question) + '/' + c.name + '/' + std::to_string(d.size);
+    const DualString& path = library.hashComments ? file.hashPath : file.path;
+    const auto loaded = std::make_shared<std::unique_ptr<LoadedFile>>(); // by the first benchmark that needs it
+    const auto add = [&](const char* question, const std::function<void(benchmark::State&)>& run) {
+        const std::string name = std::string(question) + '/' + library.name + '/' + std::to_string(file.size);
+        benchmark::RegisterBenchmark(name.c_str(), run);
     };
-    const auto add = [&](const char* question, const Step& step) {
-        benchmark::RegisterBenchmark(nameOf(question).c_str(), [=, &c, &d](benchmark::State& state) {
+    const auto addStep = [&](const char* question, const std::function<void(LoadedFile&)>& step) {
+        add(question, [=, &library, &path](benchmark::State& state) {
             if (!*loaded)
-                *loaded = c.load(d.pathFor(c.hashComments));
+                *loaded = library.load(path);
             for ([[maybe_unused]] auto _ : state)
-                step(loaded->get());
+                step(**loaded);
         });
     };
-    const Text written(d.path.bytes + ".written");
-    benchmark::RegisterBenchmark(nameOf("load").c_str(), [&](benchmark::State& state) { load(state, c, d); });
-    if (c.lookup)
-        add("lookup", [&](void* l) { c.lookup(l, d.section, d.key); });
-    if (c.edit)
-        add("edit", [&, odd = false](void* l) mutable { c.edit(l, d.section, d.key, d.values[odd = !odd]); });
-    if (c.write && c.name != "QSettings") // writes nothing if nothing has changed
-        add("write", [=, &c](void* l) { c.write(l, written); });
+    add("load", [&](benchmark::State& state) { load(state, library, path, file.bytes.size()); });
+    if (library.onlyReads)
+        return;
+    addStep("lookup", [&](LoadedFile& l) { l.lookup(file.section, file.key); });
+    addStep(
+        "edit", [&, odd = false](LoadedFile& l) mutable { l.edit(file.section, file.key, file.values[odd = !odd]); });
+    if (!library.writesChanges)
+        addStep("write", [written = DualString(file.path.bytes + ".written")](LoadedFile& l) { l.write(written); });
 }
 
 } // namespace
@@ -65,14 +66,11 @@ void addCandidate(const Candidate& c, const Settings& d)
 int main(int argc, char** argv)
 {
     const QTemporaryDir folder;
-    const std::vector<Candidate> candidates = settings::candidates();
-    std::vector<std::unique_ptr<Settings>> documents;
-    for (const std::size_t size : sizes) {
-        documents.push_back(std::make_unique<Settings>(folder.path().toStdString(), size));
-        for (const Candidate& candidate : candidates) {
-            if (size <= candidate.mostBytes)
-                addCandidate(candidate, *documents.back());
-        }
+    std::vector<std::unique_ptr<SettingsFile>> files;
+    for (const std::size_t size : {4'000, 60'000, 835'000, 10'000'000}) {
+        files.push_back(std::make_unique<SettingsFile>(folder.path().toStdString(), size));
+        for (const Library& library : libraries::all)
+            addLibrary(library, *files.back());
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -1,74 +1,90 @@
-// Edits files with one library:
+// Edits a file with a library, and ends with status 1 if the library refuses:
 //
-//     fidelity_edit CANDIDATE
-//
-// Each line of standard input is PATH, SECTION, KEY and VALUE, separated by tabs. The answer is a line: the nanoseconds
-// of one edit (load, change, write back), or "refused". Each edit has its own process, so a library that crashes or
-// hangs refuses only that file.
-#include "benchmarks/settings.h"
+//     benchmark_edit LIBRARY PATH SECTION KEY VALUE
+#include "benchmarks/libraries.h"
+#include "osrelease/osrelease.h"
+
+#include <boost/property_tree/ini_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+#include <iniparser/iniparser.h>
+#include <wx/fileconf.h>
+#include <wx/init.h>
+#include <wx/log.h>
+#include <wx/wfstream.h>
 
 #include <algorithm>
-#include <chrono>
-#include <exception>
-#include <iostream>
-#include <sstream>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <cstdio>
 
 bool g_kq_verbose = false;
 
 namespace {
 
-using documents::Text;
-using settings::Candidate;
+using libraries::Text;
 
-constexpr unsigned secondsAllowed = 60;
-
-std::vector<std::string> fieldsOf(const std::string& line)
+bool editWithIniparser(Text path, Text section, Text key, Text value)
 {
-    std::vector<std::string> fields;
-    std::istringstream stream(line);
-    for (std::string field; std::getline(stream, field, '\t');)
-        fields.push_back(field);
-    return fields;
+    dictionary* const loaded = iniparser_load(path.c_str());
+    if (!loaded || iniparser_set(loaded, (section.bytes + ':' + key.bytes).c_str(), value.c_str()) != 0)
+        return false;
+    std::FILE* const file = std::fopen(path.c_str(), "w");
+    iniparser_dump_ini(loaded, file);
+    return std::fclose(file) == 0;
 }
 
-// Never returns.
-void editAndExit(const Candidate& c, const std::vector<std::string>& fields)
+bool editWithBoost(Text path, Text section, Text key, Text value)
 {
-    alarm(secondsAllowed);
-    const Text path(fields[0]);
-    const Text section(fields[1]);
-    const Text key(fields[2]);
-    const Text value(fields[3]);
-    try {
-        const auto start = std::chrono::steady_clock::now();
-        Candidate::Loaded loaded = c.load(path);
-        c.edit(loaded.get(), section, key, value);
-        c.write(loaded.get(), path);
-        loaded.reset();
-        std::cout << std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count() << std::endl;
-        _exit(0);
-    } catch (const std::exception&) {
-        _exit(1);
+    boost::property_tree::ptree tree;
+    read_ini(path.bytes, tree);
+    const auto found = tree.find(section.bytes);
+    const auto line = found == tree.not_found() ? found : found->second.find(key.bytes);
+    if (found == tree.not_found() || line == found->second.not_found())
+        return false;
+    line->second.put_value(value.bytes);
+    write_ini(path.bytes, tree);
+    return true;
+}
+
+bool editWithWx(Text path, Text section, Text key, Text value)
+{
+    const wxInitializer library;
+    const wxLogNull noMessages;
+    wxFileConfig config(wxEmptyString, wxEmptyString, path.bytes, wxEmptyString, wxCONFIG_USE_LOCAL_FILE);
+    config.DisableAutoSave();
+    const wxString name = wxString::FromUTF8('/' + section.bytes + '/' + key.bytes);
+    if (config.GetNumberOfGroups() == 0 || !config.Write(name, wxString::FromUTF8(value.bytes)))
+        return false;
+    wxFileOutputStream file(path.bytes);
+    return config.Save(file);
+}
+
+const struct
+{
+    const char* name;
+    bool (*edit)(Text path, Text section, Text key, Text value);
+} others[] = {{"iniparser", editWithIniparser}, {"Boost.PropertyTree", editWithBoost}, {"wxFileConfig", editWithWx}};
+
+bool edit(Text library, Text path, Text section, Text key, Text value)
+{
+    for (const auto& other : others) {
+        if (library.bytes == other.name)
+            return other.edit(path, section, key, value);
     }
+    for (const auto& candidate : libraries::all) {
+        if (candidate.name == library.bytes) {
+            const auto loaded = candidate.load(path);
+            loaded->edit(section, key, value);
+            loaded->write(path);
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
-{
-    const auto candidates = settings::candidates();
-    const auto candidate = std::find_if(
-        candidates.begin(), candidates.end(), [&](const Candidate& c) { return argc > 1 && c.name == argv[1]; });
-    if (candidate == candidates.end())
-        return 2;
-    for (std::string line; std::getline(std::cin, line);) {
-        const pid_t child = fork();
-        if (child == 0)
-            editAndExit(*candidate, fieldsOf(line));
-        int status = 0;
-        if (waitpid(child, &status, 0) != child || status != 0)
-            std::cout << "refused" << std::endl;
-    }
+try {
+    return argc == 6 && edit({argv[1]}, {argv[2]}, {argv[3]}, {argv[4]}, {argv[5]}) ? 0 : 1;
+} catch (const std::exception&) {
+    return 1;
 }

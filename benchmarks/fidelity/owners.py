@@ -3,27 +3,15 @@
 A reader returns {(section, key): values}, with the names and values as the owner sees them, or None if the owner
 refuses the file. Of equal keys some owners see only the last: then there is one value.
 """
+import collections
 import configparser
-import ctypes
 import json
-import pathlib
 import re
 import subprocess
 
+from gi.repository import GLib
+
 ENVIRONMENT = {"PATH": "/usr/bin:/bin", "LANG": "C.UTF-8", "HOME": "/nonexistent"}
-
-
-class Server:
-    """A program that answers each line of its input with a line."""
-
-    def __init__(self, *command):
-        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        env=ENVIRONMENT)
-
-    def ask(self, *fields):
-        self.process.stdin.write("\t".join(fields).encode() + b"\n")
-        self.process.stdin.flush()
-        return self.process.stdout.readline().decode().rstrip("\n")
 
 
 def output(*command):
@@ -38,43 +26,21 @@ def grouped(triples):
     return found
 
 
-glib = ctypes.CDLL("libglib-2.0.so.0")
-for name in ("g_key_file_new", "g_key_file_get_groups", "g_key_file_get_keys", "g_key_file_get_value"):
-    getattr(glib, name).restype = ctypes.c_void_p
-
-
-def glib_strings(vector):
-    texts = ctypes.cast(vector, ctypes.POINTER(ctypes.c_char_p))
-    found = []
-    while vector and texts[len(found)] is not None:
-        found.append(texts[len(found)])
-    glib.g_strfreev(ctypes.c_void_p(vector))
-    return found
-
-
 def keyfile(path):
-    file = ctypes.c_void_p(glib.g_key_file_new())
+    file = GLib.KeyFile()
     try:
-        if not glib.g_key_file_load_from_file(file, str(path).encode(), 2, None):  # 2: with translations
-            return None
-        found = {}
-        for group in glib_strings(glib.g_key_file_get_groups(file, None)):
-            for key in glib_strings(glib.g_key_file_get_keys(file, group, None, None)):
-                value = ctypes.c_void_p(glib.g_key_file_get_value(file, group, key, None))
-                text = ctypes.cast(value, ctypes.c_char_p).value.decode("utf-8", "surrogateescape")
-                found[group.decode(), key.decode()] = [text]
-                glib.g_free(value)
-        return found
-    finally:
-        glib.g_key_file_free(file)
+        file.load_from_file(str(path), GLib.KeyFileFlags.KEEP_TRANSLATIONS)
+        return {(group, key): [file.get_value(group, key)]
+                for group in file.get_groups()[0] for key in file.get_keys(group)[0]}
+    except (GLib.Error, UnicodeError):
+        return None
 
 
 def python(path, **options):
     parser = configparser.RawConfigParser(strict=False, allow_no_value=True, default_section="\0", **options)
     try:
-        with open(path, encoding="utf-8", newline=None) as file:
-            parser.read_file(file)
-    except (configparser.Error, UnicodeError, AttributeError):  # Python 3.11 on a continued key without a value
+        parser.read(path, encoding="utf-8")
+    except (configparser.Error, UnicodeError, AttributeError):  # the last for a continued key without a value
         return None
     return {(section, key): [value] for section in parser.sections() for key, value in parser[section].items()}
 
@@ -86,25 +52,25 @@ def python_semicolon(path):
 
 def systemd(path):
     """A model of systemd.syntax(7)."""
-    triples, section, pending = [], "", ""
+    triples, section, begun = [], "", ""
     with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as file:
-        for line in file.read().split("\n"):
-            if line.lstrip()[:1] in ("#", ";") and line.strip():
-                continue
-            line = pending + line
-            if (len(line) - len(line.rstrip("\\"))) % 2:
-                pending = line[:-1] + " "
-                continue
-            pending, text = "", line.strip()
-            if text[:1] == "[":
-                if text[-1] != "]":
-                    return None
-                section = text[1:-1]
-            elif text:
-                key, equals, value = text.partition("=")
-                if not equals:
-                    return None
-                triples.append((section, key.rstrip(), value.lstrip()))
+        lines = file.read().split("\n")
+    for line in lines:
+        if line.strip()[:1] in ("#", ";") and line.strip():
+            continue
+        line = begun + line
+        is_open = re.search(r"\\*$", line)[0].count("\\") % 2
+        begun = line[:-1] + " " if is_open else ""
+        text = line.strip()
+        if is_open or not text:
+            continue
+        if text[0] == "[" and text[-1] == "]":
+            section = text[1:-1]
+        elif text[0] == "[" or "=" not in text:
+            return None
+        else:
+            key, _, value = text.partition("=")
+            triples.append((section, key.rstrip(), value.lstrip()))
     return grouped(triples)
 
 
@@ -112,19 +78,21 @@ def git(path):
     listed = output("git", "config", "--file", str(path), "--no-includes", "--list", "-z")
     if listed is None:
         return None
-    triples = []
-    for entry in listed.split("\0")[:-1]:
-        name, newline, value = entry.partition("\n")
-        section, _, key = name.rpartition(".")
-        triples.append((section, key, value if newline else None))
-    return grouped(triples)
+    entries = [entry.partition("\n") for entry in listed.split("\0")[:-1]]
+    return grouped((*name.rpartition(".")[::2], value if newline else None) for name, newline, value in entries)
+
+
+def git_name(section, key):
+    """Returns git's names: `[remote "origin"]` is the section `remote.origin`."""
+    quoted = re.fullmatch(r'([^"\s]+)\s*"(.*)"', section)
+    return f"{quoted[1].lower()}.{quoted[2]}" if quoted else section.lower(), key.lower()
 
 
 def mysql(path):
-    with open(path, "rb") as file:
-        groups = re.findall(rb"^\s*\[([^\]\n]*)\]", file.read(), re.MULTILINE)
     triples = []
-    for group in dict.fromkeys(name.decode("utf-8", "surrogateescape") for name in groups):
+    with open(path, encoding="utf-8", errors="surrogateescape") as file:
+        groups = re.findall(r"^\s*\[([^\]\n]*)\]", file.read(), re.MULTILINE)
+    for group in dict.fromkeys(groups):
         listed = output("my_print_defaults", f"--defaults-file={path}", group)
         if listed is None:
             return None
@@ -134,55 +102,50 @@ def mysql(path):
     return grouped(triples)
 
 
-READER = r"""ini_set("display_errors", "0");
-while (($path = fgets(STDIN)) !== false) {
-    [$path, $mode] = explode("\t", rtrim($path, "\n"));
-    echo json_encode(@parse_ini_file($path, true, $mode === "raw" ? INI_SCANNER_RAW : INI_SCANNER_NORMAL),
-                     JSON_INVALID_UTF8_SUBSTITUTE | JSON_UNESCAPED_UNICODE), "\n";
-}"""
-php_server = []
-
-
-def php(path, mode="normal"):
-    if not php_server:
-        php_server.append(Server("php", "-n", "-r", READER))
-    read = json.loads(php_server[0].ask(str(path), mode))
+def php(path, mode="NORMAL"):
+    read = json.loads(output("php", "-n", "-r", f"echo json_encode(@parse_ini_file($argv[1], true, INI_SCANNER_{mode}),"
+                             "JSON_INVALID_UTF8_SUBSTITUTE | JSON_UNESCAPED_UNICODE);", str(path)))
     if read is False:
         return None
-    found = {}
-    for name, value in (read.items() if read else ()):
-        is_section = isinstance(value, dict) or value == []
-        for key, text in (value or {}).items() if is_section else [(name, value)]:
-            found[name if is_section else "", key] = text if isinstance(text, list) else [text]
-    return found
+    sections = {name: value if isinstance(value, dict) else {} for name, value in read.items()
+                if isinstance(value, dict) or value == []} if read else {}
+    top = {name: value for name, value in read.items() if name not in sections} if read else {}
+    return {(section, key): value if isinstance(value, list) else [value]
+            for section, keys in {"": top, **sections}.items() for key, value in keys.items()}
 
 
 def php_raw(path):
-    return php(path, "raw")
+    return php(path, "RAW")
 
 
-def git_name(section, key):
-    """Returns git's names: `[remote "origin"]` is the section `remote.origin`."""
-    quoted = re.fullmatch(r'([^"\s]+)\s*"(.*)"', section)
-    section = f"{quoted[1].lower()}.{quoted[2]}" if quoted else section.lower()
+def same(section, key):
+    return section, key
+
+
+def lower(section, key):
     return section, key.lower()
 
 
-store_server = []
-STORE = pathlib.Path(__file__).parents[2] / "build/release/benchmarks/benchmark_fidelity_store"
+# `dialect` is its name in zk_settings. The readers have to see exactly the edit. `spelled` returns the owner's name of a
+# key. `lists` tells whether it sees all values of a repeated key.
+Owner = collections.namedtuple("Owner", "dialect readers spelled lists continued separators",
+                               defaults=(same, False, None, b"="))
+ALL = {"desktop": Owner("desktop", [keyfile]),
+       "systemd": Owner("systemd", [systemd], same, True, "backslash"),
+       "common": Owner("common", [python], lower, False, "indent", b"=:"),
+       "python": Owner("python", [python], lower, False, "indent", b"=:"),
+       "python;": Owner("python", [python_semicolon], lower, False, "indent", b"=:"),
+       "git": Owner("git", [git], git_name, True, "backslash"),
+       "mysql": Owner("mysql", [mysql], same, True),
+       "php": Owner("php", [php, php_raw])}
 
 
-def store(path):
-    """The library itself, by its records. It looks up a key in the first section of a name."""
-    if not store_server:
-        store_server.append(Server(STORE, "read"))
-    return grouped(json.loads(store_server[0].ask(str(path))))
+def views(file, path):
+    """Returns what each reader sees; an empty list if one refuses."""
+    seen = [reader(path) for reader in ALL[file.owner].readers]
+    return [] if None in seen else seen
 
 
-# By dialect: the readers, all of which have to see exactly the edit, and how the owner spells a name.
-SAME = lambda section, key: (section, key)
-LOWER = lambda section, key: (section, key.lower())
-OWNERS = {"desktop": ([keyfile], SAME), "systemd": ([systemd], SAME), "common": ([python], LOWER),
-          "python": ([python], LOWER), "python;": ([python_semicolon], LOWER), "git": ([git], git_name),
-          "mysql": ([mysql], SAME), "php": ([php, php_raw], SAME),
-          "store": ([store], lambda section, key: (section.lower(), key.lower()))}
+def with_value(view, seen, value):
+    """Returns the view in which the value of the key that counts, the last one, is another."""
+    return view | {seen: view.get(seen, [])[:-1] + [value]}

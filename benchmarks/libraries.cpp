@@ -1,0 +1,143 @@
+#include "benchmarks/libraries.h"
+
+#include "inistore/inistore.h"
+
+#include <QSettings>
+
+#include <SimpleIni.h>
+#include <glib.h>
+#include <ini.h>
+
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/stat.h>
+
+namespace libraries {
+
+namespace {
+
+void require(bool succeeded, const char* step)
+{
+    if (!succeeded)
+        throw std::runtime_error(std::string(step) + " failed");
+}
+
+struct Store : LoadedFile
+{
+    explicit Store(Text path) { require(store.Open(path.qt), "load"); }
+    void lookup(Text section, Text key) override { require(!store.GetValues(section.qt, key.qt).isEmpty(), "lookup"); }
+    void edit(Text section, Text key, Text value) override { store.UpdateKey(section.qt, key.qt, value.qt); }
+    void write(Text path) override { require(store.Write(path.qt), "write"); }
+
+    INIStore store;
+};
+
+// QSettings parses a section when it is first used, so loading uses all of them. A new time stamp keeps it from reusing
+// what it parsed before. It writes to the file that it loaded.
+struct QtSettings : LoadedFile
+{
+    explicit QtSettings(Text path)
+        : settings(newlyStamped(path).qt, QSettings::IniFormat)
+    {
+        require(!settings.allKeys().isEmpty() && settings.status() == QSettings::NoError, "load");
+    }
+    void lookup(Text section, Text key) override { require(!settings.value(name(section, key)).isNull(), "lookup"); }
+    void edit(Text section, Text key, Text value) override { settings.setValue(name(section, key), value.qt); }
+    void write(Text) override
+    {
+        settings.sync();
+        require(settings.status() == QSettings::NoError, "write");
+    }
+
+    static Text newlyStamped(Text path)
+    {
+        static timespec times[2] = {};
+        ++times[1].tv_sec;
+        utimensat(AT_FDCWD, path.c_str(), times, 0);
+        return path;
+    }
+    // In QSettings, the keys of the section General have no group.
+    static QString name(Text section, Text key)
+    {
+        return section.bytes == "General" ? key.qt : section.qt + u'/' + key.qt;
+    }
+
+    QSettings settings;
+};
+
+struct KeyFile : LoadedFile
+{
+    explicit KeyFile(Text path)
+    {
+        const auto flags = GKeyFileFlags(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+        require(g_key_file_load_from_file(file.get(), path.c_str(), flags, nullptr), "load");
+    }
+    void lookup(Text section, Text key) override
+    {
+        gchar* const value = g_key_file_get_string(file.get(), section.c_str(), key.c_str(), nullptr);
+        require(value, "lookup");
+        g_free(value);
+    }
+    void edit(Text section, Text key, Text value) override
+    {
+        g_key_file_set_string(file.get(), section.c_str(), key.c_str(), value.c_str());
+    }
+    void write(Text path) override { require(g_key_file_save_to_file(file.get(), path.c_str(), nullptr), "write"); }
+
+    std::unique_ptr<GKeyFile, void (*)(GKeyFile*)> file{g_key_file_new(), g_key_file_free};
+};
+
+// Keeps repeated keys, as the store does.
+struct Simple : LoadedFile
+{
+    explicit Simple(Text path) { require(ini.LoadFile(path.c_str()) == SI_OK, "load"); }
+    void lookup(Text section, Text key) override
+    {
+        CSimpleIniA::TNamesDepend values;
+        require(ini.GetAllValues(section.c_str(), key.c_str(), values), "lookup");
+    }
+    void edit(Text section, Text key, Text value) override
+    {
+        const bool replaces = true;
+        require(ini.SetValue(section.c_str(), key.c_str(), value.c_str(), nullptr, replaces) >= 0, "edit");
+    }
+    void write(Text path) override
+    {
+        const bool addsByteOrderMark = false;
+        require(ini.SaveFile(path.c_str(), addsByteOrderMark) == SI_OK, "write");
+    }
+
+    CSimpleIniA ini{/* UTF-8 */ true, /* repeated keys */ true};
+};
+
+// Calls a function for every key and keeps none, so it shows the least that reading a file costs.
+struct BareParser : LoadedFile
+{
+    explicit BareParser(Text path)
+    {
+        int keys = 0;
+        const auto count = [](void* user, const char*, const char*, const char*) { return ++*static_cast<int*>(user); };
+        require(ini_parse(path.c_str(), count, &keys) == 0 && keys > 0, "load");
+    }
+    void lookup(Text, Text) override { require(false, "lookup"); }
+    void edit(Text, Text, Text) override { require(false, "edit"); }
+    void write(Text) override { require(false, "write"); }
+};
+
+template <typename File>
+std::unique_ptr<LoadedFile> load(Text path)
+{
+    return std::make_unique<File>(path);
+}
+
+} // namespace
+
+const std::vector<Library> all = {
+    {"INIStore", load<Store>},
+    {"SimpleIni", load<Simple>},
+    {"GKeyFile", load<KeyFile>, false, true},
+    {"QSettings", load<QtSettings>, false, false, true},
+    {"inih", load<BareParser>, true},
+};
+
+} // namespace libraries

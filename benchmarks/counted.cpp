@@ -1,7 +1,7 @@
 // The work whose instructions scripts/counts counts, done by the library and by the reference implementation:
 //
 //     benchmark_counted SIZE TIMES
-#include "benchmarks/documents.h"
+#include "benchmarks/benchmarks.h"
 #include "inistore/inistore.h"
 #include "osrelease/osrelease.h"
 #include "reference/extraction.h"
@@ -9,22 +9,10 @@
 #include "xml/kqxml.h"
 
 #include <QTemporaryDir>
-#include <QXmlStreamReader>
 
 #include <cstdlib>
 
 bool g_kq_verbose = false;
-
-// The least that an extraction has to do: read to the end of the element.
-__attribute__((noinline)) bool bareReader(const QByteArray& xml, QStringView tag)
-{
-    QXmlStreamReader reader(xml);
-    while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::EndElement && reader.name() == tag)
-            return true;
-    }
-    return false;
-}
 
 template <typename Store>
 bool work(const documents::SettingsFile& d, const documents::DualString& value)
@@ -35,10 +23,8 @@ bool work(const documents::SettingsFile& d, const documents::DualString& value)
     return isLoaded && store.Write(d.hashPath.qt);
 }
 
-int main(int argc, char** argv)
+int main(int, char** argv)
 {
-    if (argc != 3)
-        return 2;
     const auto size = std::size_t(std::atoi(argv[1]));
     const QTemporaryDir folder;
     const documents::SettingsFile settings(folder.path().toStdString(), size);
@@ -49,7 +35,7 @@ int main(int argc, char** argv)
         isDone &= work<INIStore>(settings, settings.values[i % 2]);
         isDone &= work<reference::INIStore>(settings, settings.values[i % 2]);
         isDone &= KQXml::ExtractElement(xml, tag, false) == reference::extractElement(xml, tag, false);
-        isDone &= bareReader(xml, tag);
+        isDone &= documents::bareReader(xml, tag);
     }
     return isDone ? 0 : 1;
 }

@@ -1,7 +1,7 @@
 // Load, lookup, edit and write by file size, for the store and other libraries:
 //
 //     benchmark_inistore --benchmark_filter='^load/.*/4000$'
-#include "benchmarks/libraries.h"
+#include "benchmarks/benchmarks.h"
 #include "osrelease/osrelease.h"
 
 #include <QTemporaryDir>
@@ -9,16 +9,16 @@
 #include <benchmark/benchmark.h>
 
 #include <functional>
+#include <list>
 #include <malloc.h>
 
 bool g_kq_verbose = false;
 
 namespace {
 
-using documents::DualString;
-using documents::SettingsFile;
-using libraries::Library;
-using libraries::LoadedFile;
+using namespace documents;
+using namespace libraries;
+using Step = std::function<void(LoadedFile& loaded)>;
 
 double bytesAllocated()
 {
@@ -26,7 +26,7 @@ double bytesAllocated()
     return double(heap.uordblks + heap.hblkhd);
 }
 
-void load(benchmark::State& state, const Library& library, const DualString& path, std::size_t size)
+void load(benchmark::State& state, const Library& library, Text path, std::size_t size)
 {
     for ([[maybe_unused]] auto _ : state)
         library.load(path);
@@ -35,30 +35,25 @@ void load(benchmark::State& state, const Library& library, const DualString& pat
     state.counters["held"] = (bytesAllocated() - before) / double(size);
 }
 
-void addLibrary(const Library& library, const SettingsFile& file)
+void add(const Library& library, const SettingsFile& file)
 {
-    const DualString& path = library.hashComments ? file.hashPath : file.path;
-    const auto loaded = std::make_shared<std::unique_ptr<LoadedFile>>(); // by the first benchmark that needs it
-    const auto add = [&](const char* question, const std::function<void(benchmark::State&)>& run) {
-        const std::string name = std::string(question) + '/' + library.name + '/' + std::to_string(file.size);
-        benchmark::RegisterBenchmark(name.c_str(), run);
+    Text path = library.hashComments ? file.hashPath : file.path;
+    const std::string name = '/' + library.name + '/' + std::to_string(file.size);
+    benchmark::RegisterBenchmark(("load" + name).c_str(), load, library, path, file.bytes.size());
+    const std::pair<std::string, Step> steps[] = {
+        {"lookup", [&](LoadedFile& l) { l.lookup(file.section, file.key); }},
+        {"edit", [&, odd = false](LoadedFile& l) mutable { l.edit(file.section, file.key, file.values[odd = !odd]); }},
+        {"write", [written = DualString(file.path.bytes + ".written")](LoadedFile& l) { l.write(written); }},
     };
-    const auto addStep = [&](const char* question, const std::function<void(LoadedFile&)>& step) {
-        add(question, [=, &library, &path](benchmark::State& state) {
-            if (!*loaded)
-                *loaded = library.load(path);
+    for (const auto& [question, step] : steps) {
+        const auto run = [&library, &path, step = step](benchmark::State& state) {
+            const auto loaded = library.load(path);
             for ([[maybe_unused]] auto _ : state)
-                step(**loaded);
-        });
-    };
-    add("load", [&](benchmark::State& state) { load(state, library, path, file.bytes.size()); });
-    if (library.onlyReads)
-        return;
-    addStep("lookup", [&](LoadedFile& l) { l.lookup(file.section, file.key); });
-    addStep(
-        "edit", [&, odd = false](LoadedFile& l) mutable { l.edit(file.section, file.key, file.values[odd = !odd]); });
-    if (!library.writesChanges)
-        addStep("write", [written = DualString(file.path.bytes + ".written")](LoadedFile& l) { l.write(written); });
+                step(*loaded);
+        };
+        if (library.timed.find(question) != std::string::npos)
+            benchmark::RegisterBenchmark((question + name).c_str(), run);
+    }
 }
 
 } // namespace
@@ -66,11 +61,11 @@ void addLibrary(const Library& library, const SettingsFile& file)
 int main(int argc, char** argv)
 {
     const QTemporaryDir folder;
-    std::vector<std::unique_ptr<SettingsFile>> files;
+    std::list<SettingsFile> files;
     for (const std::size_t size : {4'000, 60'000, 835'000, 10'000'000}) {
-        files.push_back(std::make_unique<SettingsFile>(folder.path().toStdString(), size));
+        files.emplace_back(folder.path().toStdString(), size);
         for (const Library& library : libraries::all)
-            addLibrary(library, *files.back());
+            add(library, files.back());
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

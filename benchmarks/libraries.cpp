@@ -1,4 +1,4 @@
-#include "benchmarks/libraries.h"
+#include "benchmarks/benchmarks.h"
 
 #include "inistore/inistore.h"
 
@@ -37,7 +37,7 @@ struct Store : LoadedFile
 struct QtSettings : LoadedFile
 {
     explicit QtSettings(Text path)
-        : settings(newlyStamped(path).qt, QSettings::IniFormat)
+        : settings(newlyStamped(path), QSettings::IniFormat)
     {
         require(!settings.allKeys().isEmpty() && settings.status() == QSettings::NoError, "load");
     }
@@ -49,12 +49,12 @@ struct QtSettings : LoadedFile
         require(settings.status() == QSettings::NoError, "write");
     }
 
-    static Text newlyStamped(Text path)
+    static const QString& newlyStamped(Text path)
     {
         static timespec times[2] = {};
         ++times[1].tv_sec;
         utimensat(AT_FDCWD, path.c_str(), times, 0);
-        return path;
+        return path.qt;
     }
     // In QSettings, the keys of the section General have no group.
     static QString name(Text section, Text key)
@@ -69,8 +69,8 @@ struct KeyFile : LoadedFile
 {
     explicit KeyFile(Text path)
     {
-        const auto flags = GKeyFileFlags(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-        require(g_key_file_load_from_file(file.get(), path.c_str(), flags, nullptr), "load");
+        const auto keep = GKeyFileFlags(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+        require(g_key_file_load_from_file(file.get(), path.c_str(), keep, nullptr), "load");
     }
     void lookup(Text section, Text key) override
     {
@@ -78,16 +78,12 @@ struct KeyFile : LoadedFile
         require(value, "lookup");
         g_free(value);
     }
-    void edit(Text section, Text key, Text value) override
-    {
-        g_key_file_set_string(file.get(), section.c_str(), key.c_str(), value.c_str());
-    }
+    void edit(Text s, Text k, Text v) override { g_key_file_set_string(file.get(), s.c_str(), k.c_str(), v.c_str()); }
     void write(Text path) override { require(g_key_file_save_to_file(file.get(), path.c_str(), nullptr), "write"); }
 
     std::unique_ptr<GKeyFile, void (*)(GKeyFile*)> file{g_key_file_new(), g_key_file_free};
 };
 
-// Keeps repeated keys, as the store does.
 struct Simple : LoadedFile
 {
     explicit Simple(Text path) { require(ini.LoadFile(path.c_str()) == SI_OK, "load"); }
@@ -98,16 +94,11 @@ struct Simple : LoadedFile
     }
     void edit(Text section, Text key, Text value) override
     {
-        const bool replaces = true;
-        require(ini.SetValue(section.c_str(), key.c_str(), value.c_str(), nullptr, replaces) >= 0, "edit");
+        require(ini.SetValue(section.c_str(), key.c_str(), value.c_str(), nullptr, /* replace */ true) >= 0, "edit");
     }
-    void write(Text path) override
-    {
-        const bool addsByteOrderMark = false;
-        require(ini.SaveFile(path.c_str(), addsByteOrderMark) == SI_OK, "write");
-    }
+    void write(Text path) override { require(ini.SaveFile(path.c_str(), /* signature */ false) == SI_OK, "write"); }
 
-    CSimpleIniA ini{/* UTF-8 */ true, /* repeated keys */ true};
+    CSimpleIniA ini{/* UTF-8 */ true, /* repeated keys, as the store */ true};
 };
 
 // Calls a function for every key and keeps none, so it shows the least that reading a file costs.
@@ -119,9 +110,6 @@ struct BareParser : LoadedFile
         const auto count = [](void* user, const char*, const char*, const char*) { return ++*static_cast<int*>(user); };
         require(ini_parse(path.c_str(), count, &keys) == 0 && keys > 0, "load");
     }
-    void lookup(Text, Text) override { require(false, "lookup"); }
-    void edit(Text, Text, Text) override { require(false, "edit"); }
-    void write(Text) override { require(false, "write"); }
 };
 
 template <typename File>
@@ -135,9 +123,9 @@ std::unique_ptr<LoadedFile> load(Text path)
 const std::vector<Library> all = {
     {"INIStore", load<Store>},
     {"SimpleIni", load<Simple>},
-    {"GKeyFile", load<KeyFile>, false, true},
-    {"QSettings", load<QtSettings>, false, false, true},
-    {"inih", load<BareParser>, true},
+    {"GKeyFile", load<KeyFile>, "load lookup edit write", true},
+    {"QSettings", load<QtSettings>, "load lookup edit"}, // writes only after a change
+    {"inih", load<BareParser>, "load"},
 };
 
 } // namespace libraries

@@ -1,112 +1,61 @@
 // Finds the first element with a name and extracts an element, by document size, for the helpers and other libraries:
 //
 //     benchmark_xml --benchmark_filter=^extraction
-#include "benchmarks/documents.h"
+#include "benchmarks/benchmarks.h"
 #include "osrelease/osrelease.h"
 #include "xml/kqxml.h"
-
-#include <QXmlStreamReader>
 
 #include <benchmark/benchmark.h>
 #include <libxml/xmlreader.h>
 
-#include <cstring>
 #include <memory>
-#include <vector>
 
 bool g_kq_verbose = false;
 
 namespace {
 
-struct Sample
-{
-    explicit Sample(std::size_t wanted)
-        : size(wanted)
-        , bytes(documents::xml(size))
-    {
-        dom.setContent(bytes);
-    }
-
-    std::size_t size;
-    QByteArray bytes;
-    QDomDocument dom;
-};
-
-// Each returns whether it found the element.
-
-bool firstByHelpers(const Sample& s, const QString& tag)
-{
-    return !KQXml::GetChildElement(s.dom.documentElement(), tag).isNull();
-}
-
-bool firstByQt(const Sample& s, const QString& tag)
-{
-    return !s.dom.documentElement().elementsByTagName(tag).item(0).isNull();
-}
-
-bool extractByHelpers(const Sample& s, const QString& tag)
-{
-    return !KQXml::ExtractElement(s.bytes, tag, false).isEmpty();
-}
-
-// Reads up to the end of the element and cuts nothing.
-bool readByQt(const Sample& s, const QString& tag)
-{
-    QXmlStreamReader reader(s.bytes);
-    while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::EndElement && reader.name() == tag)
-            return true;
-    }
-    return false;
-}
-
-bool extractByLibxml2(const Sample& s, const QString& tag)
+xmlChar* extractByLibxml2(const QByteArray& xml, const QByteArray& tag)
 {
     const std::unique_ptr<xmlTextReader, decltype(&xmlFreeTextReader)> reader(
-        xmlReaderForMemory(s.bytes.constData(), int(s.bytes.size()), nullptr, nullptr, XML_PARSE_HUGE),
-        xmlFreeTextReader);
-    const QByteArray name = tag.toUtf8();
+        xmlReaderForMemory(xml.constData(), int(xml.size()), nullptr, nullptr, XML_PARSE_HUGE), xmlFreeTextReader);
     while (xmlTextReaderRead(reader.get()) == 1) {
-        if (xmlStrEqual(xmlTextReaderConstLocalName(reader.get()), BAD_CAST name.constData())) {
-            return std::unique_ptr<xmlChar, decltype(xmlFree)>(xmlTextReaderReadOuterXml(reader.get()), xmlFree) !=
-                   nullptr;
-        }
+        if (tag == reinterpret_cast<const char*>(xmlTextReaderConstLocalName(reader.get())))
+            return xmlTextReaderReadOuterXml(reader.get());
     }
-    return false;
+    return nullptr;
 }
 
-struct Row
+template <typename Step>
+void add(const char* question, const QString& tag, const char* who, std::size_t size, Step step)
 {
-    const char* question;
-    const char* tag;
-    std::vector<std::pair<const char*, bool (*)(const Sample& sample, const QString& tag)>> steps;
-};
-
-const Row rows[] = {
-    {"first element", "first", {{"KQXml", firstByHelpers}, {"Qt", firstByQt}}},
-    {"first element", "last", {{"KQXml", firstByHelpers}, {"Qt", firstByQt}}},
-    {"first element", "absent", {{"KQXml", firstByHelpers}, {"Qt", firstByQt}}},
-    {"extraction", "first", {{"KQXml", extractByHelpers}, {"Qt", readByQt}, {"libxml2", extractByLibxml2}}},
-    {"extraction", "last", {{"KQXml", extractByHelpers}, {"Qt", readByQt}, {"libxml2", extractByLibxml2}}},
-};
+    const std::string name = std::string(question) + ", " + tag.toStdString() + '/' + who + '/' + std::to_string(size);
+    benchmark::RegisterBenchmark(name.c_str(), [step](benchmark::State& state) {
+        for ([[maybe_unused]] auto _ : state)
+            benchmark::DoNotOptimize(step());
+    });
+}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    std::vector<std::unique_ptr<Sample>> samples;
     for (const std::size_t size : {1'000, 10'000, 100'000, 2'000'000, 10'000'000}) {
-        samples.push_back(std::make_unique<Sample>(size));
-        for (const Row& row : rows) {
-            for (const auto& [who, step] : row.steps) {
-                const std::string name =
-                    std::string(row.question) + ", " + row.tag + '/' + who + '/' + std::to_string(size);
-                benchmark::RegisterBenchmark(name.c_str(),
-                    [step = step, &s = *samples.back(), tag = QString::fromLatin1(row.tag)](benchmark::State& state) {
-                        for ([[maybe_unused]] auto _ : state)
-                            benchmark::DoNotOptimize(step(s, tag));
-                    });
-            }
+        const QByteArray xml = documents::xml(size);
+        QDomDocument document;
+        document.setContent(xml);
+        const QDomElement root = document.documentElement();
+        for (const QString& tag : {QStringLiteral("first"), QStringLiteral("last"), QStringLiteral("absent")}) {
+            add("first element", tag, "KQXml", size, [=] { return KQXml::GetChildElement(root, tag).isNull(); });
+            add("first element", tag, "Qt", size, [=] { return root.elementsByTagName(tag).item(0).isNull(); });
+        }
+        for (const QString& tag : {QStringLiteral("first"), QStringLiteral("last")}) {
+            add("extraction", tag, "KQXml", size, [=] { return KQXml::ExtractElement(xml, tag, false).size(); });
+            add("extraction", tag, "Qt", size, [=] { return documents::bareReader(xml, tag); });
+            add("extraction", tag, "libxml2", size, [=, name = tag.toUtf8()] {
+                xmlChar* const found = extractByLibxml2(xml, name);
+                xmlFree(found);
+                return found != nullptr;
+            });
         }
     }
     benchmark::Initialize(&argc, argv);

@@ -1,7 +1,7 @@
 // Edits a file with a library, and ends with status 1 if the library refuses:
 //
 //     benchmark_edit LIBRARY PATH SECTION KEY VALUE
-#include "benchmarks/libraries.h"
+#include "benchmarks/benchmarks.h"
 #include "osrelease/osrelease.h"
 
 #include <boost/property_tree/ini_parser.hpp>
@@ -12,8 +12,8 @@
 #include <wx/log.h>
 #include <wx/wfstream.h>
 
-#include <algorithm>
 #include <cstdio>
+#include <map>
 
 bool g_kq_verbose = false;
 
@@ -21,70 +21,54 @@ namespace {
 
 using libraries::Text;
 
-bool editWithIniparser(Text path, Text section, Text key, Text value)
-{
-    dictionary* const loaded = iniparser_load(path.c_str());
-    if (!loaded || iniparser_set(loaded, (section.bytes + ':' + key.bytes).c_str(), value.c_str()) != 0)
-        return false;
-    std::FILE* const file = std::fopen(path.c_str(), "w");
-    iniparser_dump_ini(loaded, file);
-    return std::fclose(file) == 0;
-}
-
-bool editWithBoost(Text path, Text section, Text key, Text value)
-{
-    boost::property_tree::ptree tree;
-    read_ini(path.bytes, tree);
-    const auto found = tree.find(section.bytes);
-    const auto line = found == tree.not_found() ? found : found->second.find(key.bytes);
-    if (found == tree.not_found() || line == found->second.not_found())
-        return false;
-    line->second.put_value(value.bytes);
-    write_ini(path.bytes, tree);
-    return true;
-}
-
-bool editWithWx(Text path, Text section, Text key, Text value)
-{
-    const wxInitializer library;
-    const wxLogNull noMessages;
-    wxFileConfig config(wxEmptyString, wxEmptyString, path.bytes, wxEmptyString, wxCONFIG_USE_LOCAL_FILE);
-    config.DisableAutoSave();
-    const wxString name = wxString::FromUTF8('/' + section.bytes + '/' + key.bytes);
-    if (config.GetNumberOfGroups() == 0 || !config.Write(name, wxString::FromUTF8(value.bytes)))
-        return false;
-    wxFileOutputStream file(path.bytes);
-    return config.Save(file);
-}
-
-const struct
-{
-    const char* name;
-    bool (*edit)(Text path, Text section, Text key, Text value);
-} others[] = {{"iniparser", editWithIniparser}, {"Boost.PropertyTree", editWithBoost}, {"wxFileConfig", editWithWx}};
-
-bool edit(Text library, Text path, Text section, Text key, Text value)
-{
-    for (const auto& other : others) {
-        if (library.bytes == other.name)
-            return other.edit(path, section, key, value);
-    }
-    for (const auto& candidate : libraries::all) {
-        if (candidate.name == library.bytes) {
-            const auto loaded = candidate.load(path);
-            loaded->edit(section, key, value);
-            loaded->write(path);
+const std::map<std::string, bool (*)(Text path, Text section, Text key, Text value)> others = {
+    {"iniparser",
+        [](Text path, Text section, Text key, Text value) {
+            dictionary* const loaded = iniparser_load(path.c_str());
+            if (!loaded || iniparser_set(loaded, (section.bytes + ':' + key.bytes).c_str(), value.c_str()) != 0)
+                return false;
+            std::FILE* const file = std::fopen(path.c_str(), "w");
+            iniparser_dump_ini(loaded, file);
+            return std::fclose(file) == 0;
+        }},
+    {"Boost.PropertyTree",
+        [](Text path, Text section, Text key, Text value) {
+            boost::property_tree::ptree tree;
+            read_ini(path.bytes, tree);
+            tree.put(boost::property_tree::path(section.bytes + '\n' + key.bytes, '\n'), value.bytes);
+            write_ini(path.bytes, tree);
             return true;
-        }
-    }
-    return false;
-}
+        }},
+    {"wxFileConfig",
+        [](Text path, Text section, Text key, Text value) {
+            const wxInitializer library;
+            const wxLogNull noMessages;
+            wxFileConfig config(wxEmptyString, wxEmptyString, path.bytes, wxEmptyString, wxCONFIG_USE_LOCAL_FILE);
+            config.DisableAutoSave();
+            const wxString name = wxString::FromUTF8('/' + section.bytes + '/' + key.bytes);
+            if (config.GetNumberOfGroups() == 0 || !config.Write(name, wxString::FromUTF8(value.bytes)))
+                return false;
+            wxFileOutputStream file(path.bytes);
+            return config.Save(file);
+        }},
+};
 
 } // namespace
 
-int main(int argc, char** argv)
+int main(int, char** argv)
 try {
-    return argc == 6 && edit({argv[1]}, {argv[2]}, {argv[3]}, {argv[4]}, {argv[5]}) ? 0 : 1;
+    const documents::DualString path(argv[2]), section(argv[3]), key(argv[4]), value(argv[5]);
+    if (const auto other = others.find(argv[1]); other != others.end())
+        return other->second(path, section, key, value) ? 0 : 1;
+    for (const libraries::Library& library : libraries::all) {
+        if (library.name == argv[1]) {
+            const auto loaded = library.load(path);
+            loaded->edit(section, key, value);
+            loaded->write(path);
+            return 0;
+        }
+    }
+    return 1;
 } catch (const std::exception&) {
     return 1;
 }

@@ -1,10 +1,11 @@
 """How the program that owns a settings file reads it.
 
-A reader returns {(section, key): values}, with the names and values as the owner sees them, or None if the owner
-refuses the file. Of equal keys some owners see only the last: then there is one value.
+A reader returns {(section, key): values} as the owner sees them, or None if the owner refuses the file. Of equal keys,
+some owners see only the last: then there is one value.
 """
 import collections
 import configparser
+import functools
 import json
 import re
 import subprocess
@@ -20,10 +21,10 @@ def output(*command):
 
 
 def grouped(triples):
-    found = {}
+    found = collections.defaultdict(list)
     for section, key, value in triples:
-        found.setdefault((section, key), []).append(value)
-    return found
+        found[section, key].append(value)
+    return dict(found)
 
 
 def keyfile(path):
@@ -45,41 +46,29 @@ def python(path, **options):
     return {(section, key): [value] for section in parser.sections() for key, value in parser[section].items()}
 
 
-def python_semicolon(path):
-    """As fail2ban, supervisor and ansible read their files."""
-    return python(path, inline_comment_prefixes=(";",))
-
-
 def systemd(path):
     """A model of systemd.syntax(7)."""
     triples, section, begun = [], "", ""
-    with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as file:
-        lines = file.read().split("\n")
-    for line in lines:
-        if line.strip()[:1] in ("#", ";") and line.strip():
+    for line in path.read_text(encoding="utf-8", errors="surrogateescape").split("\n"):
+        if line.strip().startswith(("#", ";")):
             continue
-        line = begun + line
-        is_open = re.search(r"\\*$", line)[0].count("\\") % 2
-        begun = line[:-1] + " " if is_open else ""
-        text = line.strip()
-        if is_open or not text:
-            continue
-        if text[0] == "[" and text[-1] == "]":
-            section = text[1:-1]
-        elif text[0] == "[" or "=" not in text:
+        line, begun = begun + line, ""
+        if re.search(r"\\*$", line)[0].count("\\") % 2:
+            begun = line[:-1] + " "
+        elif header := re.fullmatch(r"\s*\[(.*)\]\s*", line):
+            section = header[1]
+        elif key := re.fullmatch(r"\s*([^=\[]+?)\s*=\s*(.*?)\s*", line):
+            triples.append((section, *key.groups()))
+        elif line.strip():
             return None
-        else:
-            key, _, value = text.partition("=")
-            triples.append((section, key.rstrip(), value.lstrip()))
     return grouped(triples)
 
 
 def git(path):
     listed = output("git", "config", "--file", str(path), "--no-includes", "--list", "-z")
-    if listed is None:
-        return None
-    entries = [entry.partition("\n") for entry in listed.split("\0")[:-1]]
-    return grouped((*name.rpartition(".")[::2], value if newline else None) for name, newline, value in entries)
+    entries = [entry.partition("\n") for entry in (listed or "").split("\0")[:-1]]
+    return None if listed is None else grouped((*name.rpartition(".")[::2], value if newline else None)
+                                               for name, newline, value in entries)
 
 
 def git_name(section, key):
@@ -89,63 +78,38 @@ def git_name(section, key):
 
 
 def mysql(path):
-    triples = []
-    with open(path, encoding="utf-8", errors="surrogateescape") as file:
-        groups = re.findall(r"^\s*\[([^\]\n]*)\]", file.read(), re.MULTILINE)
-    for group in dict.fromkeys(groups):
+    triples, text = [], path.read_text(encoding="utf-8", errors="surrogateescape")
+    for group in dict.fromkeys(re.findall(r"^\s*\[([^\]\n]*)\]", text, re.MULTILINE)):
         listed = output("my_print_defaults", f"--defaults-file={path}", group)
         if listed is None:
             return None
         for option in re.split(r"\n(?=--|\Z)", listed)[:-1]:
             key, equals, value = option[2:].partition("=")
-            triples.append((group, key, value if equals else None))
+            triples.append((group, key.replace("_", "-"), value if equals else None))
     return grouped(triples)
 
 
 def php(path, mode="NORMAL"):
-    read = json.loads(output("php", "-n", "-r", f"echo json_encode(@parse_ini_file($argv[1], true, INI_SCANNER_{mode}),"
-                             "JSON_INVALID_UTF8_SUBSTITUTE | JSON_UNESCAPED_UNICODE);", str(path)))
-    if read is False:
-        return None
-    sections = {name: value if isinstance(value, dict) else {} for name, value in read.items()
-                if isinstance(value, dict) or value == []} if read else {}
-    top = {name: value for name, value in read.items() if name not in sections} if read else {}
-    return {(section, key): value if isinstance(value, list) else [value]
-            for section, keys in {"": top, **sections}.items() for key, value in keys.items()}
-
-
-def php_raw(path):
-    return php(path, "RAW")
-
-
-def same(section, key):
-    return section, key
-
-
-def lower(section, key):
-    return section, key.lower()
+    code = f"echo json_encode(@parse_ini_file($argv[1], true, INI_SCANNER_{mode}), JSON_INVALID_UTF8_SUBSTITUTE);"
+    read = json.loads(output("php", "-n", "-r", code, str(path)))
+    triples = [(name, *line) if isinstance(content, dict) else ("", name, content)
+               for name, content in dict(read or {}).items() if content != []
+               for line in (content.items() if isinstance(content, dict) else [()])]
+    return None if read is False else grouped(triples)
 
 
 # `dialect` is its name in zk_settings. The readers have to see exactly the edit. `spelled` returns the owner's name of a
-# key. `lists` tells whether it sees all values of a repeated key.
-Owner = collections.namedtuple("Owner", "dialect readers spelled lists continued separators",
-                               defaults=(same, False, None, b"="))
-ALL = {"desktop": Owner("desktop", [keyfile]),
-       "systemd": Owner("systemd", [systemd], same, True, "backslash"),
-       "common": Owner("common", [python], lower, False, "indent", b"=:"),
-       "python": Owner("python", [python], lower, False, "indent", b"=:"),
-       "python;": Owner("python", [python_semicolon], lower, False, "indent", b"=:"),
-       "git": Owner("git", [git], git_name, True, "backslash"),
-       "mysql": Owner("mysql", [mysql], same, True),
-       "php": Owner("php", [php, php_raw])}
+# key. `continued` is how a value continues.
+Owner = collections.namedtuple("Owner", "dialect readers spelled continued", defaults=(lambda *name: name, None))
+LOWER, DASHES = lambda section, key: (section, key.lower()), lambda section, key: (section, key.replace("_", "-"))
+ALL = {"desktop": Owner("desktop", [keyfile]), "systemd": Owner("systemd", [systemd], continued="backslash"),
+       "git": Owner("git", [git], git_name, "backslash"), "mysql": Owner("mysql", [mysql], DASHES),
+       "php": Owner("php", [php, functools.partial(php, mode="RAW")]),
+       "python": Owner("python", [python], LOWER, "indent"), "common": Owner("common", [python], LOWER, "indent"),
+       "python;": Owner("common", [functools.partial(python, inline_comment_prefixes=(";",))], LOWER, "indent")}
 
 
 def views(file, path):
     """Returns what each reader sees; an empty list if one refuses."""
     seen = [reader(path) for reader in ALL[file.owner].readers]
     return [] if None in seen else seen
-
-
-def with_value(view, seen, value):
-    """Returns the view in which the value of the key that counts, the last one, is another."""
-    return view | {seen: view.get(seen, [])[:-1] + [value]}

@@ -1,14 +1,13 @@
-#ifndef KQSUPPORT_BENCHMARKS_DOCUMENTS_H
-#define KQSUPPORT_BENCHMARKS_DOCUMENTS_H
+#ifndef KQSUPPORT_BENCHMARKS_BENCHMARKS_H
+#define KQSUPPORT_BENCHMARKS_BENCHMARKS_H
 
-#include <QByteArray>
-#include <QString>
+#include <QXmlStreamReader>
 
 #include <algorithm>
-#include <cstddef>
 #include <fstream>
+#include <memory>
 #include <string>
-#include <utility>
+#include <vector>
 
 namespace documents {
 
@@ -17,13 +16,12 @@ struct DualString
 {
     DualString(std::string utf8)
         : bytes(std::move(utf8))
-        , qt(QString::fromStdString(bytes))
     {
     }
     const char* c_str() const { return bytes.c_str(); }
 
     std::string bytes;
-    QString qt;
+    QString qt = QString::fromStdString(bytes);
 };
 
 /// A generated settings file: sections of 40 keys, with a comment above every fifth key. All names have the same
@@ -36,18 +34,10 @@ struct SettingsFile
         , path(folder + "/settings" + std::to_string(size) + ".ini")
         , hashPath(path.bytes + ".hash")
     {
-        const auto padded = [](int number, std::size_t digits) {
-            const std::string text = std::to_string(number);
-            return std::string(digits - std::min(digits, text.size()), '0') + text;
-        };
-        for (int i = 0; bytes.size() < size; ++i) {
-            if (i % 40 == 0) {
-                section = "section" + padded(i / 40, 4);
-                bytes += '[' + section.bytes + "]\n";
-            }
-            if (i % 5 == 0)
-                bytes += "; on the next option\n";
-            key = "option" + padded(i % 40, 2);
+        for (std::size_t i = 0; bytes.size() < size; ++i) {
+            section = "section" + std::to_string(1000 + i / 40);
+            key = "option" + std::to_string(10 + i % 40);
+            bytes += (i % 40 == 0 ? '[' + section.bytes + "]\n" : "") + (i % 5 == 0 ? "; on the next option\n" : "");
             bytes += key.bytes + " = value of " + section.bytes + ' ' + key.bytes + '\n';
         }
         std::ofstream(path.bytes) << bytes;
@@ -76,6 +66,41 @@ inline QByteArray xml(std::size_t size)
     return xml + "<last/></r>";
 }
 
+/// Reads to the end of the first element with the tag. An extraction has to do at least that.
+__attribute__((noinline)) inline bool bareReader(const QByteArray& xml, const QString& tag)
+{
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd() && (reader.readNext() != QXmlStreamReader::EndElement || reader.name() != tag)) {
+    }
+    return !reader.atEnd();
+}
+
 } // namespace documents
+
+namespace libraries {
+
+using Text = const documents::DualString&;
+
+/// A settings file that a library has loaded. A step throws std::runtime_error if the library reports a failure.
+struct LoadedFile
+{
+    virtual ~LoadedFile() = default;
+    virtual void lookup(Text, Text) {}
+    virtual void edit(Text, Text, Text) {}
+    virtual void write(Text) {}
+};
+
+struct Library
+{
+    std::string name;
+    std::unique_ptr<LoadedFile> (*load)(Text path);
+    std::string timed = "load lookup edit write";
+    bool hashComments = false; // it refuses a file with `;` comments
+};
+
+/// INIStore, then the libraries that a user would choose instead.
+extern const std::vector<Library> all;
+
+} // namespace libraries
 
 #endif

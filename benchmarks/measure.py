@@ -53,7 +53,7 @@ def own_process(program):
 
 
 def lines(size):
-    """Generates a file of about this size, as benchmarks/documents.h does."""
+    """Generates a file of about this size, as benchmarks/benchmarks.h does."""
     for i in range(size // 37):
         if i % 40 == 0:
             yield f"[section{i // 40:04}]\n"
@@ -63,11 +63,12 @@ def lines(size):
 def run(text, *command):
     """Returns the size of the file, and the seconds and the bytes of memory that a command needs to edit it."""
     # The text is not in memory at once, because the memory of this process counts as the command's.
-    with tempfile.NamedTemporaryFile("w", dir="/dev/shm") as file:
-        file.writelines(itertools.chain(text, ["[last]\nkey = old\n"]))
-        file.flush()
-        size, start = os.path.getsize(file.name), time.perf_counter()
-        process = subprocess.Popen([file.name if word == "FILE" else word for word in command])
+    with tempfile.TemporaryDirectory(dir="/dev/shm") as folder:
+        path = pathlib.Path(folder, "settings")
+        with path.open("w", encoding="utf-8") as file:
+            file.writelines(itertools.chain(text, ["[last]\nkey = old\n"]))
+        size, start = path.stat().st_size, time.perf_counter()
+        process = subprocess.Popen([path if word == "FILE" else word for word in command])
         _, status, usage = os.wait4(process.pid, 0)
         if status:
             sys.exit(f"failed: {command}")
@@ -85,10 +86,10 @@ def tools(build):
     taken = collections.defaultdict(lambda: collections.defaultdict(list))
     for size, _, name in itertools.product((4_000, 835_000), range(ROUNDS), edits):
         taken[name][size].append(run(lines(size), *edits[name])[1])
-    return ({name: {size: lower_quartile(seconds) for size, seconds in by_size.items()}
-             for name, by_size in taken.items()},
-            {name: [min(column) for column in zip(*(run(text(), *edits["zk_settings"]) for _ in range(3)))]
-             for name, text in large.items()})
+    return {"tools": {name: {size: lower_quartile(seconds) for size, seconds in by_size.items()}
+                      for name, by_size in taken.items()},
+            "large": {name: [min(column) for column in zip(*(run(text(), *edits["zk_settings"]) for _ in range(3)))]
+                      for name, text in large.items()}}
 
 
 def machine():
@@ -99,12 +100,12 @@ def machine():
 
 def main():
     build, target = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
-    settings, xml = build / "benchmarks/benchmark_inistore", build / "benchmarks/benchmark_xml"
     os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
-    rows = own_process(settings)
-    by_tool, large = tools(build)
-    figures = {"machine": machine(), "settings": times(rows), "held": {row["name"]: row["held"] for row in rows if "held" in row}, "xml": times(own_process(xml)),
-               "instructions": counts.instructions(build, 835_000), "tools": by_tool, "large": large}
+    rows = own_process(build / "benchmarks/benchmark_inistore")
+    figures = {"machine": machine(), "settings": times(rows),
+               "xml": times(own_process(build / "benchmarks/benchmark_xml")),
+               "held": {row["name"]: row["held"] for row in rows if "held" in row},
+               "instructions": counts.instructions(build, 835_000), **tools(build)}
     target.write_text(json.dumps(figures, indent=1))
 
 

@@ -59,7 +59,7 @@ def by_size(times, question, ours):
 def targets(figures):
     rows = []
 
-    def at_most(what, limit, figure, show=multiple, unit=""):
+    def at_most(what, limit, figure, show="{:.3g}".format, unit=""):
         rows.append([what, f"at most {show(limit)}{unit}", f"{show(figure)}{unit}",
                      "met" if figure <= limit else "**missed**"])
 

@@ -106,7 +106,7 @@ ALL = {"desktop": Owner("desktop", [keyfile]), "systemd": Owner("systemd", [syst
        "git": Owner("git", [git], git_name, "backslash"), "mysql": Owner("mysql", [mysql], DASHES),
        "php": Owner("php", [php, functools.partial(php, mode="RAW")]),
        "python": Owner("python", [python], LOWER, "indent"), "common": Owner("common", [python], LOWER, "indent"),
-       "python;": Owner("common", [functools.partial(python, inline_comment_prefixes=(";",))], LOWER, "indent")}
+       "python;": Owner("python", [functools.partial(python, inline_comment_prefixes=(";",))], LOWER, "indent")}
 
 
 def views(file, path):

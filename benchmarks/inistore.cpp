@@ -18,7 +18,6 @@ namespace {
 
 using namespace documents;
 using namespace libraries;
-using Step = std::function<void(LoadedFile& loaded)>;
 
 double bytesAllocated()
 {
@@ -40,7 +39,7 @@ void add(const Library& library, const SettingsFile& file)
     Text path = library.hashComments ? file.hashPath : file.path;
     const std::string name = '/' + library.name + '/' + std::to_string(file.size);
     benchmark::RegisterBenchmark(("load" + name).c_str(), load, library, path, file.bytes.size());
-    const std::pair<std::string, Step> steps[] = {
+    const std::pair<std::string, std::function<void(LoadedFile & loaded)>> steps[] = {
         {"lookup", [&](LoadedFile& l) { l.lookup(file.section, file.key); }},
         {"edit", [&, odd = false](LoadedFile& l) mutable { l.edit(file.section, file.key, file.values[odd = !odd]); }},
         {"write", [written = DualString(file.path.bytes + ".written")](LoadedFile& l) { l.write(written); }},

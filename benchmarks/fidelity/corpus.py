@@ -13,18 +13,18 @@ mariadb-common mariadb-server mariadb-test-data mercurial-common modemmanager mo
 nova-common offlineimap3 packagekit php8.2-common php8.2-fpm plasma-desktop polkitd pulseaudio python3-numpy radicale
 samba-common sddm supervisor systemd systemd-resolved tuned udisks2 unattended-upgrades upower uwsgi-core vdirsyncer
 virt-manager vlc-bin xfce4-settings""".split()
-NAME = re.compile(r"(\.(ini|conf|cnf|cfg|desktop|theme|colors|profile|service|socket|timer|target|mount|path|slice|link|"
-                  r"network|netdev|directory|rc)(-\w+|\.cli)?|/config)$")
+NAME = re.compile(r"(\.(ini|conf|cnf|cfg|desktop|theme|colors|profile|service|socket|timer|target|mount|path|slice|"
+                  r"link|network|netdev|directory|rc)(-\w+|\.cli)?|/config)$")
 # The first pattern that PACKAGE/PATH matches names the owner. All other files are read with Python's configparser.
 KINDS = [(re.compile(pattern), owner) for pattern, owner in (
     (r"\.(service|socket|timer|target|mount|path|slice|link|network|netdev)$|/systemd/.*\.conf$", "systemd"),
     (r"\.(desktop|directory|theme)$", "desktop"),
-    (r"^(bluez|colord|gdm3|lightdm|modemmanager|network-manager|packagekit|polkitd|udisks2|upower)/.*\.conf$", "desktop"),
+    (r"^(bluez|colord|gdm3|lightdm|modemmanager|network-manager|packagekit|polkitd|udisks2|upower)/.*conf", "desktop"),
     (r"/\.gitconfig$", "git"), (r"\.cnf$", "mysql"), (r"^php.*(php\.ini|\.ini$|fpm/.*\.conf$)", "php"),
     (r"^fail2ban/|^supervisor/|/ansible\.cfg$", "python;"), (r"/(setup\.cfg|tox\.ini)$", "python"), (r"", "common"))]
-CONTINUED = b'[alias]\n\tup = !git fetch && \\\n\t\tgit rebase\n[core]\n\tpager = "less; #1" ; in a window\n\tautocrlf\n'
-# A header or a line with a key, and the lines that continue its value: its indentation, the name of the section, the key,
-# the separator and the text of the value. Inside a continued value there may be comments and, if indented, empty lines.
+CONTINUED = b'[alias]\n\tup = !git fetch && \\\n\t\tgit rebase\n[core]\n\tpager = "less; #1" ; in color\n\tautocrlf\n'
+# A header, or a line with a key and the lines that continue its value: the indentation, the section, the key, the
+# separator and the text of the value. Inside a continued value there may be comments and, if indented, empty lines.
 LINE = {how: re.compile(rb"^([ \t]*)(?:\[([^\n]*)\][ \t\r]*(?:[;#].*)?$|([^\s=;#\[" + colon + rb"][^\n=" + colon +
                         rb"]*?)[ \t]*(?:([=" + colon + rb"])[ \t]*(" + value + rb")|\r?$))", re.MULTILINE)
         for how, colon, value in (

@@ -82,7 +82,7 @@ def verdict(edit, path, file, key, views):
 
 
 def of_file(job):
-    """Returns the owner, the kind of key, the candidate and the verdict of each edit, and the kinds of each key line."""
+    """Returns the owner, the kind of key, the candidate and the verdict of each edit, and the kinds of each key."""
     build, file = job
     results = []
     with tempfile.TemporaryDirectory(dir="/dev/shm") as folder:

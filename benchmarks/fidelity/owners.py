@@ -98,8 +98,8 @@ def php(path, mode="NORMAL"):
     return None if read is False else grouped(triples)
 
 
-# `dialect` is its name in zk_settings. The readers have to see exactly the edit. `spelled` returns the owner's name of a
-# key. `continued` is how a value continues.
+# `dialect` is its name in zk_settings. All readers have to see exactly the edit. `spelled` returns the owner's name of
+# a key. `continued` is how a value continues.
 Owner = collections.namedtuple("Owner", "dialect readers spelled continued", defaults=(lambda *name: name, None))
 LOWER, DASHES = lambda section, key: (section, key.lower()), lambda section, key: (section, key.replace("_", "-"))
 ALL = {"desktop": Owner("desktop", [keyfile]), "systemd": Owner("systemd", [systemd], continued="backslash"),

@@ -845,7 +845,7 @@ TEST_F(Chosen, temporary_names_cannot_be_predicted)
         inChild([&] { killed.edit([](const SystemCall& call) { return call.name == "fsync" ? raise(SIGKILL) : 0; }); });
         ASSERT_EQ(killed.names().size(), 2u);
         left.push_back(killed.names()[0]);
-        EXPECT_EQ(left[i].size(), std::string(".f.zk_settings-0123456789abcdef").size());
+        EXPECT_EQ(left.back().size(), std::string(".f.zk_settings-0123456789abcdef").size());
     }
     EXPECT_NE(left[0], left[1]);
 }

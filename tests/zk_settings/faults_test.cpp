@@ -738,11 +738,20 @@ TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
     fs::create_hard_link(f, folder.dir / "g");
     const std::string before = fs::temp_directory_path();
     setenv("TMPDIR", "/dev", 1);
-    const auto message = folder.edit(fail("renameat2", ENOSPC));
+    const auto chosen = folder.edit(fail("renameat2", ENOSPC));
+    unsetenv("TMPDIR");
+    const auto usual = folder.edit(fail("renameat2", ENOSPC));
     setenv("TMPDIR", before.c_str(), 1);
-    EXPECT_EQ(message, "cannot save a copy in /dev: No space left on device");
+    EXPECT_EQ(chosen, "cannot save a copy in /dev: No space left on device");
+    EXPECT_EQ(usual, "cannot save a copy in /var/tmp: No space left on device");
     EXPECT_EQ(readFile(f), "k=1\n");
     EXPECT_EQ(folder.names(), (Names{"f", "g"}));
+}
+
+TEST_F(Chosen, full_folder_is_no_reason_to_write_in_place)
+{
+    EXPECT_EQ(folder.edit(fail("openat", ENOSPC)), "cannot create a file in its folder: No space left on device");
+    EXPECT_EQ(readFile(f), "k=1\n");
 }
 
 TEST(Creation, does_not_replace_a_file_of_another_program)

@@ -92,7 +92,7 @@ std::vector<std::string> NewFile::leftovers(const Folder& folder, const std::str
     for (fs::directory_iterator entry(folder.path(), error), end; entry != end; entry.increment(error)) {
         const std::string name = entry->path().filename();
         const std::string random = name.substr(std::min(start.size(), name.size()), randomSize);
-        if (random.size() == randomSize && name == start + random + ending)
+        if (random.size() == randomSize && name == (start + random).append(ending))
             names.push_back(name);
     }
     return names;

@@ -66,7 +66,7 @@ bool LockedFile::isReady()
     for (const std::string& name : NewFile::leftovers(m_folder, m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
     takeStatus(); // one may have been a second name
-    return isCurrent() && !Lease(exists() && m_access.lock ? m_file.number() : -1).isBroken();
+    return !Lease(exists() && m_access.lock ? m_file.number() : -1).isBroken();
 }
 
 void LockedFile::takeStatus()

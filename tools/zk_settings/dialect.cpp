@@ -87,6 +87,17 @@ std::size_t pairWith(std::string_view escapes, char character, std::size_t side)
     return none;
 }
 
+// Returns the text up to the quote that ends it, without backslashes.
+std::string part(std::string_view text)
+{
+    std::string result;
+    for (std::size_t at = 0; at < text.size() && text[at] != '"'; ++at) {
+        at += text[at] == '\\' && at + 1 < text.size() ? 1 : 0;
+        result += text[at];
+    }
+    return result;
+}
+
 // An expression, such as E_ALL & ~E_NOTICE of PHP, loses its meaning between quotes.
 bool isExpression(std::string_view value)
 {
@@ -144,16 +155,12 @@ std::string Dialect::sectionId(std::string_view section) const
     if (has(TrimsSectionEnd))
         section = section.substr(0, section.find_last_not_of(blanks) + 1);
     const std::size_t quote = has(Subsections) ? section.find('"') : none;
-    std::string id(section.substr(0, quote));
-    if (quote != none)
-        id = id.substr(0, id.find_last_not_of(blanks) + 1) + '.';
-    if (has(SectionsIgnoreCase | Cautious))
-        id = inLowerCase(id);
-    for (std::size_t at = quote; at < section.size() && ++at < section.size() && section[at] != '"';) {
-        at += section[at] == '\\' && at + 1 < section.size() ? 1 : 0;
-        id += section[at];
-    }
-    return id;
+    const std::string_view name = section.substr(0, quote);
+    std::string id = has(SectionsIgnoreCase | Cautious) ? inLowerCase(name) : std::string(name);
+    if (quote == none)
+        return id;
+    id.resize(id.find_last_not_of(blanks) + 1);
+    return id + '.' + part(section.substr(quote + 1));
 }
 
 std::string Dialect::keyId(std::string_view key) const

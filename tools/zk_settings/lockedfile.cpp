@@ -201,7 +201,7 @@ void LockedFile::carryOver(NewFile& fresh) const
     struct stat late = {};
     if (!m_file.isOpen() || fstat(m_file.number(), &late) != 0)
         return;
-    if (contents(late) != contents(m_status))
+    if (late.st_nlink > 0 && contents(late) != contents(m_status)) // a plain rename has removed its name
         keepOld(fresh);
     if (access(late) != access(m_status))
         fresh.copyStatus(m_file.number(), late);

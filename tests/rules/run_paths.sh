@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fails if a program or library in the build folder $2, or installed from it to $3 with the CMake $1, has a run path with
-# an empty entry: the loader takes it as the current folder, where anybody may have put a library.
+# Fails if a program or library in the build directory $2, or installed from it to $3 with the CMake $1, has a run path with
+# an empty entry: the loader takes it as the current directory, where anybody may have put a library.
 set -eu
 rm -rf "$3"
 "$1" --install "$2" --prefix "$3" >/dev/null

@@ -166,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(File, Fails,
     }),
     rowName);
 
-// The folder counts too.
+// The directory counts too.
 TEST(Dialect, is_selected_by_the_name_of_the_file)
 {
     const TempDir dir;

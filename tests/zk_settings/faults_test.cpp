@@ -25,7 +25,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-// Thousands of folders are made fastest in memory, if the kernel has attributes there (6.6).
+// Thousands of directories are made fastest in memory, if the kernel has attributes there (6.6).
 [[maybe_unused]] const bool isInMemory = [] {
     const std::string folder = "/dev/shm";
     const std::string probe = folder + "/kqsupport-probe-" + std::to_string(getpid());
@@ -478,7 +478,7 @@ TEST_P(Kills, by_a_signal_end_before_the_edit_or_after_it)
 
 INSTANTIATE_TEST_SUITE_P(Of, Kills, testing::ValuesIn(situations), rowName);
 
-// Faults that a test chooses, in a folder with "k=1".
+// Faults that a test chooses, in a directory with "k=1".
 class Chosen : public testing::Test
 {
 protected:
@@ -495,7 +495,7 @@ Names order(const Folder& folder)
     EXPECT_EQ(folder.edit([&](const SystemCall& call) {
         struct stat status = {};
         if (call.name == "fsync" && fstat(call.descriptor, &status) == 0 && S_ISDIR(status.st_mode))
-            calls.push_back("fsync folder");
+            calls.push_back("fsync directory");
         else if (std::count(wanted.begin(), wanted.end(), call.name) != 0)
             calls.push_back(call.name);
         return 0;
@@ -507,24 +507,24 @@ Names order(const Folder& folder)
 TEST(Order, of_a_replacement)
 {
     EXPECT_EQ(
-        order(Folder(situations[0])), (Names{"fchmod", "write", "fsync", "renameat2", "fsync folder", "unlinkat"}));
+        order(Folder(situations[0])), (Names{"fchmod", "write", "fsync", "renameat2", "fsync directory", "unlinkat"}));
 }
 
 TEST(Order, of_a_replacement_with_owner_and_attributes)
 {
     EXPECT_EQ(order(Folder(situations[1])), (Names{"fchown", "fsetxattr", "fsetxattr", "fchmod", "write", "fsync",
-                                                "renameat2", "fsync folder", "unlinkat"}));
+                                                "renameat2", "fsync directory", "unlinkat"}));
 }
 
 TEST(Order, of_a_write_in_place)
 {
     EXPECT_EQ(order(Folder(situations[2])),
-        (Names{"write", "fsync", "renameat2", "fsync folder", "write", "ftruncate", "fsync", "unlinkat"}));
+        (Names{"write", "fsync", "renameat2", "fsync directory", "write", "ftruncate", "fsync", "unlinkat"}));
 }
 
 TEST(Order, of_a_creation)
 {
-    EXPECT_EQ(order(Folder(situations[4])), (Names{"write", "fsync", "renameat2", "unlinkat", "fsync folder"}));
+    EXPECT_EQ(order(Folder(situations[4])), (Names{"write", "fsync", "renameat2", "unlinkat", "fsync directory"}));
 }
 
 // An observer that fails the calls of one name.
@@ -546,7 +546,7 @@ TEST_F(Chosen, folder_that_cannot_be_flushed_is_reported_after_the_edit)
         return fstat(call.descriptor, &status) == 0 && S_ISDIR(status.st_mode);
     };
     EXPECT_EQ(folder.edit(fail("fsync", EIO, isFolder)),
-        "cannot flush its folder: Input/output error; the edit is done, but may not survive a power failure");
+        "cannot flush its directory: Input/output error; the edit is done, but may not survive a power failure");
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
@@ -754,7 +754,7 @@ TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
 
 TEST_F(Chosen, full_folder_is_no_reason_to_write_in_place)
 {
-    EXPECT_EQ(folder.edit(fail("openat", ENOSPC)), "cannot create a file in its folder: No space left on device");
+    EXPECT_EQ(folder.edit(fail("openat", ENOSPC)), "cannot create a file in its directory: No space left on device");
     EXPECT_EQ(readFile(f), "k=1\n");
 }
 

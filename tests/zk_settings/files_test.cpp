@@ -57,8 +57,8 @@ protected:
 
     Finished set() { return settings(dir.path(), setTwo); }
 
-    // Returns what a shell command prints on standard error as an ordinary user; `zk` is the program. The build folder
-    // may be closed to that user, so the program and the library are copied.
+    // Returns what a shell command prints on standard error as an ordinary user; `zk` is the program. The build
+    // directory may be closed to that user, so the program and the library are copied.
     std::string errorAsOrdinaryUser(const std::string& line) const
     {
         const TempDir copies;
@@ -68,7 +68,7 @@ protected:
         const std::string zk =
             "zk() { LD_LIBRARY_PATH=" + copies.path() + ' ' + (copies / "zk_settings") + " \"$@\"; }\n";
         std::vector<std::string> environment = {"LC_ALL=C"};
-        if (geteuid() == 0) // then another user cannot write the coverage data to the build folder either
+        if (geteuid() == 0) // then another user cannot write the coverage data to the build directory either
             environment.push_back("GCOV_PREFIX=" + copies.path());
         return asOrdinaryUser([&] { return run({"sh", "-c", zk + line}, {{}, environment, dir.path()}).err; });
     }
@@ -134,7 +134,7 @@ TEST_F(Files, keep_a_symbolic_link_and_replace_its_target)
     EXPECT_EQ(namesIn(dir / "d"), Names{"second"});
 }
 
-// Anybody can put such a link into a folder like /tmp.
+// Anybody can put such a link into a directory like /tmp.
 TEST_F(Files, are_not_created_where_a_link_leads)
 {
     fs::create_symlink("g", dir / "link");
@@ -180,7 +180,7 @@ TEST_F(Files, without_write_permission_are_refused)
     fs::permissions(f, fs::perms(0666));
     fs::permissions(dir.path(), fs::perms(0555));
     EXPECT_EQ(errorAsOrdinaryUser("zk set --create g '' k 2"),
-        "zk_settings: g: cannot create a file in its folder: Permission denied\n");
+        "zk_settings: g: cannot create a file in its directory: Permission denied\n");
     EXPECT_EQ(readFile(f), "k=1\n");
     fs::permissions(dir.path(), fs::perms(0777));
 }
@@ -530,7 +530,7 @@ TEST_F(Locks, are_waited_for_no_longer_than_requested)
     close(file);
 }
 
-// Anyone who can read the folder can lock it.
+// Anyone who can read the directory can lock it.
 TEST_F(Locks, are_not_needed_to_miss_a_file)
 {
     const Finished finished = shell(dir.path(), "flock . timeout 5 " ZK_SETTINGS " set missing '' k 2");

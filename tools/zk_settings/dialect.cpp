@@ -15,8 +15,8 @@ constexpr char systemdFiles[] =
     R"(|(^|/)(coredump|homed|iocost|journal-remote|journal-upload|journald|logind|networkd|oomd|pstore|resolved|sleep)"
     R"(|timesyncd)\.conf(\.d/[^/]*\.conf)?$)";
 constexpr char pythonFiles[] =
-    R"((^|/)(setup\.cfg|tox\.ini|pytest\.ini|mypy\.ini|alembic\.ini|pip\.conf|\.?pylintrc|\.flake8|\.coveragerc|\.pypirc)"
-    R"(|\.(bumpversion|isort|pydistutils)\.cfg)$)";
+    R"((^|/)(setup\.cfg|tox\.ini|pytest\.ini|mypy\.ini|alembic\.ini|pip\.conf|\.?pylintrc|\.flake8|\.coveragerc)"
+    R"(|\.pypirc|\.(bumpversion|isort|pydistutils)\.cfg)$)";
 constexpr char ansibleFiles[] = R"((^|/)ansible\.cfg$|/fail2ban/.*\.(conf|local)$)";
 constexpr char supervisorFiles[] = R"((^|/)supervisord\.conf$|/supervisor/.*\.conf$)";
 constexpr char gitFiles[] =
@@ -155,8 +155,9 @@ std::string Dialect::sectionId(std::string_view section) const
     if (has(TrimsSectionEnd))
         section = section.substr(0, section.find_last_not_of(blanks) + 1);
     const std::size_t quote = has(Subsections) ? section.find('"') : none;
-    const std::string_view name = section.substr(0, quote);
-    std::string id = has(SectionsIgnoreCase | Cautious) ? inLowerCase(name) : std::string(name);
+    std::string id(section.substr(0, quote));
+    if (has(SectionsIgnoreCase | Cautious))
+        id = inLowerCase(id);
     if (quote == none)
         return id;
     id.resize(id.find_last_not_of(blanks) + 1);

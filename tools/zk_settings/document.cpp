@@ -239,7 +239,7 @@ void Document::require(const Entry& entry, Doubt::Level level) const
             fail(entry.lines.begin, "a carriage return inside the line");
     }
     if (entry.doubt.level >= level)
-        fail(entry.lines.begin, std::string("ambiguous: ") + entry.doubt.text);
+        fail(entry.lines.begin, std::string("ambiguous: ").append(entry.doubt.text));
 }
 
 template <typename Visit>
@@ -285,6 +285,13 @@ bool Document::hasName(Entry& entry, const std::string& id, std::string_view nam
     return true;
 }
 
+// In doubt about a ':', the key may also end at the '='.
+bool Document::mayHaveName(const Entry& entry, std::string_view name) const
+{
+    const std::size_t equals = m_bytes.find('=', entry.separator);
+    return entry.doubt.text == colonDoubt && trimmed(Range{entry.name.begin, equals}.of(m_bytes)) == name;
+}
+
 // Keeps the first and the last line of the key, or every line.
 Survey Document::survey(const Request& request, bool everyLine, bool everySection) const
 {
@@ -311,7 +318,8 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
             insertion.add(entry);
             if (entry.kind == Entry::Key)
                 found.style.add(entry, m_bytes);
-            if (entry.kind == Entry::Key && (!request.key || hasName(entry, key, *request.key))) {
+            if (entry.kind == Entry::Key &&
+                (!request.key || hasName(entry, key, *request.key) || mayHaveName(entry, *request.key))) {
                 if (found.header.doubt.level == Doubt::Lines)
                     entry.doubt = found.header.doubt;
                 if (!everyLine && found.matches.size() > 1)
@@ -575,7 +583,7 @@ std::string Document::problemWith(const std::vector<Entry>& lines, const Request
         if (valueOf(entry) != *request.value)
             return "the value would be read as '" + valueOf(entry) + '\'';
         if (entry.doubt.level >= Doubt::Value)
-            return std::string("ambiguous: ") + entry.doubt.text;
+            return std::string("ambiguous: ").append(entry.doubt.text);
         ++keys;
     }
     return keys == 1 ? "" : "the key would not be read as one";

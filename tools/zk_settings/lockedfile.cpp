@@ -53,7 +53,7 @@ void LockedFile::open()
     m_base = path.filename();
     m_folder = Folder(path.parent_path());
     if (!m_folder.isOpen())
-        throw systemFailure(m_name, "open its folder");
+        throw systemFailure(m_name, "open its directory");
 }
 
 bool LockedFile::isReady()
@@ -122,7 +122,7 @@ bool LockedFile::isWhole() const
     }
 }
 
-// In a shared folder anyone can create a file of this name.
+// In a shared directory anyone can create a file of this name.
 void LockedFile::removeCopy(const std::string& name) const
 {
     const Descriptor file(openat(m_folder.number(), name.c_str(), O_RDONLY | existing));
@@ -163,14 +163,14 @@ bool LockedFile::refused(const char* action) const
 void LockedFile::flushFolder(const NewFile& fresh) const
 {
     if (!m_folder.flush(fresh.number()))
-        throw systemFailure(m_name, "flush its folder", "; the edit is done, but may not survive a power failure");
+        throw systemFailure(m_name, "flush its directory", "; the edit is done, but may not survive a power failure");
 }
 
 void LockedFile::create(const QByteArray& bytes) const
 {
     NewFile fresh(m_folder, m_base, 0666);
     if (!fresh.isOpen())
-        throw systemFailure(m_name, "create a file in its folder");
+        throw systemFailure(m_name, "create a file in its directory");
     fresh.write(bytes, m_name);
     // A file that another program has created meanwhile stays.
     if (!fresh.renameTo(m_base, RENAME_NOREPLACE) && (errno == EEXIST || !fresh.linkTo(m_base)))
@@ -183,7 +183,7 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
 {
     NewFile fresh(m_folder, m_base, 0600);
     if (!fresh.isOpen())
-        return refused("create a file in its folder");
+        return refused("create a file in its directory");
     if (!fresh.copyStatus(m_file.number(), m_status))
         return refused("copy its owner and attributes");
     fresh.write(bytes, m_name);

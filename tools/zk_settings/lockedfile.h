@@ -15,7 +15,7 @@ struct Access
 
 /// A regular file, locked against other edits, read, and replaced as a whole.
 ///
-/// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its folder. A step that
+/// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its directory. A step that
 /// fails leaves what the step before left, and no NEW.
 ///
 /// | step                                                        | at FILE | if killed, beside it   |
@@ -25,25 +25,26 @@ struct Access
 /// | take a lease; check that FILE has not changed               | old     | NEW                    |
 /// | exchange NEW and FILE; check what came out                  | new     | the old file, as NEW   |
 /// | if that has changed, exchange back; check again             | old     | NEW                    |
-/// | flush the folder; check NEW once more; remove it            | new     | the old file, as NEW   |
+/// | flush the directory; check NEW once more; remove it            | new     | the old file, as NEW   |
 ///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
 /// bytes have been read from FILE: an SMB server may have removed it. Otherwise NEW becomes a COPY, as below. To create
 /// FILE, NEW is renamed or linked to it.
 ///
-/// A file with several hard links, or whose folder or owner allows no new file, is written in place. NEW is in $TMPDIR
-/// or /var/tmp if the folder has no room for it. COPY is NEW with the ending `.new`:
+/// A file with several hard links, or whose directory or owner allows no new file, is written in place. NEW is in
+/// $TMPDIR or /var/tmp if the directory has no room for it. COPY is NEW with the ending `.new`:
 ///
 /// | step                                                        | at FILE | if killed, beside it   |
 /// |-------------------------------------------------------------|---------|------------------------|
 /// | create NEW; write; flush                                    | old     | NEW, maybe incomplete  |
-/// | rename NEW to COPY; flush the folder                        | old     | COPY                   |
+/// | rename NEW to COPY; flush the directory                        | old     | COPY                   |
 /// | open FILE for writing; check that it has not changed        | old     | COPY                   |
 /// | write, truncate and flush FILE; if that fails, restore it   | damaged | COPY                   |
 /// | remove COPY                                                 | new     |                        |
 ///
 /// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
-/// The lock is flock() on FILE, or on its folder while FILE is missing. It ends with its process, so it is never stale.
+/// The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its process, so it is never
+/// stale.
 class LockedFile
 {
 public:
@@ -84,7 +85,7 @@ private:
     std::string m_name; // for messages
     Access m_access;
     Folder m_folder;
-    std::string m_base; // the name in the folder, which is no symbolic link
+    std::string m_base; // the name in the directory, which is no symbolic link
     Descriptor m_file;  // not open while the file is missing
     struct stat m_status = {};
     QByteArray m_bytes;

@@ -39,7 +39,7 @@ bool readAttributes(int file, std::map<std::string, std::string>& attributes)
     return true;
 }
 
-// The new file may have attributes that it got from its folder.
+// The new file may have attributes that it got from its directory.
 bool copyAttributes(int from, int to)
 {
     std::map<std::string, std::string> wanted;
@@ -64,13 +64,13 @@ bool copyAttributes(int from, int to)
 Folder::Folder(const fs::path& path)
     : m_path(path.empty() ? "." : path)
 {
-    for (const int access : {O_RDONLY, O_PATH}) { // a folder that cannot be read may allow a new file
+    for (const int access : {O_RDONLY, O_PATH}) { // a directory that cannot be read may allow a new file
         if (!isOpen())
             Descriptor::operator=(Descriptor(open(m_path.c_str(), access | O_DIRECTORY | O_CLOEXEC)));
     }
 }
 
-// Not every file system can flush a folder, and not every user may read it.
+// Not every file system can flush a directory, and not every user may read it.
 bool Folder::flush(int file) const
 {
     return fsync(number()) == 0 || ((errno == EINVAL || errno == EBADF) && syncfs(file) == 0);
@@ -88,7 +88,7 @@ std::vector<std::string> NewFile::leftovers(const Folder& folder, const std::str
 {
     const std::string start = prefix(base);
     std::vector<std::string> names;
-    std::error_code error; // a folder that cannot be read
+    std::error_code error; // a directory that cannot be read
     for (fs::directory_iterator entry(folder.path(), error), end; entry != end; entry.increment(error)) {
         const std::string name = entry->path().filename();
         const std::string random = name.substr(std::min(start.size(), name.size()), randomSize);

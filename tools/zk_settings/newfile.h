@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-/// An open folder.
+/// An open directory.
 class Folder : public Descriptor
 {
 public:
@@ -22,7 +22,7 @@ private:
     std::filesystem::path m_path;
 };
 
-/// A temporary file: `.NAME.zk_settings-RANDOM`, for the file NAME of the folder. Removes itself unless kept.
+/// A temporary file: `.NAME.zk_settings-RANDOM`, for the file NAME of the directory. Removes itself unless kept.
 class NewFile
 {
 public:
@@ -45,7 +45,7 @@ public:
     bool copyStatus(int from, const struct stat& status) const;
     /// Writes and flushes. `name` is for the message. Throws Failure.
     void write(const QByteArray& bytes, const std::string& name) const;
-    /// Takes a name in the folder, with the flags of renameat2().
+    /// Takes a name in the directory, with the flags of renameat2().
     bool renameTo(const std::string& name, unsigned flags) const;
     bool linkTo(const std::string& name) const;
     bool appendToName(const char* ending);

@@ -303,6 +303,9 @@ INSTANTIATE_TEST_SUITE_P(Common, Refuses,
             {"get_with_a_colon_in_the_key", "a:b = 1\n", {"get", "", "a"}, "1: " AMBIGUOUS_COLON},
             {"get_after_a_header_with_a_key", "[a] k=1\nm=2\n", {"get", "a", "m"}, "2: " AMBIGUOUS_HEADER},
             {"key_that_may_contain_a_colon", "[a]\nk:b=c\n", {"get", "a", "k:b"}, "2: " AMBIGUOUS_COLON},
+            {"section_with_a_bracket_that_may_end_it", "[a]b]\nk=1\n", {"get", "a", "k"},
+                "2: ambiguous: a second ']' may belong to the section (--dialect desktop, python, systemd) or not "
+                "(--dialect git, mysql, php)"},
             {"key_that_may_be_behind_the_header", "[a] k=1\nm=2\n", {"get", "a", "k"}, "1: " AMBIGUOUS_HEADER},
             {"get_in_another_case", "Name=1\n", {"get", "", "name"}, "1: " AMBIGUOUS_CASE},
             {"get_in_another_case_of_the_section", "[A]\nname=1\n", {"get", "a", "name"}, "2: " AMBIGUOUS_CASE},
@@ -572,6 +575,10 @@ INSTANTIATE_TEST_SUITE_P(Python, Refuses,
         {
             {"key_before_the_first_header", "", {"set", "", "k", "v"}, NO_LEADING_KEYS},
             {"append_to_a_key", "[a]\nk = 1\n", {"append", "a", "K", "v"}, "2: " MAY_NOT_REPEAT},
+            {"carriage_return_in_another_line", "[a]\n# x\rk=1\n", {"set", "a", "k", "2"},
+                "2: a carriage return inside the line"},
+            {"no_break_space_at_the_end", "[a]\nk = 1\n", {"set", "a", "k", "v\u00a0"},
+                "the value starts or ends with white space, which is lost"},
             {"comment_in_several_lines", "[a]\nk = 1\n", {"set", "a", "k", "one\n# two"},
                 "the value would be read as 'one'"},
             {"line_break_at_the_end", "[a]\nk = 1\n", {"set", "a", "k", "one\n"}, "the value would be read as 'one'"},
@@ -708,6 +715,7 @@ INSTANTIATE_TEST_SUITE_P(Php, Reads,
             {"note", "k = v ; c\n", {"get", "", "k"}, "v\n"},
             {"note_without_white_space", "k = v;c\n", {"get", "", "k"}, "v\n"},
             {"hash_is_text", "k = v # c\n", {"get", "", "k"}, "v # c\n"},
+            {"no_space_beside_double_quotes", "k = x  \"a \" \"b\" 'c' 'd'\n", {"get", "", "k"}, "xa bc d\n"},
             {"quoted_value", "k = \"a;b\" ; c\n", {"get", "", "k"}, "a;b\n"},
             {"single_quotes", "k = 'a\\\\\"b'\n", {"get", "", "k"}, "a\\\\\"b\n"},
             {"escapes", "k = \"a\\\"b\\\\c\\'d\\n\"\n", {"get", "", "k"}, "a\"b\\c\\'d\\n\n"},
@@ -815,6 +823,20 @@ TEST(Dialects, of_python_with_notes)
     const Dialect& supervisor = *Dialect::find({}, "/etc/supervisord.conf");
     EXPECT_EQ(edited(supervisor, "[a]\nk = v # c\n", {"get", "a", "k"}), "v\n");
     EXPECT_EQ(edited(supervisor, "[a]\nk = one ; c\n  two ; d\nm = 1\n", {"get", "a", "k"}), "one\ntwo\n");
+    EXPECT_EQ(edited(supervisor, "[a]\nk = one ; c\n  two ; d\nm = 1\n", {"set", "a", "k", "v"}),
+        "[a]\nk = v\n; c ; d\nm = 1\n");
+}
+
+// Quadratic time would take minutes.
+TEST(Dialects, read_long_values_and_many_blank_lines_in_linear_time)
+{
+    const std::string lines(1000000, '\n');
+    for (const char* const dialect : {"common", "python"})
+        EXPECT_EQ(edited(*Dialect::find(dialect, {}), "[a]\nk=1\n" + lines, {"get", "a", "k"}), "1\n");
+    std::string value = "\"";
+    for (int i = 0; i < 500000; ++i)
+        value += "x\n";
+    EXPECT_EQ(edited(*Dialect::find("php", {}), "k=" + value + "\"\nm=1\n", {"get", "", "m"}), "1\n");
 }
 
 } // namespace

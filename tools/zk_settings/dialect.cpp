@@ -25,7 +25,7 @@ constexpr char mysqlFiles[] = R"((^|/)((?!openssl|texmf)[^/]*\.cnf|my\.ini)$)";
 constexpr char phpFiles[] = R"((^|/)(php[^/]*\.ini(-\w+)?|\.user\.ini|php-fpm\.conf)$|/php[^/]*/.*\.(ini|conf)$)";
 
 constexpr unsigned pythonTraits =
-    JoinsByIndentation | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | LastBracket;
+    JoinsByIndentation | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | LastBracket | CarriageReturnEndsLine;
 constexpr Spacing wide = {"", " ", " "};
 constexpr Spacing narrow = {"", "", ""};
 constexpr Spacing indented = {"\t", " ", " "};
@@ -43,7 +43,8 @@ constexpr Dialect dialects[] = {
         KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader, R"([^[\]]+(\[[\w.@-]+\])?)",
         R"([^[\]\x01-\x1f\x7f]*)"},
     {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", narrow,
-        JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader, R"([^[].*)"},
+        JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader | CarriageReturnEndsLine,
+        R"([^[].*)"},
     {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "", wide, pythonTraits},
     {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "", wide, pythonTraits},
     {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "", wide, pythonTraits},
@@ -55,11 +56,12 @@ constexpr Dialect dialects[] = {
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
             TrimsSectionEnd},
     {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"\\\\", "${", "", wide,
-        NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader,
+        NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader | DropsSpaceByQuotes,
         R"((?!(?i:null|yes|no|true|false|on|off|none)$)[^[&|^$~(){}!"\t]+(\[[^["]*\])?)", R"([^"';\\$]*)"},
 };
 
 constexpr std::size_t none = std::string_view::npos;
+constexpr std::string_view blanks = " \t";
 
 bool contains(std::string_view characters, char character)
 {
@@ -107,10 +109,10 @@ bool isExpression(std::string_view value)
 
 bool needsQuotes(std::string_view value, const Dialect& dialect)
 {
-    constexpr std::string_view blanks = " \t\n";
+    constexpr std::string_view lost = " \t\n";
     if (value.empty() || dialect.quotes.empty())
         return false;
-    return contains(blanks, value.front()) || contains(blanks, value.back()) ||
+    return contains(lost, value.front()) || contains(lost, value.back()) ||
            (value.find_first_of(dialect.quoted) != none && !isExpression(value));
 }
 
@@ -149,7 +151,6 @@ std::string dialectNames()
 // [name.part] is an old form of [name "part"].
 std::string Dialect::sectionId(std::string_view section) const
 {
-    constexpr std::string_view blanks = " \t";
     if (has(TrimsSectionStart))
         section.remove_prefix(std::min(section.find_first_not_of(blanks), section.size()));
     if (has(TrimsSectionEnd))
@@ -178,16 +179,25 @@ std::string Dialect::decoded(std::string_view text) const
     if (isQuoted && !has(QuotesAnywhere))
         text = text.substr(1, text.size() - 2);
     std::string value;
+    std::size_t quotedEnd = 0;
     char quote = '\0';
     for (std::size_t at = 0; at < text.size(); ++at) {
         const bool isEscape = text[at] == '\\' && at + 1 < text.size() && (has(EscapesAnywhere) || quote == '"');
         const std::size_t pair = isEscape ? pairWith(escapes, text[at + 1], 0) : none;
-        if (pair != none)
-            value += escapes[pair + (++at, 1)];
-        else if (has(QuotesAnywhere) && (quote != '\0' ? text[at] == quote : contains(quotes, text[at])))
+        const bool isQuote = quote != '\0' ? text[at] == quote : contains(quotes, text[at]);
+        if (pair != none) {
+            value += escapes[pair + 1];
+            ++at;
+        } else if (has(QuotesAnywhere) && isQuote) {
             quote = quote != '\0' ? '\0' : text[at];
-        else
+            if (has(DropsSpaceByQuotes) && text[at] == '"' && quote != '\0')
+                value.resize(std::max(value.find_last_not_of(blanks) + 1, quotedEnd));
+            else if (has(DropsSpaceByQuotes) && text[at] == '"')
+                at = std::min(text.find_first_not_of(blanks, at + 1), text.size()) - 1;
+            quotedEnd = value.size();
+        } else {
             value += text[at];
+        }
     }
     return value;
 }

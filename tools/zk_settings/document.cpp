@@ -135,6 +135,10 @@ const char* refusal(const std::string& value, const Dialect& dialect)
 {
     if (value.find('\r') != none)
         return "the value contains a carriage return, which may end a line";
+    const QString text = QString::fromStdString(value);
+    const auto isLost = [](QChar c) { return c.unicode() > 0x7f && c.isSpace(); }; // Python drops all white space
+    if (dialect.has(JoinsByIndentation) && !text.isEmpty() && (isLost(text.front()) || isLost(text.back())))
+        return "the value starts or ends with white space, which is lost";
     if (!dialect.forbidden.empty() && value.find(dialect.forbidden) != none)
         return "the value contains a '${', which is replaced";
     if (!dialect.escapes.empty() && dialect.quotes.empty() && hasInvalidEscape(value, dialect.escapes))
@@ -222,6 +226,8 @@ Document::Document(std::string_view bytes, const Dialect& dialect)
     const std::size_t feed = m_bytes.find('\n');
     if (feed != none && feed > 0 && m_bytes[feed - 1] == '\r')
         m_lineEnding = "\r\n";
+    if (m_dialect.has(CarriageReturnEndsLine))
+        requireLineFeeds({0, m_bytes.size()});
 }
 
 void Document::fail(std::size_t at, const std::string& text) const
@@ -230,14 +236,20 @@ void Document::fail(std::size_t at, const std::string& text) const
     throw Failure{Trouble, text, static_cast<int>(std::count(before.begin(), before.end(), '\n')) + 1};
 }
 
+// Throws at a carriage return without a line feed.
+void Document::requireLineFeeds(Range range) const
+{
+    const std::string_view bytes = m_bytes.substr(0, range.end);
+    for (std::size_t at = bytes.find('\r', range.begin); at != none; at = bytes.find('\r', at + 1)) {
+        if (bytes.substr(at + 1, 1) != "\n")
+            fail(at, "a carriage return inside the line");
+    }
+}
+
 // Throws if programs do not agree on the entry.
 void Document::require(const Entry& entry, Doubt::Level level) const
 {
-    const std::string_view lines = entry.lines.of(m_bytes);
-    for (std::size_t at = lines.find('\r'); at < lines.size(); at = lines.find('\r', at + 1)) {
-        if (lines.substr(at + 1, 1) != "\n")
-            fail(entry.lines.begin, "a carriage return inside the line");
-    }
+    requireLineFeeds(entry.lines);
     if (entry.doubt.level >= level)
         fail(entry.lines.begin, std::string("ambiguous: ").append(entry.doubt.text));
 }

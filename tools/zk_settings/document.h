@@ -57,6 +57,7 @@ private:
     bool agreesWithStore(const Request& request) const;
     [[noreturn]] void fail(std::size_t at, const std::string& text) const;
     [[noreturn]] void failAbsent(const Request& request, const Survey& found) const;
+    void requireLineFeeds(Range range) const;
     void require(const Entry& entry, Doubt::Level level) const;
 
     Style styleOf(const Survey& found) const;

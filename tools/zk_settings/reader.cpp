@@ -20,13 +20,13 @@ Reader::Line Reader::lineAt(std::size_t begin) const
     Line line = {begin, begin, std::min(feed, m_bytes.size()), feed == none ? m_bytes.size() : feed + 1};
     if (feed != none && feed > begin && m_bytes[feed - 1] == '\r')
         --line.end;
-    line.text = std::min(m_bytes.find_first_not_of(blanks, begin), line.end);
+    line.text = std::min(m_bytes.substr(0, line.end).find_first_not_of(blanks, begin), line.end);
     return line;
 }
 
 Range Reader::trimmed(std::size_t begin, std::size_t end) const
 {
-    begin = std::min(m_bytes.find_first_not_of(blanks, begin), end);
+    begin = std::min(m_bytes.substr(0, end).find_first_not_of(blanks, begin), end);
     while (end > begin && contains(blanks, m_bytes[end - 1]))
         --end;
     return {begin, end};
@@ -74,6 +74,7 @@ bool Reader::next(Entry& entry)
     entry.comments.clear();
     entry.doubt = {};
     m_quote = '\0';
+    m_closing = none;
     if (m_dialect.has(NotesTakeOneMore))
         cutNote(line, entry);
     if (startsWith(line, m_dialect.comments))
@@ -125,6 +126,8 @@ bool Reader::takeHeader(const Line& line, Entry& entry)
         entry.lines.end = rest.begin;
     if (!rest.isEmpty() && !contains("#;", m_bytes[rest.begin]) && contains(rest.of(m_bytes), '='))
         raise(entry, Doubt::Lines, headerDoubt);
+    if (m_bytes.substr(0, line.end).rfind(']') != close)
+        raise(entry, Doubt::Lines, bracketDoubt);
     if (line.indent() > m_indent)
         raise(entry, Doubt::Lines, indentDoubt);
     m_indent = none;
@@ -214,7 +217,9 @@ void Reader::takeJoined(Line& line, Entry& entry)
 
 void Reader::takeQuoted(Line& line, Entry& entry)
 {
-    if (m_bytes.find(m_quote, line.next) == none)
+    if (m_closing == none || m_closing < line.next) // found once, not for each line
+        m_closing = m_bytes.find(m_quote, line.next);
+    if (m_closing == none)
         return;
     entry.value.back().end = line.end;
     line = lineAt(line.next);
@@ -235,6 +240,9 @@ void Reader::takeIndented(Line& line, Entry& entry)
         raise(entry, Doubt::Lines, indentDoubt);
     if (entry.doubt.level == Doubt::Lines)
         return;
+    if (entry.note != none) // becomes a line of its own if the value is replaced
+        entry.comments.push_back({entry.note, line.end});
+    entry.note = none;
     for (line = lineAt(line.next); line.begin < next.begin; line = lineAt(line.next)) {
         if (line.isBlank())
             entry.value.push_back({line.begin, line.begin});

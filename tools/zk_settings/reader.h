@@ -43,6 +43,8 @@ inline constexpr char indentDoubt[] =
 inline constexpr char colonDoubt[] = "a ':' may end the key (--dialect python) or belong to it (any other --dialect)";
 inline constexpr char headerDoubt[] =
     "text after a header may be a key (--dialect git, php) or nothing (--dialect mysql, python)";
+inline constexpr char bracketDoubt[] =
+    "a second ']' may belong to the section (--dialect desktop, python, systemd) or not (--dialect git, mysql, php)";
 inline constexpr char caseDoubt[] =
     "a name in another case may be the same (--dialect git, python) or another (any other)";
 
@@ -124,8 +126,9 @@ private:
     std::string_view m_bytes;
     const Dialect& m_dialect;
     std::size_t m_at = 0;
-    std::size_t m_indent = Entry::none; // of the last key; none after a header
-    char m_quote = '\0';                // that is open
+    std::size_t m_indent = Entry::none;  // of the last key; none after a header
+    char m_quote = '\0';                 // that is open
+    std::size_t m_closing = Entry::none; // a later quote of this kind
 };
 
 #endif

@@ -27,7 +27,7 @@ struct Doubt
     };
 
     Level level = None; ///< Reading: what the value means. Value: also where it ends. Lines: which lines the entry has
-    std::string_view text = "";
+    std::string_view text = {};
 };
 
 /// What a cautious dialect is in doubt about.

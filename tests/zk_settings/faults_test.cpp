@@ -707,6 +707,19 @@ TEST_F(Chosen, attributes_that_cannot_be_read_are_not_dropped)
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
+TEST_F(Chosen, acl_from_the_directory_that_cannot_be_removed_does_not_stay)
+{
+    ASSERT_EQ(setxattr(folder.dir.path().c_str(), "system.posix_acl_default", acl.data(), acl.size(), 0), 0);
+    struct stat before = {};
+    struct stat after = {};
+    ASSERT_EQ(stat(f.c_str(), &before), 0);
+    EXPECT_EQ(folder.edit(fail("fremovexattr", EPERM)), std::nullopt);
+    ASSERT_EQ(stat(f.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino) << "the file is written in place";
+    EXPECT_EQ(attribute(f, "system.posix_acl_access"), "");
+    EXPECT_EQ(readFile(f), "k=2\n");
+}
+
 TEST_F(Chosen, short_writes_are_continued)
 {
     int writes = 0;

@@ -293,6 +293,20 @@ TEST_F(Files, that_another_program_changes_are_kept)
     }
 }
 
+// The loader finds no library beside the program then.
+TEST_F(Files, without_proc_are_edited_in_all_dialects_but_that_of_the_library)
+{
+    const std::string path = fs::path(KQSUPPORT_LIBRARY).parent_path();
+    withPrivateMounts([&] {
+        ASSERT_EQ(setenv("LD_LIBRARY_PATH", path.c_str(), 1), 0);
+        ASSERT_EQ(mount("tmpfs", "/proc", "tmpfs", 0, nullptr), 0);
+        EXPECT_EQ(set().err, "");
+        EXPECT_EQ(readFile(f), "k=2\n");
+        expectRefusal(
+            settings(dir.path(), {"get", "--dialect", "store", "f", "", "k"}), "f: cannot read without /proc");
+    });
+}
+
 // A disk of 64 KiB with the file "f", which nearly fills it.
 class FullDisk : public Files
 {

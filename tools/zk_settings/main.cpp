@@ -109,8 +109,6 @@ QByteArray readSource(const Call& call)
     if (const auto descriptor = namedDescriptor(call.file()))
         return readAll(*descriptor, call.file());
     const Descriptor file(open(call.file().c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen() && errno == ENOENT && call.has('c'))
-        return {};
     if (!file.isOpen())
         throw systemFailure(call.file(), "open");
     return readAll(file.number(), call.file());
@@ -302,9 +300,6 @@ int main(int argc, char** argv)
         return failure.status;
     } catch (const std::bad_alloc&) {
         report(call.operands.empty() ? std::string() : call.file(), 0, "out of memory");
-        return Trouble;
-    } catch (const std::exception& error) {
-        report({}, 0, error.what());
         return Trouble;
     }
 }

@@ -293,20 +293,6 @@ TEST_F(Files, that_another_program_changes_are_kept)
     }
 }
 
-// The loader finds no library beside the program then.
-TEST_F(Files, without_proc_are_edited_in_all_dialects_but_that_of_the_library)
-{
-    const std::string path = fs::path(KQSUPPORT_LIBRARY).parent_path();
-    withPrivateMounts([&] {
-        ASSERT_EQ(setenv("LD_LIBRARY_PATH", path.c_str(), 1), 0);
-        ASSERT_EQ(mount("tmpfs", "/proc", "tmpfs", 0, nullptr), 0);
-        EXPECT_EQ(set().err, "");
-        EXPECT_EQ(readFile(f), "k=2\n");
-        expectRefusal(
-            settings(dir.path(), {"get", "--dialect", "store", "f", "", "k"}), "f: cannot read without /proc");
-    });
-}
-
 // A disk of 64 KiB with the file "f", which nearly fills it.
 class FullDisk : public Files
 {
@@ -401,13 +387,27 @@ TEST_F(Files, without_end_are_read_up_to_a_nul_byte)
     EXPECT_EQ(finished.err, "zk_settings: /dev/zero:1: a NUL byte: not a settings file\n");
 }
 
-#ifndef __SANITIZE_ADDRESS__ // which needs more address space than any limit
+#ifndef __SANITIZE_ADDRESS__ // which needs /proc, and more address space than any limit
 TEST_F(Files, larger_than_the_memory_are_reported_with_their_name)
 {
     const Finished finished =
         shell(dir.path(), "mkfifo p; yes k=1 >p & ulimit -v 500000; timeout 60 " ZK_SETTINGS " get p '' k");
     EXPECT_EQ(finished.status, 2);
     EXPECT_EQ(finished.err, "zk_settings: p: out of memory\n");
+}
+
+// The loader finds no library beside the program then.
+TEST_F(Files, without_proc_are_edited_in_all_dialects_but_that_of_the_library)
+{
+    const std::string path = fs::path(KQSUPPORT_LIBRARY).parent_path();
+    withPrivateMounts([&] {
+        ASSERT_EQ(setenv("LD_LIBRARY_PATH", path.c_str(), 1), 0);
+        ASSERT_EQ(mount("tmpfs", "/proc", "tmpfs", 0, nullptr), 0);
+        EXPECT_EQ(set().err, "");
+        EXPECT_EQ(readFile(f), "k=2\n");
+        expectRefusal(
+            settings(dir.path(), {"get", "--dialect", "store", "f", "", "k"}), "f: cannot read without /proc");
+    });
 }
 #endif
 

@@ -709,7 +709,8 @@ TEST_F(Chosen, attributes_that_cannot_be_read_are_not_dropped)
 
 TEST_F(Chosen, acl_from_the_directory_that_cannot_be_removed_does_not_stay)
 {
-    ASSERT_EQ(setxattr(folder.dir.path().c_str(), "system.posix_acl_default", acl.data(), acl.size(), 0), 0);
+    if (setxattr(folder.dir.path().c_str(), "system.posix_acl_default", acl.data(), acl.size(), 0) != 0)
+        SKIP_OR_FAIL("no ACLs here, or not for other users");
     struct stat before = {};
     struct stat after = {};
     ASSERT_EQ(stat(f.c_str(), &before), 0);
@@ -758,12 +759,12 @@ TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
 {
     fs::create_hard_link(f, folder.dir / "g");
     const std::string before = fs::temp_directory_path();
-    setenv("TMPDIR", "/dev", 1);
+    setenv("TMPDIR", "/dev/shm", 1);
     const auto chosen = folder.edit(fail("renameat2", ENOSPC));
     unsetenv("TMPDIR");
     const auto usual = folder.edit(fail("renameat2", ENOSPC));
     setenv("TMPDIR", before.c_str(), 1);
-    EXPECT_EQ(chosen, "cannot save a copy in /dev: No space left on device");
+    EXPECT_EQ(chosen, "cannot save a copy in /dev/shm: No space left on device");
     EXPECT_EQ(usual, "cannot save a copy in /var/tmp: No space left on device");
     EXPECT_EQ(readFile(f), "k=1\n");
     EXPECT_EQ(folder.names(), (Names{"f", "g"}));

@@ -4,25 +4,26 @@
 #include <string>
 #include <string_view>
 
-/// What a dialect does that others do not.
+/// What a dialect does that others do not. Otherwise the last of equal keys counts, and sections with the same name are
+/// one.
 enum Trait : unsigned
 {
-    NotesAnywhere = 1U << 0,           ///< a note needs no white space before it
-    NotesTakeOneMore = 1U << 1,        ///< ... and the character before it belongs to it
-    QuotesAnywhere = 1U << 2,          ///< a part of a value may be quoted, not only the whole
-    EscapesAnywhere = 1U << 3,         ///< not only between double quotes
-    JoinsByBackslash = 1U << 4,        ///< a backslash at the end of a line joins the next one
-    SkipsComments = 1U << 5,           ///< ... that is no comment
-    JoinsByIndentation = 1U << 6,      ///< a line that is indented more deeply than the key continues the value
-    JoinsByQuote = 1U << 7,            ///< a value continues until its quote is closed
-    KeepsTrailingSpace = 1U << 8,      ///< of a value
-    BareKeys = 1U << 9,                ///< a line without a separator is a key without a value
-    NeedsHeader = 1U << 10,            ///< no key before the first header
-    NoRepeats = 1U << 11,              ///< a section has one line for each key
-    FirstCounts = 1U << 12,            ///< of equal keys and of sections with the same name; otherwise the last key
-    LastSectionCounts = 1U << 13,      ///< of sections with the same name; otherwise they are one
-    KeysIgnoreCase = 1U << 14,         ///<
-    SectionsIgnoreCase = 1U << 15,     ///<
+    NotesAnywhere = 1U << 0,      ///< a note needs no white space before it
+    NotesTakeOneMore = 1U << 1,   ///< ... and the character before it belongs to it
+    QuotesAnywhere = 1U << 2,     ///< a part of a value may be quoted, not only the whole
+    EscapesAnywhere = 1U << 3,    ///< not only between double quotes
+    JoinsByBackslash = 1U << 4,   ///< a backslash at the end of a line joins the next one
+    SkipsComments = 1U << 5,      ///< ... that is no comment
+    JoinsByIndentation = 1U << 6, ///< a line that is indented more deeply than the key continues the value
+    JoinsByQuote = 1U << 7,       ///< a value continues until its quote is closed
+    KeepsTrailingSpace = 1U << 8, ///< of a value
+    BareKeys = 1U << 9,           ///< a line without a separator is a key without a value
+    NeedsHeader = 1U << 10,       ///< no key before the first header
+    NoRepeats = 1U << 11,         ///< a section has one line for each key
+    FirstCounts = 1U << 12,       ///< of equal keys, and of sections with the same name
+    LastSectionCounts = 1U << 13, ///< of sections with the same name
+    KeysIgnoreCase = 1U << 14,
+    SectionsIgnoreCase = 1U << 15,
     DashIsUnderscore = 1U << 16,       ///< in keys
     LastBracket = 1U << 17,            ///< ends a header, not the first one
     NothingAfterHeader = 1U << 18,     ///< on its line; otherwise it is none

@@ -60,14 +60,6 @@ constexpr Dialect dialects[] = {
         R"((?!(?i:null|yes|no|true|false|on|off|none)$)[^[&|^$~(){}!"\t]+(\[[^["]*\])?)", R"([^"';\\$]*)"},
 };
 
-constexpr std::size_t none = std::string_view::npos;
-constexpr std::string_view blanks = " \t";
-
-bool contains(std::string_view characters, char character)
-{
-    return characters.find(character) != none;
-}
-
 std::string inLowerCase(std::string_view name)
 {
     const QString text = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));

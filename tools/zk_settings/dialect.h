@@ -4,6 +4,15 @@
 #include <string>
 #include <string_view>
 
+inline constexpr std::size_t none = std::string_view::npos;
+inline constexpr std::string_view blanks = " \t";
+inline constexpr std::string_view whiteSpace = " \t\r\n\v\f";
+
+inline bool contains(std::string_view characters, char character)
+{
+    return characters.find(character) != none;
+}
+
 /// What a dialect does that others do not. Otherwise the last of equal keys counts, and sections with the same name are
 /// one.
 enum Trait : unsigned

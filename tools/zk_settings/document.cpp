@@ -27,7 +27,7 @@ public:
         m_last = {std::string(Range{begin, entry.name.begin}.of(bytes)), before, bytes[entry.separator],
             entry.value.front().isEmpty() ? before : after}; // an empty value may have no white space in front
         ++m_counts[m_last];
-        m_columns.insert(before.find('\t') == before.npos ? entry.separator - begin : Entry::none);
+        m_columns.insert(contains(before, '\t') ? none : entry.separator - begin);
         m_sizes.insert(entry.name.end - begin);
     }
 
@@ -63,8 +63,8 @@ private:
 struct Splice
 {
     Range old;
-    std::string text = {};
-    std::optional<Range> lines = {}; ///< that are read differently afterwards; none if only a line ending is added
+    std::string text;
+    Range lines; ///< that are read differently afterwards; empty for new lines
 };
 
 /// What a document has of a section and a key.
@@ -75,23 +75,22 @@ struct Survey
     std::vector<Entry> matches; ///< the lines of the key, or of all keys
     std::size_t position = 0;   ///< of a new key
     Style style;                ///< of the section
+
+    /// The one whose value counts.
+    const Entry& counting(const Dialect& dialect) const
+    {
+        return dialect.has(FirstCounts) ? matches.front() : matches.back();
+    }
 };
 
 namespace {
 
-constexpr std::size_t none = Entry::none;
-constexpr std::string_view blanks = " \t\r\n\v\f";
 constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
-
-bool isBlank(char character)
-{
-    return blanks.find(character) != none;
-}
 
 std::string_view trimmed(std::string_view text)
 {
-    text = text.substr(0, text.find_last_not_of(blanks) + 1);
-    return text.substr(std::min(text.find_first_not_of(blanks), text.size()));
+    text = text.substr(0, text.find_last_not_of(whiteSpace) + 1);
+    return text.substr(std::min(text.find_first_not_of(whiteSpace), text.size()));
 }
 
 std::string_view withoutLineEnding(std::string_view line)
@@ -102,7 +101,7 @@ std::string_view withoutLineEnding(std::string_view line)
 // Whether a value starts on the line of its key.
 bool isOnLine(const std::string& value)
 {
-    return !value.empty() && !isBlank(value.front());
+    return !value.empty() && !contains(whiteSpace, value.front());
 }
 
 // Adds the first name with each ID.
@@ -309,6 +308,7 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     const std::string key = m_dialect.keyId(request.key.value_or(""));
     Survey found;
     found.hasSection = section.empty();
+    found.position = m_bytes.size();
     bool isInside = found.hasSection;
     Insertion insertion;
     forEachEntry([&](Entry& entry) {
@@ -375,8 +375,8 @@ std::string Document::set(const Request& request) const
 {
     const Survey found = survey(request);
     if (found.matches.empty())
-        return added(request, found, found.position);
-    const Entry& entry = m_dialect.has(FirstCounts) ? found.matches.front() : found.matches.back();
+        return added(request, found, false);
+    const Entry& entry = found.counting(m_dialect);
     require(entry, Doubt::Value);
     if (entry.hasValue() && valueOf(entry) == *request.value)
         return std::string(m_mark).append(m_bytes);
@@ -385,14 +385,12 @@ std::string Document::set(const Request& request) const
 
 std::string Document::append(const Request& request) const
 {
-    const Survey found = survey(request);
-    return added(request, found, found.matches.empty() ? found.position : found.matches.back().lines.end);
+    return added(request, survey(request), false);
 }
 
 std::string Document::prepend(const Request& request) const
 {
-    const Survey found = survey(request);
-    return added(request, found, found.matches.empty() ? found.position : found.matches.front().lines.begin);
+    return added(request, survey(request), true);
 }
 
 // Returns the style of the section, or else of the file.
@@ -421,7 +419,7 @@ bool Document::hasBlankLineBeforeHeaders() const
     return balance > 0 && before != Entry::Blank;
 }
 
-std::string Document::added(const Request& request, const Survey& found, std::size_t at) const
+std::string Document::added(const Request& request, const Survey& found, bool first) const
 {
     if (m_dialect.has(NeedsHeader) && request.section.empty())
         throw Failure{Trouble, "this kind of file has no keys before the first header"};
@@ -433,19 +431,18 @@ std::string Document::added(const Request& request, const Survey& found, std::si
     }
     const std::string lineEnding(m_lineEnding);
     std::string text;
-    if (!found.hasSection) {
-        at = m_bytes.size();
+    if (!found.hasSection)
         text = (hasBlankLineBeforeHeaders() ? lineEnding : "") + '[' + request.section + ']' + lineEnding;
-    }
     Style style = styleOf(found);
-    if (!found.matches.empty())
-        style.add(at == found.matches.front().lines.begin ? found.matches.front() : found.matches.back(), m_bytes);
+    std::size_t at = found.position;
+    if (!found.matches.empty()) {
+        const Entry& neighbour = first ? found.matches.front() : found.matches.back();
+        at = first ? neighbour.lines.begin : neighbour.lines.end;
+        style.add(neighbour, m_bytes);
+    }
     const std::string value = encoded(request, style.indent());
     text += style.indent() + *request.key + style.separator(*request.key, isOnLine(value)) + value + lineEnding;
-    std::vector<Splice> splices = {{{at, at}, text, Range{at, at}}};
-    if (at > 0 && m_bytes[at - 1] != '\n')
-        splices.insert(splices.begin(), {{at, at}, lineEnding});
-    const std::string bytes = finished(splices, request);
+    const std::string bytes = finished({{{at, at}, text, {at, at}}}, request);
     if (!found.hasSection && !Dialect::accepts(m_dialect.sections, request.section))
         throw Failure{Trouble, "the section " + request.section + " is not valid in this kind of file"};
     if (found.matches.empty() && !Dialect::accepts(m_dialect.keys, *request.key))
@@ -475,7 +472,7 @@ Splice Document::replacement(const Entry& entry, const Request& request, const S
     Splice splice = {entry.valueRange(), value, entry.lines};
     if (entry.value.front().isEmpty() && isOnLine(value))
         closeGap(entry, splice);
-    if (m_dialect.has(NotesTakeOneMore) && entry.note != none && !isBlank(m_bytes[splice.old.end])) {
+    if (m_dialect.has(NotesTakeOneMore) && entry.note != none && !contains(whiteSpace, m_bytes[splice.old.end])) {
         splice.old.end = entry.note;
         splice.text += ' ';
     }
@@ -491,7 +488,7 @@ void Document::closeGap(const Entry& entry, Splice& splice) const
     const std::size_t end = std::min(m_bytes.find_first_not_of(" \t", begin), m_bytes.size());
     const bool hasNote = entry.note == end;
     const std::size_t at = !hasNote ? end : begin + (end > begin + 1 ? 1 : 0);
-    if (at == begin && isBlank(m_bytes[entry.separator - 1]))
+    if (at == begin && contains(whiteSpace, m_bytes[entry.separator - 1]))
         splice.text.insert(0, 1, ' ');
     if (hasNote && begin == end)
         splice.text += ' ';
@@ -527,7 +524,7 @@ std::vector<Splice> Document::withoutSection(const Request& request) const
     bool isInside = false;
     const auto endAt = [&](std::size_t end) {
         if (isInside)
-            splices.back().old.end = splices.back().lines->end = end;
+            splices.back().old.end = splices.back().lines.end = end;
     };
     forEachEntry([&](Entry& entry) {
         if (entry.kind == Entry::Header) {
@@ -555,14 +552,13 @@ std::string Document::finished(const std::vector<Splice>& splices, const Request
     std::size_t taken = 0;
     for (const Splice& splice : splices) {
         bytes.append(m_bytes, taken, splice.old.begin - taken);
-        const std::size_t begin = bytes.size();
+        if (splice.lines.isEmpty() && !bytes.empty() && bytes.back() != '\n')
+            bytes += m_lineEnding;
+        const std::size_t begin = bytes.size() - (splice.old.begin - splice.lines.begin);
         bytes += splice.text;
         taken = splice.old.end;
-        if (splice.lines) {
-            oldLines.push_back(*splice.lines);
-            newLines.push_back({begin - (splice.old.begin - splice.lines->begin),
-                bytes.size() + (splice.lines->end - splice.old.end)});
-        }
+        oldLines.push_back(splice.lines);
+        newLines.push_back({begin, bytes.size() + (splice.lines.end - splice.old.end)});
     }
     bytes.append(m_bytes, taken);
     std::vector<Entry> inside;

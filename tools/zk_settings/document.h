@@ -63,7 +63,7 @@ private:
     Style styleOf(const Survey& found) const;
     bool hasBlankLineBeforeHeaders() const;
     std::string encoded(const Request& request, const std::string& indent) const;
-    std::string added(const Request& request, const Survey& found, std::size_t at) const;
+    std::string added(const Request& request, const Survey& found, bool first) const;
     Splice replacement(const Entry& entry, const Request& request, const Survey& found) const;
     void closeGap(const Entry& entry, Splice& splice) const;
     std::vector<Splice> withoutSection(const Request& request) const;

@@ -2,32 +2,20 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr std::size_t none = Entry::none;
-constexpr std::string_view blanks = " \t\r\n\v\f";
-
-bool contains(std::string_view characters, char character)
-{
-    return characters.find(character) != none;
-}
-
-} // namespace
-
 Reader::Line Reader::lineAt(std::size_t begin) const
 {
     const std::size_t feed = m_bytes.find('\n', begin);
     Line line = {begin, begin, std::min(feed, m_bytes.size()), feed == none ? m_bytes.size() : feed + 1};
     if (feed != none && feed > begin && m_bytes[feed - 1] == '\r')
         --line.end;
-    line.text = std::min(m_bytes.substr(0, line.end).find_first_not_of(blanks, begin), line.end);
+    line.text = std::min(m_bytes.substr(0, line.end).find_first_not_of(whiteSpace, begin), line.end);
     return line;
 }
 
 Range Reader::trimmed(std::size_t begin, std::size_t end) const
 {
-    begin = std::min(m_bytes.substr(0, end).find_first_not_of(blanks, begin), end);
-    while (end > begin && contains(blanks, m_bytes[end - 1]))
+    begin = std::min(m_bytes.substr(0, end).find_first_not_of(whiteSpace, begin), end);
+    while (end > begin && contains(whiteSpace, m_bytes[end - 1]))
         --end;
     return {begin, end};
 }
@@ -145,7 +133,7 @@ std::size_t Reader::takeContent(std::size_t begin, const Line& line, Entry& entr
         else if (m_quote != '\0' ? character == m_quote : contains(m_dialect.quotes, character))
             m_quote = m_quote != '\0' ? '\0' : character;
         else if (m_quote == '\0' && contains(m_dialect.notes, character) &&
-                 (m_dialect.has(NotesAnywhere) || (at > 0 && contains(blanks, m_bytes[at - 1]))))
+                 (m_dialect.has(NotesAnywhere) || (at > 0 && contains(whiteSpace, m_bytes[at - 1]))))
             return entry.note = at;
     }
     return line.end;
@@ -258,7 +246,7 @@ std::size_t Reader::noteIn(Range range) const
 {
     const std::string_view text = range.of(m_bytes);
     std::size_t at = text.find_first_of("#;");
-    while (at != none && at > 0 && !contains(blanks, text[at - 1]))
+    while (at != none && at > 0 && !contains(whiteSpace, text[at - 1]))
         at = text.find_first_of("#;", at + 1);
     return at;
 }
@@ -294,8 +282,8 @@ std::string Reader::valueOf(const Entry& entry) const
             text += m_dialect.has(JoinsByBackslash) ? m_dialect.joint : "\n";
     }
     if (entry.value.size() > 1) { // the first and the last line may be blank
-        text.resize(text.find_last_not_of(blanks) + 1);
-        text.erase(0, text.find_first_not_of(" \t"));
+        text.resize(text.find_last_not_of(whiteSpace) + 1);
+        text.erase(0, text.find_first_not_of(blanks));
     }
     return m_dialect.decoded(text);
 }

@@ -59,7 +59,6 @@ struct Entry
         Header,
         Key
     };
-    static constexpr std::size_t none = std::string_view::npos;
 
     Kind kind = Blank;
     Range lines;                  ///< with the last line ending
@@ -126,9 +125,9 @@ private:
     std::string_view m_bytes;
     const Dialect& m_dialect;
     std::size_t m_at = 0;
-    std::size_t m_indent = Entry::none;  // of the last key; none after a header
-    char m_quote = '\0';                 // that is open
-    std::size_t m_closing = Entry::none; // a later quote of this kind
+    std::size_t m_indent = none;  // of the last key; none after a header
+    char m_quote = '\0';          // that is open
+    std::size_t m_closing = none; // a later quote of this kind
 };
 
 #endif

@@ -74,9 +74,41 @@ struct Survey
     Entry header;               ///< of the last section that counts
     std::vector<Entry> matches; ///< the lines of the key, or of all keys
     std::size_t position = 0;   ///< of a new key
+    bool isFree = true;         ///< whether the section has neither a key nor a blank line yet
     Style style;                ///< of the section
 
-    /// The one whose value counts.
+    void enter(const Entry& entry)
+    {
+        hasSection = isFree = true;
+        header = entry;
+        position = entry.lines.end;
+    }
+
+    // New keys go after the last key, and after text that may belong to it. In a section without keys they go after the
+    // first comment; but a comment with no blank line before the next header belongs to that header.
+    void movePosition(const Entry& entry)
+    {
+        const bool isBehindKey = entry.kind == Entry::Text && !isFree && entry.lines.begin == position;
+        if (entry.kind == Entry::Key || isBehindKey)
+            position = entry.lines.end;
+        else if (entry.kind == Entry::Blank && isFree)
+            position = entry.lines.begin;
+        else
+            return;
+        isFree = false;
+    }
+
+    /// Keeps the first and the last match, or all.
+    void addMatch(const Entry& entry, bool all)
+    {
+        if (!all && matches.size() > 1)
+            matches.pop_back();
+        matches.push_back(entry);
+        if (header.doubt.level == Doubt::Lines)
+            matches.back().doubt = header.doubt;
+    }
+
+    /// The match whose value counts.
     const Entry& counting(const Dialect& dialect) const
     {
         return dialect.has(FirstCounts) ? matches.front() : matches.back();
@@ -164,27 +196,6 @@ std::vector<std::string> storeValues(std::string_view bytes, const Request& requ
         values.push_back(value.toStdString());
     return values;
 }
-
-// Where new keys go: after the last key, and after text that may belong to it. In a section without keys they go after
-// the first comment; but a comment with no blank line before the next header belongs to that header.
-struct Insertion
-{
-    std::size_t begin = 0;
-    std::size_t keysEnd = none;
-    std::size_t blankLine = none;
-
-    void add(const Entry& entry)
-    {
-        if (entry.kind == Entry::Key || (entry.kind == Entry::Text && keysEnd == entry.lines.begin))
-            keysEnd = entry.lines.end;
-        if (entry.kind == Entry::Blank)
-            blankLine = std::min(blankLine, entry.lines.begin);
-    }
-    std::size_t position(std::size_t ifEmpty) const
-    {
-        return keysEnd != none ? keysEnd : blankLine != none ? blankLine : ifEmpty;
-    }
-};
 
 // Returns a hash of the entries outside of the ranges, with their values as written. Keeps those inside.
 std::size_t hashOutside(
@@ -301,45 +312,32 @@ bool Document::mayHaveName(const Entry& entry, std::string_view name) const
     return entry.doubt.text == colonDoubt && trimmed(Range{entry.name.begin, equals}.of(m_bytes)) == name;
 }
 
-// Keeps the first and the last line of the key, or every line.
 Survey Document::survey(const Request& request, bool everyLine, bool everySection) const
 {
     const std::string section = m_dialect.sectionId(request.section);
     const std::string key = m_dialect.keyId(request.key.value_or(""));
     Survey found;
     found.hasSection = section.empty();
-    found.position = m_bytes.size();
     bool isInside = found.hasSection;
-    Insertion insertion;
     forEachEntry([&](Entry& entry) {
         if (entry.kind == Entry::Header) {
-            if (isInside)
-                found.position = insertion.position(insertion.begin);
             isInside = hasName(entry, section, request.section) &&
                        (everySection || !m_dialect.has(FirstCounts) || !found.hasSection);
-            if (!isInside)
-                return;
-            if (!everySection && m_dialect.has(LastSectionCounts))
+            if (isInside && !everySection && m_dialect.has(LastSectionCounts))
                 found = {};
-            found.hasSection = true;
-            found.header = entry;
-            insertion = {entry.lines.end};
+            if (isInside)
+                found.enter(entry);
         } else if (isInside) {
-            insertion.add(entry);
-            if (entry.kind == Entry::Key)
-                found.style.add(entry, m_bytes);
-            if (entry.kind == Entry::Key &&
-                (!request.key || hasName(entry, key, *request.key) || mayHaveName(entry, *request.key))) {
-                if (found.header.doubt.level == Doubt::Lines)
-                    entry.doubt = found.header.doubt;
-                if (!everyLine && found.matches.size() > 1)
-                    found.matches.pop_back();
-                found.matches.push_back(entry);
-            }
+            found.movePosition(entry);
+            if (entry.kind != Entry::Key)
+                return;
+            found.style.add(entry, m_bytes);
+            if (!request.key || hasName(entry, key, *request.key) || mayHaveName(entry, *request.key))
+                found.addMatch(entry, everyLine);
         }
     });
-    if (isInside)
-        found.position = insertion.position(m_bytes.size());
+    if (!found.hasSection || (isInside && found.isFree))
+        found.position = m_bytes.size();
     return found;
 }
 

@@ -27,14 +27,25 @@ struct Call
     std::chrono::seconds wait{10};
 
     const std::string& file() const { return operands[0]; }
+    std::optional<std::string> operand(std::size_t index) const
+    {
+        return index < operands.size() ? std::optional(operands[index]) : std::nullopt;
+    }
     bool has(char letter) const { return letters.find(letter) != letters.npos; }
 };
 
 using Edit = std::string (Document::*)(const Request& request) const;
 using Print = std::vector<std::string> (*)(const Call& call, const Document& document);
 
-std::vector<std::string> get(const Call& call, const Document& document);
-std::vector<std::string> list(const Call& call, const Document& document);
+std::vector<std::string> get(const Call& call, const Document& document)
+{
+    return document.values({call.operands[1], call.operands[2]}, call.has('a'));
+}
+
+std::vector<std::string> list(const Call& call, const Document& document)
+{
+    return call.operands.size() > 1 ? document.keys(call.operands[1]) : document.sections();
+}
 
 // A command either prints or edits.
 struct Command
@@ -114,16 +125,6 @@ QByteArray readSource(const Call& call)
     return readAll(file.number(), call.file());
 }
 
-std::vector<std::string> get(const Call& call, const Document& document)
-{
-    return document.values({call.operands[1], call.operands[2]}, call.has('a'));
-}
-
-std::vector<std::string> list(const Call& call, const Document& document)
-{
-    return call.operands.size() > 1 ? document.keys(call.operands[1]) : document.sections();
-}
-
 const Dialect& dialectOf(const Call& call)
 {
     std::error_code ignored; // the path is then taken as it is
@@ -144,18 +145,13 @@ void print(const Command& command, const Call& call)
     writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
 }
 
-std::optional<std::string> operand(const Call& call, std::size_t index)
-{
-    return index < call.operands.size() ? std::optional(call.operands[index]) : std::nullopt;
-}
-
 // Makes one edit, or one for each KEY and VALUE.
 QByteArray edited(const Command& command, const Call& call, const QByteArray& source)
 {
     std::string bytes(viewOf(source));
     std::size_t index = 2;
     do {
-        const Request request = {call.operands[1], operand(call, index), operand(call, index + 1)};
+        const Request request = {call.operands[1], call.operand(index), call.operand(index + 1)};
         if (request.key && request.key->empty())
             throw Failure{Trouble, "the key is empty"};
         bytes = (Document(bytes, dialectOf(call)).*command.edit)(request);

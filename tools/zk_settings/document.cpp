@@ -259,7 +259,7 @@ void Document::require(const Entry& entry, Doubt::Level level) const
 {
     requireLineFeeds(entry.lines);
     if (entry.doubt.level >= level)
-        fail(entry.lines.begin, std::string("ambiguous: ").append(entry.doubt.text));
+        fail(entry.doubt.at, std::string("ambiguous: ").append(entry.doubt.text));
 }
 
 template <typename Visit>
@@ -301,7 +301,7 @@ bool Document::hasName(Entry& entry, const std::string& id, std::string_view nam
     if ((entry.kind == Entry::Header ? m_dialect.sectionId(written) : m_dialect.keyId(written)) != id)
         return false;
     if (m_dialect.has(Cautious) && trimmed(written) != trimmed(name))
-        entry.doubt = {Doubt::Lines, caseDoubt};
+        entry.doubt = {Doubt::Lines, caseDoubt, entry.lines.begin};
     return true;
 }
 
@@ -468,8 +468,12 @@ Splice Document::replacement(const Entry& entry, const Request& request, const S
         return {{entry.name.end, entry.name.end}, separator + value, entry.lines};
     }
     Splice splice = {entry.valueRange(), value, entry.lines};
-    if (entry.value.front().isEmpty() && isOnLine(value))
-        closeGap(entry, splice);
+    const bool fillsGap = entry.value.front().isEmpty() && isOnLine(value);
+    const bool isAtSeparator = splice.old.begin == entry.separator + 1;
+    if (fillsGap && isAtSeparator && contains(whiteSpace, m_bytes[entry.separator - 1]))
+        splice.text.insert(0, 1, ' ');
+    if (fillsGap && entry.note == splice.old.begin)
+        splice.text += ' ';
     if (m_dialect.has(NotesTakeOneMore) && entry.note != none && !contains(whiteSpace, m_bytes[splice.old.end])) {
         splice.old.end = entry.note;
         splice.text += ' ';
@@ -477,20 +481,6 @@ Splice Document::replacement(const Entry& entry, const Request& request, const S
     for (const Range& comment : entry.comments)
         splice.text.append(m_lineEnding).append(withoutLineEnding(comment.of(m_bytes)));
     return splice;
-}
-
-// A value that replaces an empty one goes behind the white space, or before the last blank if a comment follows.
-void Document::closeGap(const Entry& entry, Splice& splice) const
-{
-    const std::size_t begin = entry.separator + 1;
-    const std::size_t end = std::min(m_bytes.find_first_not_of(" \t", begin), m_bytes.size());
-    const bool hasNote = entry.note == end;
-    const std::size_t at = !hasNote ? end : begin + (end > begin + 1 ? 1 : 0);
-    if (at == begin && contains(whiteSpace, m_bytes[entry.separator - 1]))
-        splice.text.insert(0, 1, ' ');
-    if (hasNote && begin == end)
-        splice.text += ' ';
-    splice.old = {at, entry.value.size() == 1 ? at : splice.old.end};
 }
 
 std::string Document::remove(const Request& request) const

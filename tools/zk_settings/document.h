@@ -65,7 +65,6 @@ private:
     std::string encoded(const Request& request, const std::string& indent) const;
     std::string added(const Request& request, const Survey& found, bool first) const;
     Splice replacement(const Entry& entry, const Request& request, const Survey& found) const;
-    void closeGap(const Entry& entry, Splice& splice) const;
     std::vector<Splice> withoutSection(const Request& request) const;
     std::string finished(const std::vector<Splice>& splices, const Request& request) const;
     std::string problemWith(const std::vector<Entry>& lines, const Request& request) const;

@@ -28,8 +28,8 @@ bool Reader::startsWith(const Line& line, std::string_view characters) const
 // Two backslashes mean one.
 bool Reader::endsWithBackslash(const Line& line) const
 {
-    const std::size_t other = m_bytes.substr(0, line.end).find_last_not_of('\\');
-    return (line.end - (other == none ? 0 : other + 1)) % 2 == 1;
+    const std::size_t begin = m_bytes.substr(0, line.end).find_last_not_of('\\') + 1;
+    return (line.end - begin) % 2 == 1;
 }
 
 // An operator such as ">=" is no separator.
@@ -46,7 +46,7 @@ bool Reader::looksLikeKey(const Line& line) const
 void Reader::raise(Entry& entry, Doubt::Level level, const char* text) const
 {
     if (m_dialect.has(Cautious) && level > entry.doubt.level)
-        entry.doubt = {level, text};
+        entry.doubt = {level, text, entry.lines.begin};
 }
 
 bool Reader::next(Entry& entry)
@@ -133,7 +133,7 @@ std::size_t Reader::takeContent(std::size_t begin, const Line& line, Entry& entr
         else if (m_quote != '\0' ? character == m_quote : contains(m_dialect.quotes, character))
             m_quote = m_quote != '\0' ? '\0' : character;
         else if (m_quote == '\0' && contains(m_dialect.notes, character) &&
-                 (m_dialect.has(NotesAnywhere) || (at > 0 && contains(whiteSpace, m_bytes[at - 1]))))
+                 (m_dialect.has(NotesAnywhere) || contains(whiteSpace, m_bytes[at - 1]))) // a line starts otherwise
             return entry.note = at;
     }
     return line.end;
@@ -163,7 +163,7 @@ void Reader::takeKey(const Line& line, Entry& entry)
             entry.value.back().end = end;
         takeContinuation(line, entry);
         if (m_quote != '\0' && m_dialect.has(JoinsByQuote))
-            entry.doubt = {Doubt::Lines, openDoubt};
+            entry.doubt = {Doubt::Lines, openDoubt, line.begin};
     }
     checkKey(entry);
 }

@@ -28,6 +28,7 @@ struct Doubt
 
     Level level = None; ///< Reading: what the value means. Value: also where it ends. Lines: which lines the entry has
     std::string_view text = {};
+    std::size_t at = 0; ///< where the entry starts
 };
 
 /// What a cautious dialect is in doubt about.

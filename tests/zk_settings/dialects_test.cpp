@@ -312,6 +312,7 @@ INSTANTIATE_TEST_SUITE_P(Common, Refuses,
             {"get_in_another_case", "Name=1\n", {"get", "", "name"}, "1: " AMBIGUOUS_CASE},
             {"get_in_another_case_of_the_section", "[A]\nname=1\n", {"get", "a", "name"}, "1: " AMBIGUOUS_CASE},
             {"get_all_in_another_case", "Name=1\nname=2\n", {"all", "", "name"}, "1: " AMBIGUOUS_CASE},
+            {"get_in_another_case_not_utf8", "SCH\xd6N=1\n", {"get", "", "sch\xf6n"}, "1: " AMBIGUOUS_CASE},
             {"get_in_another_case_not_ascii", "SCH\u00d6N=1\n", {"get", "", "sch\u00f6n"}, "1: " AMBIGUOUS_CASE},
 
             {"set_with_a_note", "port = 3306   # default\n", {"set", "", "port", "1"}, "1: " AMBIGUOUS_NOTE},

@@ -62,13 +62,10 @@ constexpr Dialect dialects[] = {
 
 std::string inLowerCase(std::string_view name)
 {
-    const QString text = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
-    if (!text.contains(QChar::ReplacementCharacter)) // is valid UTF-8
-        return text.toCaseFolded().toStdString();
-    std::string lower(name);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-        [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
-    return lower;
+    const auto size = static_cast<qsizetype>(name.size());
+    const QString text = QString::fromUtf8(name.data(), size);
+    const bool isUtf8 = !text.contains(QChar::ReplacementCharacter);
+    return (isUtf8 ? text : QString::fromLatin1(name.data(), size)).toCaseFolded().toStdString();
 }
 
 // The place of the pair with the character on the given side, 0 or 1.

@@ -5,7 +5,6 @@
 #include "support/rows.h"
 
 #include <algorithm>
-#include <sstream>
 
 using namespace std::string_view_literals;
 
@@ -194,20 +193,37 @@ TEST_P(Help, is_printed)
 
 INSTANTIATE_TEST_SUITE_P(On, Help, testing::Values("zk -h", "zk help", "zk help set", "zk set --help", "zk set -h f"));
 
-TEST(HelpText, fits_the_terminal_and_has_a_line_for_each_command)
+TEST(HelpText, fits_the_terminal)
 {
     const TempDir dir;
-    const std::string help = settings(dir.path(), {"--help"}).out;
-    std::istringstream lines(help);
-    for (std::string line; std::getline(lines, line);)
-        EXPECT_LE(line.size(), 80U) << line;
-    for (const char* const text : {"\n  get FILE SECTION KEY ", "\n  set FILE SECTION KEY VALUE [KEY VALUE]... ",
-             "\n  append FILE SECTION KEY VALUE ", "\n  prepend FILE SECTION KEY VALUE ",
-             "\n  remove FILE SECTION [KEY [VALUE]] ", "\n  list FILE [SECTION] ", "\n  --all ", "\n  --create ",
-             "\n  --dialect NAME ", "\n  --no-lock ", "\n  --null ", "\n  --wait SECONDS ", "\n  --help ",
-             "\n  --version ", "common, store, desktop, systemd, python, git, mysql, php",
-             "0 done, 1 no such section, key or value"})
-        EXPECT_NE(help.find(text), std::string::npos) << text;
+    EXPECT_EQ(settings(dir.path(), {"--help"}).out,
+        R"(usage: zk_settings COMMAND [OPTION]... FILE [OPERAND]...
+Reads and edits settings (INI) files. An edit keeps every other byte.
+
+Commands:
+  get FILE SECTION KEY                       print the value
+  set FILE SECTION KEY VALUE [KEY VALUE]...  replace the value, or add the key
+  append FILE SECTION KEY VALUE              add a line after those of the key
+  prepend FILE SECTION KEY VALUE             add a line before those of the key
+  remove FILE SECTION [KEY [VALUE]]          remove a section, or lines of a key
+  list FILE [SECTION]                        print the sections, or their keys
+
+Options:
+  --all           print every value of a repeated key (get)
+  --create        treat a missing FILE as empty
+  --dialect NAME  read FILE in this dialect, whatever its name
+  --no-lock       edit without a lock, on a file system that has none
+  --null          end each printed line with NUL instead of a line feed
+  --wait SECONDS  how long to wait for another edit of FILE (default 10)
+  --help          print this help; also -h
+  --version       print the version
+
+Dialects: common, store, desktop, systemd, python, git, mysql, php.
+SECTION '' is the part before the first header. FILE '-' is standard input;
+the edited file then goes to standard output.
+Exit status: 0 done, 1 no such section, key or value, 2 everything else.
+See man zk_settings.
+)");
 }
 
 TEST(Version, is_that_of_the_library)

@@ -117,6 +117,7 @@ TEST_P(Misses, with_the_name)
     "a backslash may join the next line (--dialect git, systemd) or not (--dialect desktop, mysql, php, python)"
 #define NO_LEADING_KEYS "this kind of file has no keys before the first header"
 #define MAY_NOT_REPEAT "the key exists and may not be repeated"
+#define CHANGES_THE_REST "the rest of the file would be read differently"
 
 INSTANTIATE_TEST_SUITE_P(Common, Reads,
     rowsOf("common",
@@ -331,6 +332,8 @@ INSTANTIATE_TEST_SUITE_P(Common, Refuses,
                 "1: " AMBIGUOUS_BACKSLASH},
             {"remove_in_another_case", "Name=1\nname=2\n", {"remove", "", "name"}, "1: " AMBIGUOUS_CASE},
             {"remove_a_value_with_a_note", "k=a # c\n", {"remove", "", "k", "a"}, "1: " AMBIGUOUS_NOTE},
+            {"remove_what_stands_before_an_indented_header", "[z]\nk=1\n[a]\n  [b]\nm=1\n", {"remove", "a"},
+                CHANGES_THE_REST},
             {"remove_a_section_in_another_case", "[A]\nk=1\n[a]\n", {"remove", "a"}, "1: " AMBIGUOUS_CASE},
             {"remove_with_a_backslash_before_a_key", "k=a \\\nm=1\n", {"remove", "", "k"}, "1: " AMBIGUOUS_BACKSLASH},
 
@@ -411,8 +414,7 @@ INSTANTIATE_TEST_SUITE_P(Store, Refuses,
             {"semicolon", "k=1\n", {"set", "", "k", "a;b"}, "the value would be read as ''"},
             {"semicolon_after_a_blank", "k=1\n", {"set", "", "k", "a ;b"}, "the value would be read as 'a'"},
             {"white_space_around", "k=1\n", {"set", "", "k", "a\t"}, "the value would be read as 'a'"},
-            {"white_space_not_ascii_around", "k=1\n", {"set", "", "k", "\u3000a"},
-                "the rest of the file would be read differently"},
+            {"white_space_not_ascii_around", "k=1\n", {"set", "", "k", "\u3000a"}, CHANGES_THE_REST},
             {"line_break", "k=1\n", {"set", "", "k", "a\nb"}, "the value would be read as 'a'"},
         }),
     rowName);
@@ -496,6 +498,8 @@ INSTANTIATE_TEST_SUITE_P(Systemd, Changes,
     rowsOf("systemd",
         {
             {"joined_lines", "[a]\nk=one \\\n  two\nm=1\n", {"set", "a", "k", "x"}, "[a]\nk=x\nm=1\n"},
+            {"comment_after_a_backslash_at_the_end_stays", "[a]\nk=one\\\n# c\n", {"set", "a", "k", "x"},
+                "[a]\nk=x\\\n# c\n"},
             {"comment_between_joined_lines_stays", "[a]\nk=one\\\n# c\ntwo\nm=1\n", {"set", "a", "k", "x"},
                 "[a]\nk=x\n# c\nm=1\n"},
             {"after_joined_lines_that_are_no_key", "[a]\nx=1\ny \\\n z\n[b]\n", {"set", "a", "k", "v"},
@@ -580,6 +584,8 @@ INSTANTIATE_TEST_SUITE_P(Python, Refuses,
         {
             {"key_before_the_first_header", "", {"set", "", "k", "v"}, NO_LEADING_KEYS},
             {"append_to_a_key", "[a]\nk = 1\n", {"append", "a", "K", "v"}, "2: " MAY_NOT_REPEAT},
+            {"remove_what_stands_before_an_indented_header", "[z]\nk = 1\n[a]\n  [b]\nm = 1\n", {"remove", "a"},
+                CHANGES_THE_REST},
             {"carriage_return_in_another_line", "[a]\n# x\rk=1\n", {"set", "a", "k", "2"},
                 "2: a carriage return inside the line"},
             {"no_break_space_at_the_end", "[a]\nk = 1\n", {"set", "a", "k", "v\u00a0"},

@@ -197,7 +197,8 @@ std::vector<std::string> storeValues(std::string_view bytes, const Request& requ
     return values;
 }
 
-// Returns a hash of the entries outside of the ranges, with their values as written. Keeps those inside.
+// Returns a hash of the entries outside of the ranges: what they are, as written, and how far programs read them
+// differently. Keeps those inside.
 std::size_t hashOutside(
     const std::vector<Range>& ranges, std::string_view bytes, const Dialect& dialect, std::vector<Entry>& inside)
 {
@@ -215,7 +216,7 @@ std::size_t hashOutside(
         }
         const std::size_t end = entry.hasValue() ? entry.valueRange().end : entry.name.end;
         const std::string_view content = Range{entry.name.begin, end}.of(bytes);
-        hash = hash * 31 + std::hash<std::string_view>()(content) + entry.kind;
+        hash = ((hash * 31 + std::hash<std::string_view>()(content)) * 31 + entry.kind) * 31 + entry.doubt.level;
     }
     return hash;
 }

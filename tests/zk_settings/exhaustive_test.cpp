@@ -111,6 +111,27 @@ TEST_P(Exhaustive, edits_change_only_the_value_or_are_refused)
     std::cout << GetParam().name << ' ' << m_edits << " edits, " << m_refusals << " refused\n";
 }
 
+// Python, git and MySQL have bare keys: for them a line that continues a value may be a key.
+TEST(ExhaustiveCommon, edits_change_nothing_else_for_programs_without_bare_keys)
+{
+    int edits = 0;
+    forEachDocument(alphabets[0], 3, [&](const std::string& bytes) {
+        for (const Words& words : {Words{"set", "a", "k", "v"}, Words{"append", "a", "k", "v"},
+                 Words{"prepend", "a", "k", "v"}, Words{"remove", "a", "k"}}) {
+            const std::string after = textOf(*Dialect::find("common", {}), bytes, words);
+            if (after == "absent" || isRefused(after))
+                continue;
+            ++edits;
+            for (const char* const name : {"desktop", "systemd", "php"}) {
+                const Dialect& other = *Dialect::find(name, {});
+                EXPECT_EQ(readingOf(other, after), readingOf(other, bytes))
+                    << name << testing::PrintToString(bytes) << words[0];
+            }
+        }
+    });
+    EXPECT_GT(edits, 1500);
+}
+
 INSTANTIATE_TEST_SUITE_P(, Exhaustive, testing::ValuesIn(alphabets), rowName);
 
 } // namespace

@@ -569,17 +569,16 @@ std::string Document::problemWith(const std::vector<Entry>& lines, const Request
     int keys = 0;
     for (const Entry& entry : lines) {
         const std::string name(entry.name.of(m_bytes));
+        const bool isKey = entry.kind == Entry::Key;
         if (entry.kind == Entry::Header && m_dialect.sectionId(name) != m_dialect.sectionId(request.section))
             return "the section would be read as '" + name + '\'';
-        if (entry.kind != Entry::Key)
-            continue;
-        if (m_dialect.keyId(name) != m_dialect.keyId(*request.key))
+        if (isKey && m_dialect.keyId(name) != m_dialect.keyId(*request.key))
             return "the key would be read as '" + name + '\'';
-        if (valueOf(entry) != *request.value)
+        if (isKey && valueOf(entry) != *request.value)
             return "the value would be read as '" + valueOf(entry) + '\'';
         if (entry.doubt.level >= Doubt::Value)
             return std::string("ambiguous: ").append(entry.doubt.text);
-        ++keys;
+        keys += isKey ? 1 : 0;
     }
     return keys == 1 ? "" : "the key would not be read as one";
 }

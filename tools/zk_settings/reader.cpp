@@ -26,10 +26,10 @@ bool Reader::startsWith(const Line& line, std::string_view characters) const
 }
 
 // Two backslashes mean one.
-bool Reader::endsWithBackslash(const Line& line) const
+bool Reader::endsWithBackslash(std::size_t end) const
 {
-    const std::size_t begin = m_bytes.substr(0, line.end).find_last_not_of('\\') + 1;
-    return (line.end - begin) % 2 == 1;
+    const std::size_t begin = m_bytes.substr(0, end).find_last_not_of('\\') + 1;
+    return (end - begin) % 2 == 1;
 }
 
 // An operator such as ">=" is no separator.
@@ -69,6 +69,11 @@ bool Reader::next(Entry& entry)
         entry.kind = Entry::Comment;
     else if (!line.isBlank() && !takeHeader(line, entry))
         takeKey(line, entry);
+    if (m_mayJoin)
+        raise(entry, Doubt::Lines, backslashDoubt);
+    if (entry.kind != Entry::Comment) // systemd skips comments after a backslash
+        m_mayJoin = entry.kind != Entry::Blank &&
+                    endsWithBackslash(m_bytes.substr(0, entry.lines.end).find_last_not_of("\r\n") + 1);
     m_at = entry.lines.end;
     return true;
 }
@@ -173,7 +178,7 @@ void Reader::takeContinuation(Line line, Entry& entry)
 {
     for (std::size_t end = none; end != entry.lines.end;) {
         end = entry.lines.end;
-        if (m_dialect.has(JoinsByBackslash) && entry.note == none && endsWithBackslash(line))
+        if (m_dialect.has(JoinsByBackslash) && entry.note == none && endsWithBackslash(line.end))
             takeJoined(line, entry);
         else if (m_dialect.has(JoinsByQuote) && m_quote != '\0')
             takeQuoted(line, entry);
@@ -185,9 +190,8 @@ void Reader::takeContinuation(Line line, Entry& entry)
 void Reader::takeJoined(Line& line, Entry& entry)
 {
     Line next = lineAt(line.next);
-    if (next.isBlank() || startsWith(next, m_dialect.comments) || looksLikeKey(next))
-        raise(entry, Doubt::Lines, backslashDoubt);
-    raise(entry, Doubt::Reading, backslashDoubt);
+    const bool isOther = next.isBlank() || startsWith(next, m_dialect.comments) || looksLikeKey(next);
+    raise(entry, isOther ? Doubt::Lines : Doubt::Reading, backslashDoubt);
     if (entry.doubt.level == Doubt::Lines)
         return;
     entry.value.back().end = line.end - 1;
@@ -268,8 +272,8 @@ void Reader::checkKey(Entry& entry) const
     if (!value.empty() && contains("\"'", value.front()) && value.find(value.front(), 1) == none)
         raise(entry, Doubt::Value, quoteDoubt);
     const std::size_t word = value.find_first_of(" \t=");
-    if (m_bytes[entry.separator] == ':' && entry.value.front().begin == entry.separator + 1 && word != none &&
-        contains(value.substr(word, 3), '='))
+    if (m_bytes[entry.separator] == ':' && (word == 0 || entry.value.front().begin == entry.separator + 1) &&
+        word != none && contains(value.substr(word, 3), '='))
         raise(entry, Doubt::Lines, colonDoubt);
 }
 

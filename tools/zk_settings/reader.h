@@ -107,7 +107,7 @@ private:
     Line lineAt(std::size_t begin) const;
     Range trimmed(std::size_t begin, std::size_t end) const;
     bool startsWith(const Line& line, std::string_view characters) const;
-    bool endsWithBackslash(const Line& line) const;
+    bool endsWithBackslash(std::size_t end) const;
     bool looksLikeKey(const Line& line) const;
     std::size_t closingBracket(const Line& line) const;
     std::size_t noteIn(Range range) const;
@@ -126,6 +126,7 @@ private:
     std::string_view m_bytes;
     const Dialect& m_dialect;
     std::size_t m_at = 0;
+    bool m_mayJoin = false;       // a backslash ends the line before
     std::size_t m_indent = none;  // of the last key; none after a header
     char m_quote = '\0';          // that is open
     std::size_t m_closing = none; // a later quote of this kind

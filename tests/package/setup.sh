@@ -46,7 +46,7 @@ as_user() { as_root setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
 
 # The table of scripts/setup.
 eval "$(sed -n '/^packages() {$/,/^}$/p' "$source/scripts/setup")"
-mapfile -t groups < <(sed -n "s/^ *\(\*\|$manager\):\([a-z]*\)).*/\2/p" "$source/scripts/setup")
+mapfile -t groups < <(sed -n "s/^ *\(\*\|$manager\):\([a-z]*\)).*/\2/p" "$source/scripts/setup" | sort -u)
 need() { printf '%s\n' "$@"; }
 want() { printf '%s\n' "$@"; }
 mapfile -t all < <(for group in "${groups[@]}"; do packages "$manager:$group"; done | sort -u)

@@ -1,14 +1,9 @@
 # The packages that scripts/package builds, as .deb and .rpm: the library, its development files, and the tool.
-set(CPACK_PACKAGE_NAME kqsupport)
 set(CPACK_PACKAGE_VENDOR "Zentrak developers")
 set(CPACK_PACKAGE_CONTACT "Zentrak developers <developers@zentrak.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime development)
-if(KQSUPPORT_BUILD_TOOLS)
-  list(APPEND CPACK_COMPONENTS_ALL tools)
-endif()
+get_cmake_property(CPACK_COMPONENTS_ALL COMPONENTS)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that programs link.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, the guide, the examples, and the files for CMake and pkg-config.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "zk_settings reads and edits settings files from the shell.")
@@ -58,7 +53,6 @@ set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_RUNTIME_PACKAGE_NAME libkqsupport${KQSUPPORT_SOVERSION})
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_NAME libkqsupport-devel)
-set(CPACK_RPM_TOOLS_PACKAGE_NAME kqsupport-tools)
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES
   "libkqsupport${KQSUPPORT_SOVERSION}%{?_isa} = %{version}-%{release}, cmake(Qt6Core) >= 6.2, cmake(Qt6Xml) >= 6.2")
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION

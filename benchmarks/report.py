@@ -149,7 +149,6 @@ def picture(edits):
 
 
 def tables(figures, edits):
-    xml = [f"first element, {tag}" for tag in ("first", "last", "absent")] + ["extraction, first", "extraction, last"]
     lines, marks = edits["lines"], {"kept": "✓", "changed": "✗", "refused": "–"}
     kinds = ", ".join(f"{lines.get(kind, 0):,} {text}" for kind, text in KINDS.items())
     return {
@@ -166,9 +165,9 @@ def tables(figures, edits):
             for name, (size, seconds, used) in figures["large"].items()]),
         "held": table(["", "bytes"], [[name.split("/")[1], f"{held:.2f}"] for name, held in figures["held"].items()
                                       if name.endswith("/835000") and "/inih/" not in name]),
-        **{question: by_size(figures["settings"], question, "INIStore") for question in
-           ("load", "lookup", "edit", "write")},
-        **{re.sub(r"\W+", "-", question): by_size(figures["xml"], question, "KQXml") for question in xml}}
+        **{re.sub(r"\W+", "-", question): by_size(figures[which], question, ours)
+           for which, ours in (("settings", "INIStore"), ("xml", "KQXml"))
+           for question in {name.split("/")[0] for name in figures[which]}}}
 
 
 def main():

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -93,7 +94,7 @@ struct LoadedFile
 struct Library
 {
     std::string name;
-    std::unique_ptr<LoadedFile> (*load)(Text path);
+    std::function<std::unique_ptr<LoadedFile>(Text path)> load;
     std::string timed = "load lookup edit write";
     bool hashComments = false; // it refuses a file with `;` comments
 };

@@ -8,7 +8,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <functional>
 #include <list>
 #include <malloc.h>
 

@@ -8,9 +8,9 @@
 #include <glib.h>
 #include <ini.h>
 
-#include <fcntl.h>
+#include <chrono>
+#include <filesystem>
 #include <stdexcept>
-#include <sys/stat.h>
 
 namespace libraries {
 
@@ -51,9 +51,8 @@ struct QtSettings : LoadedFile
 
     static const QString& newlyStamped(Text path)
     {
-        static timespec times[2] = {};
-        ++times[1].tv_sec;
-        utimensat(AT_FDCWD, path.c_str(), times, 0);
+        static std::filesystem::file_time_type time;
+        std::filesystem::last_write_time(path.bytes, time += std::chrono::seconds(1));
         return path.qt;
     }
     // In QSettings, the keys of the section General have no group.
@@ -112,20 +111,14 @@ struct BareParser : LoadedFile
     }
 };
 
-template <typename File>
-std::unique_ptr<LoadedFile> load(Text path)
-{
-    return std::make_unique<File>(path);
-}
-
 } // namespace
 
 const std::vector<Library> all = {
-    {"INIStore", load<Store>},
-    {"SimpleIni", load<Simple>},
-    {"GKeyFile", load<KeyFile>, "load lookup edit write", true},
-    {"QSettings", load<QtSettings>, "load lookup edit"}, // writes only after a change
-    {"inih", load<BareParser>, "load"},
+    {"INIStore", std::make_unique<Store, Text>},
+    {"SimpleIni", std::make_unique<Simple, Text>},
+    {"GKeyFile", std::make_unique<KeyFile, Text>, "load lookup edit write", true},
+    {"QSettings", std::make_unique<QtSettings, Text>, "load lookup edit"}, // writes only after a change
+    {"inih", std::make_unique<BareParser, Text>, "load"},
 };
 
 } // namespace libraries

@@ -26,7 +26,7 @@ struct Call
     std::string dialect; // of --dialect; empty: that of the file
     std::chrono::seconds wait{10};
 
-    const std::string& file() const { return operands[0]; }
+    std::string file() const { return operand(0).value_or(""); }
     std::optional<std::string> operand(std::size_t index) const
     {
         return index < operands.size() ? std::optional(operands[index]) : std::nullopt;
@@ -291,11 +291,10 @@ int main(int argc, char** argv)
         run(argc, argv, call);
         return Done;
     } catch (const Failure& failure) {
-        const std::string& file = failure.file.empty() && !call.operands.empty() ? call.file() : failure.file;
-        report(file, failure.line, failure.text);
+        report(failure.file.empty() ? call.file() : failure.file, failure.line, failure.text);
         return failure.status;
     } catch (const std::bad_alloc&) {
-        report(call.operands.empty() ? std::string() : call.file(), 0, "out of memory");
+        report(call.file(), 0, "out of memory");
         return Trouble;
     }
 }

@@ -657,6 +657,23 @@ TEST_F(Chosen, version_of_another_program_stays_if_it_cannot_be_put_back)
     EXPECT_EQ(folder.names(), left) << "the next edit leaves it";
 }
 
+TEST_F(Chosen, program_that_opens_the_file_in_the_last_moment_writes_the_file)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only the owner and root get a lease");
+    int writer = -1;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        if (call.flags == RENAME_EXCHANGE && writer < 0)
+            writer = open(f.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        return 0;
+    }),
+        "cannot replace: another program has changed it");
+    EXPECT_EQ(write(writer, "k=3\n", 4), 4);
+    close(writer);
+    EXPECT_EQ(readFile(f), "k=3\n");
+    EXPECT_EQ(folder.names(), Names{"f"});
+}
+
 // First a change of the old file is noticed, then another program replaces the new one.
 TEST_F(Chosen, replacement_while_a_change_is_noticed_stays)
 {

@@ -1,7 +1,6 @@
 #include "lockedfile.h"
 
 #include "failure.h"
-#include "lease.h"
 #include "status.h"
 
 #include <algorithm>
@@ -21,6 +20,17 @@ constexpr int existing = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC; // does not wait i
 Failure changed(const std::string& name)
 {
     return {Trouble, "cannot replace: another program has changed it", 0, name};
+}
+
+// Whether another program has the file open for writing. The system tells it to root and the owner, who can otherwise
+// take a lease, and only for a descriptor that cannot write.
+bool isOpenForWriting(int file)
+{
+    std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
+    const bool isOpen =
+        (fcntl(file, F_GETFL) & O_ACCMODE) == O_RDONLY && fcntl(file, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+    fcntl(file, F_SETLEASE, F_UNLCK);
+    return isOpen;
 }
 
 } // namespace
@@ -66,7 +76,12 @@ bool LockedFile::isReady()
     for (const std::string& name : NewFile::leftovers(m_folder, m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
     takeStatus(); // one may have been a second name
-    return !Lease(exists() && m_access.lock ? m_file.number() : -1).isBroken();
+    return !isWritten();
+}
+
+bool LockedFile::isWritten() const
+{
+    return m_access.lock && isOpenForWriting(m_file.number());
 }
 
 void LockedFile::takeStatus()
@@ -209,12 +224,11 @@ void LockedFile::carryOver(NewFile& fresh) const
 
 bool LockedFile::exchange(NewFile& fresh)
 {
-    const Lease lease(m_access.lock ? m_file.number() : -1);
-    if (lease.isBroken() || !isCurrent())
+    if (isWritten() || !isCurrent())
         throw changed(m_name);
     if (!fresh.renameTo(m_base, RENAME_EXCHANGE))
         return renameOver(fresh);
-    if (!lease.isBroken() && leadsTo(fresh.name(), m_file.number(), &m_status, false))
+    if (!isWritten() && leadsTo(fresh.name(), m_file.number(), &m_status, false))
         return true;
     if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
         if (leadsTo(fresh.name(), fresh.number(), nullptr, true))
@@ -273,7 +287,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     } catch (const Failure&) {
         save(copy.emplace(spare, m_base, 0600), bytes);
     }
-    if (Lease(m_access.lock ? m_file.number() : -1).isBroken() || !isCurrent())
+    if (isWritten() || !isCurrent())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
     if (!file.isOpen() || !leadsTo(m_base, m_file.number(), &m_status, false))

@@ -22,7 +22,7 @@ struct Access
 /// |-------------------------------------------------------------|---------|------------------------|
 /// | open FILE; lock it; remove what a killed edit left; read it | old     |                        |
 /// | create NEW; copy owner, attributes and mode; write; flush   | old     | NEW, maybe incomplete  |
-/// | take a lease; check that FILE has not changed               | old     | NEW                    |
+/// | check that nobody writes FILE or has changed it             | old     | NEW                    |
 /// | exchange NEW and FILE; check what came out                  | new     | the old file, as NEW   |
 /// | if that has changed, exchange back; check again             | old     | NEW                    |
 /// | flush the directory; check NEW once more; remove it            | new     | the old file, as NEW   |
@@ -65,6 +65,7 @@ private:
     bool takeLock();
     void takeStatus();
     bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
+    bool isWritten() const; ///< whether another program has it open for writing, if locks are wanted
     bool isCurrent() const; ///< whether m_base is the locked file, and that has not changed
     bool leadsTo(const std::string& name, int file, const struct stat* expected, bool onError) const;
     bool isWhole() const; ///< whether m_base has the old contents

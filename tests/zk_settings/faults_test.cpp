@@ -840,34 +840,53 @@ TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
     EXPECT_EQ(readFile(f), "new\n");
 }
 
-// They found the file just before it was replaced.
-TEST_F(Chosen, late_change_of_the_old_mode_is_carried_over)
+// Another program finds the file just before it is replaced, and changes it while the directory is flushed. Returns the
+// message of the edit.
+template <typename Action>
+std::string editWithLate(const Folder& folder, const Action& act, int error = 0)
 {
-    const int old = open(f.c_str(), O_RDONLY | O_CLOEXEC);
-    EXPECT_EQ(folder.edit("k=2\n",
-                  [&](const SystemCall& call) {
-                      return call.name == "fsync" && readFile(f) == "k=2\n" ? fchmod(old, 0600) : 0;
-                  }),
-        std::nullopt);
-    close(old);
-    EXPECT_EQ(stateOf(f).mode & 07777, 0600u);
+    const auto observer = [&](const SystemCall& call) {
+        if (call.name != "fsync" || readFile(folder.f) != "k=2\n")
+            return 0;
+        act(folder.dir / folder.names()[0]);
+        return error;
+    };
+    return folder.edit("k=2\n", observer).value_or("done");
 }
 
-TEST_F(Chosen, late_writes_to_the_old_file_are_reported)
+TEST_F(Chosen, late_change_of_the_old_mode_is_kept)
 {
-    const std::string message = folder
-                                    .edit([&](const SystemCall& call) {
-                                        if (call.name == "fsync" && readFile(f) == "k=2\n")
-                                            writeFile(folder.dir / folder.names()[0], "k=1\nlate\n");
-                                        return 0;
-                                    })
-                                    .value_or("done");
+    for (const int error : {0, EIO}) { // of the flush
+        EXPECT_EQ(editWithLate(
+                      folder, [](const std::string& old) { chmod(old.c_str(), 0600); }, error),
+            "cannot replace: another program has changed it");
+        EXPECT_EQ(stateOf(f).mode & 07777, 0600u);
+        EXPECT_EQ(readFile(f), "k=1\n");
+        EXPECT_EQ(folder.names(), Names{"f"});
+        chmod(f.c_str(), 0644);
+    }
+}
+
+TEST_F(Chosen, late_writes_to_the_old_file_are_kept)
+{
+    EXPECT_EQ(editWithLate(folder, [](const std::string& old) { writeFile(old, "k=1\nlate\n"); }),
+        "cannot replace: another program has changed it");
+    EXPECT_EQ(readFile(f), "k=1\nlate\n");
+    EXPECT_EQ(folder.names(), Names{"f"});
+}
+
+TEST_F(Chosen, late_writes_to_both_files_are_kept)
+{
+    const std::string message = editWithLate(folder, [this](const std::string& old) {
+        writeFile(old, "k=1\nlate\n");
+        writeFile(f, "k=2\nlater\n");
+    });
     const Names left = folder.names();
     ASSERT_EQ(left.size(), 2u);
     EXPECT_EQ(
         message, "replaced, but another program may have changed it; the file before is " + (folder.dir / left[0]));
     EXPECT_EQ(readFile(folder.dir / left[0]), "k=1\nlate\n");
-    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(readFile(f), "k=2\nlater\n");
 }
 
 TEST_F(Chosen, file_that_is_open_for_writing_is_waited_for)

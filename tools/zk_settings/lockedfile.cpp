@@ -117,14 +117,13 @@ bool LockedFile::isCurrent() const
     return !exists();
 }
 
-// Ignores the time of the last change, which a rename changes.
-bool LockedFile::leadsTo(const std::string& name, int file, const struct stat* expected, bool onError) const
+std::optional<bool> LockedFile::isUnchanged(const std::string& name, int file, const struct stat& before) const
 {
     struct stat named = {};
     struct stat opened = {};
     if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
-        return onError;
-    return identity(named) == identity(opened) && (!expected || isSameState(named, *expected));
+        return std::nullopt;
+    return identity(named) == identity(opened) && isSameState(named, before);
 }
 
 bool LockedFile::isWhole() const
@@ -175,12 +174,6 @@ bool LockedFile::refused(const char* action) const
     return false;
 }
 
-void LockedFile::flushFolder(const NewFile& fresh) const
-{
-    if (!m_folder.flush(fresh.number()))
-        throw systemFailure(m_name, "flush its directory", "; the edit is done, but may not survive a power failure");
-}
-
 void LockedFile::create(const QByteArray& bytes) const
 {
     NewFile fresh(m_folder, m_base, 0666);
@@ -191,7 +184,7 @@ void LockedFile::create(const QByteArray& bytes) const
     if (!fresh.renameTo(m_base, RENAME_NOREPLACE) && (errno == EEXIST || !fresh.linkTo(m_base)))
         throw systemFailure(m_name, "create");
     fresh.remove(); // the name that was linked
-    flushFolder(fresh);
+    finish(fresh, nullptr);
 }
 
 bool LockedFile::replaceByRename(const QByteArray& bytes)
@@ -202,64 +195,59 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     if (!fresh.copyStatus(m_file.number(), m_status))
         return refused("copy its owner and attributes");
     fresh.write(bytes, m_name);
-    flock(fresh.number(), LOCK_EX | LOCK_NB); // the next edit waits until this one is flushed
-    if (!exchange(fresh))
-        return false;
-    flushFolder(fresh);
-    carryOver(fresh);
-    return true;
+    flock(fresh.number(), LOCK_EX | LOCK_NB); // the next edit waits until this one has ended
+    struct stat written = {};
+    if (fstat(fresh.number(), &written) != 0)
+        throw systemFailure(m_name, "write");
+    for (const unsigned flags : {unsigned(RENAME_EXCHANGE), 0U}) { // not every file system can exchange names
+        if (isWritten() || !isCurrent())
+            throw changed(m_name);
+        if (fresh.renameTo(m_base, flags)) {
+            finish(fresh, flags == RENAME_EXCHANGE ? &written : nullptr);
+            return true;
+        }
+    }
+    return renameAgain(fresh);
 }
 
 // Another program may have found the old file just before the exchange, and changed it since.
-void LockedFile::carryOver(NewFile& fresh) const
+void LockedFile::finish(NewFile& fresh, const struct stat* exchanged) const
 {
-    struct stat late = {};
-    if (!m_file.isOpen() || fstat(m_file.number(), &late) != 0)
-        return;
-    if (late.st_nlink > 0 && contents(late) != contents(m_status)) // a plain rename has removed its name
-        keepOld(fresh);
-    if (access(late) != access(m_status))
-        fresh.copyStatus(m_file.number(), late);
+    const bool isFlushed = m_folder.flush(fresh.number());
+    const Failure unflushed =
+        systemFailure(m_name, "flush its directory", "; the edit is done, but may not survive a power failure");
+    if (exchanged && (isWritten() || !isUnchanged(fresh.name(), m_file.number(), m_status).value_or(false)))
+        exchangeBack(fresh, *exchanged);
+    if (!isFlushed)
+        throw unflushed;
 }
 
-bool LockedFile::exchange(NewFile& fresh)
+void LockedFile::exchangeBack(NewFile& fresh, const struct stat& written) const
 {
-    if (isWritten() || !isCurrent())
-        throw changed(m_name);
-    if (!fresh.renameTo(m_base, RENAME_EXCHANGE))
-        return renameOver(fresh);
-    if (!isWritten() && leadsTo(fresh.name(), m_file.number(), &m_status, false))
-        return true;
     if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
-        if (leadsTo(fresh.name(), fresh.number(), nullptr, true))
+        if (isUnchanged(fresh.name(), fresh.number(), written).value_or(true))
             throw changed(m_name);
-        fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has replaced the new file
+        fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has changed or replaced the new file
     }
-    keepOld(fresh);
-}
-
-void LockedFile::keepOld(NewFile& fresh) const
-{
     fresh.appendToName(".old"); // so that the next edit leaves it
     fresh.keep();
     throw Failure{
         Trouble, "replaced, but another program may have changed it; the file before is " + fresh.path(), 0, m_name};
 }
 
-bool LockedFile::renameOver(NewFile& fresh)
+// An SMB server that fails to rename over a file that is open here removes that file when it is closed.
+bool LockedFile::renameAgain(NewFile& fresh)
 {
-    if (!isCurrent())
-        throw changed(m_name);
-    if (fresh.renameTo(m_base, 0))
-        return true;
     const int error = errno;
     const bool isIntact = isWhole();
     errno = error;
     if (isIntact)
         return refused("replace");
-    m_file = Descriptor(); // an SMB server removes a file that is open here when it is closed
-    if (fresh.renameTo(m_base, RENAME_NOREPLACE))
+    m_file = Descriptor();
+    if (fresh.renameTo(m_base, RENAME_NOREPLACE)) {
+        finish(fresh, nullptr);
         return true;
+    }
     fresh.appendToName(".new"); // so that the next edit leaves it
     fresh.keep();
     errno = error;
@@ -290,7 +278,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     if (isWritten() || !isCurrent())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
-    if (!file.isOpen() || !leadsTo(m_base, m_file.number(), &m_status, false))
+    if (!file.isOpen() || !isUnchanged(m_base, m_file.number(), m_status).value_or(false))
         throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
     try {
         overwrite(file.number(), bytes);

@@ -23,9 +23,9 @@ struct Access
 /// | open FILE; lock it; remove what a killed edit left; read it | old     |                        |
 /// | create NEW; copy owner, attributes and mode; write; flush   | old     | NEW, maybe incomplete  |
 /// | check that nobody writes FILE or has changed it             | old     | NEW                    |
-/// | exchange NEW and FILE; check what came out                  | new     | the old file, as NEW   |
-/// | if that has changed, exchange back; check again             | old     | NEW                    |
-/// | flush the directory; check NEW once more; remove it            | new     | the old file, as NEW   |
+/// | exchange NEW and FILE; flush the directory                  | new     | the old file, as NEW   |
+/// | check the old file; if it has changed, exchange back        | new/old | the old file, or NEW   |
+/// | remove NEW                                                  | new     |                        |
 ///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
 /// bytes have been read from FILE: an SMB server may have removed it. Otherwise NEW becomes a COPY, as below. To create
@@ -67,18 +67,18 @@ private:
     bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool isWritten() const; ///< whether another program has it open for writing, if locks are wanted
     bool isCurrent() const; ///< whether m_base is the locked file, and that has not changed
-    bool leadsTo(const std::string& name, int file, const struct stat* expected, bool onError) const;
+    /// Whether `name` is the open file, as it was before. A rename may have changed st_ctim. Nothing on an error.
+    std::optional<bool> isUnchanged(const std::string& name, int file, const struct stat& before) const;
     bool isWhole() const; ///< whether m_base has the old contents
     void removeCopy(const std::string& name) const;
 
     void create(const QByteArray& bytes) const;
-    bool replaceByRename(const QByteArray& bytes); ///< this and the next three: false if refused, but in place may work
-    bool exchange(NewFile& fresh);
-    bool renameOver(NewFile& fresh);
+    bool replaceByRename(const QByteArray& bytes); ///< this and the next two: false if refused, but in place may work
+    bool renameAgain(NewFile& fresh);
     bool refused(const char* action) const;
-    void flushFolder(const NewFile& fresh) const;
-    void carryOver(NewFile& fresh) const;
-    [[noreturn]] void keepOld(NewFile& fresh) const;
+    /// Flushes the directory. After an exchange, `exchanged` is the status of the new file before it.
+    void finish(NewFile& fresh, const struct stat* exchanged) const;
+    [[noreturn]] void exchangeBack(NewFile& fresh, const struct stat& written) const;
     void save(NewFile& copy, const QByteArray& bytes) const;
     void writeInPlace(const QByteArray& bytes) const;
     void overwrite(int file, const QByteArray& bytes) const;

@@ -1,7 +1,6 @@
 #include "lockedfile.h"
 
 #include "failure.h"
-#include "status.h"
 
 #include <algorithm>
 #include <csignal>
@@ -9,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
+#include <tuple>
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
@@ -20,6 +20,12 @@ constexpr int existing = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC; // does not wait i
 Failure changed(const std::string& name)
 {
     return {Trouble, "cannot replace: another program has changed it", 0, name};
+}
+
+// What is compared of the status of a file. A rename changes st_ctim.
+auto state(const struct stat& s)
+{
+    return std::make_tuple(s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec);
 }
 
 // Whether another program has the file open for writing. The system tells it to root and the owner, who can otherwise
@@ -71,17 +77,14 @@ bool LockedFile::isReady()
     if (m_access.lock && !takeLock())
         return false;
     takeStatus();
-    if (!isCurrent()) // otherwise what is left may be of the edit that replaces it
+    const bool isCurrent = exists() ? isUnchanged(m_base, m_file.number(), m_status).value_or(false)
+                                    : faccessat(m_folder.number(), m_base.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0;
+    if (!isCurrent) // otherwise what is left may be of the edit that replaces it
         return false;
     for (const std::string& name : NewFile::leftovers(m_folder, m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
     takeStatus(); // one may have been a second name
     return !isWritten();
-}
-
-bool LockedFile::isWritten() const
-{
-    return m_access.lock && isOpenForWriting(m_file.number());
 }
 
 void LockedFile::takeStatus()
@@ -106,15 +109,18 @@ bool LockedFile::takeLock()
     return isLocked;
 }
 
-bool LockedFile::isCurrent() const
+// Attributes change nothing but st_ctim.
+bool LockedFile::mayBeReplaced() const
 {
-    struct stat named = {};
-    if (fstatat(m_folder.number(), m_base.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0)
-        return exists() && identity(named) == identity(m_status) && isSameState(named, m_status) &&
-               named.st_ctim.tv_sec == m_status.st_ctim.tv_sec && named.st_ctim.tv_nsec == m_status.st_ctim.tv_nsec;
-    if (errno != ENOENT)
-        throw systemFailure(m_name, "open");
-    return !exists();
+    struct stat now = {};
+    return !isWritten() && isUnchanged(m_base, m_file.number(), m_status).value_or(false) &&
+           fstat(m_file.number(), &now) == 0 && now.st_ctim.tv_sec == m_status.st_ctim.tv_sec &&
+           now.st_ctim.tv_nsec == m_status.st_ctim.tv_nsec;
+}
+
+bool LockedFile::isWritten() const
+{
+    return m_access.lock && isOpenForWriting(m_file.number());
 }
 
 std::optional<bool> LockedFile::isUnchanged(const std::string& name, int file, const struct stat& before) const
@@ -123,7 +129,7 @@ std::optional<bool> LockedFile::isUnchanged(const std::string& name, int file, c
     struct stat opened = {};
     if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
         return std::nullopt;
-    return identity(named) == identity(opened) && isSameState(named, before);
+    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && state(named) == state(before);
 }
 
 bool LockedFile::isWhole() const
@@ -200,7 +206,7 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     if (fstat(fresh.number(), &written) != 0)
         throw systemFailure(m_name, "write");
     for (const unsigned flags : {unsigned(RENAME_EXCHANGE), 0U}) { // not every file system can exchange names
-        if (isWritten() || !isCurrent())
+        if (!mayBeReplaced())
             throw changed(m_name);
         if (fresh.renameTo(m_base, flags)) {
             finish(fresh, flags == RENAME_EXCHANGE ? &written : nullptr);
@@ -275,7 +281,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     } catch (const Failure&) {
         save(copy.emplace(spare, m_base, 0600), bytes);
     }
-    if (isWritten() || !isCurrent())
+    if (isWritten())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
     if (!file.isOpen() || !isUnchanged(m_base, m_file.number(), m_status).value_or(false))

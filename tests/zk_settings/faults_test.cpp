@@ -528,7 +528,7 @@ TEST(Order, of_a_write_in_place)
 
 TEST(Order, of_a_creation)
 {
-    EXPECT_EQ(order(Folder(situations[4])), (Names{"write", "fsync", "renameat2", "unlinkat", "fsync directory"}));
+    EXPECT_EQ(order(Folder(situations[4])), (Names{"write", "fsync", "renameat2", "fsync directory", "unlinkat"}));
 }
 
 // An observer that fails the calls of one name.

@@ -2,10 +2,10 @@
 
 #include "failure.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <set>
 #include <sys/file.h>
 #include <thread>
 #include <tuple>
@@ -53,7 +53,7 @@ LockedFile::LockedFile(const std::string& name, const Access& access)
     }
     if (exists())
         m_bytes = readAll(m_file.number(), m_name);
-    for (const std::string& copy : NewFile::leftovers(m_folder, m_base, ".new"))
+    for (const std::string& copy : m_folder.leftovers(m_base, ".new"))
         removeCopy(copy);
 }
 
@@ -81,7 +81,7 @@ bool LockedFile::isReady()
                                     : faccessat(m_folder.number(), m_base.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0;
     if (!isCurrent) // otherwise what is left may be of the edit that replaces it
         return false;
-    for (const std::string& name : NewFile::leftovers(m_folder, m_base, ""))
+    for (const std::string& name : m_folder.leftovers(m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
     takeStatus(); // one may have been a second name
     return !isWritten();
@@ -150,7 +150,7 @@ void LockedFile::removeCopy(const std::string& name) const
     if (!file.isOpen() || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) ||
         (status.st_uid != geteuid() && status.st_uid != m_status.st_uid))
         return;
-    const std::string path = m_folder.path() / name;
+    const std::string path = m_folder.path / name;
     if (readAll(file.number(), path) != m_bytes)
         throw Failure{Trouble,
             "cannot edit: an interrupted edit may have damaged it; copy " + path + " to it, or remove that file", 0,
@@ -174,8 +174,8 @@ void LockedFile::replace(const QByteArray& bytes)
 
 bool LockedFile::refused(const char* action) const
 {
-    const int refusals[] = {EACCES, EPERM, EROFS, EBUSY, EINVAL};
-    if (std::find(std::begin(refusals), std::end(refusals), errno) == std::end(refusals))
+    const std::set<int> refusals = {EACCES, EPERM, EROFS, EBUSY, EINVAL};
+    if (refusals.count(errno) == 0)
         throw systemFailure(m_name, action);
     return false;
 }
@@ -189,7 +189,6 @@ void LockedFile::create(const QByteArray& bytes) const
     // A file that another program has created meanwhile stays.
     if (!fresh.renameTo(m_base, RENAME_NOREPLACE) && (errno == EEXIST || !fresh.linkTo(m_base)))
         throw systemFailure(m_name, "create");
-    fresh.remove(); // the name that was linked
     finish(fresh, nullptr);
 }
 
@@ -260,26 +259,28 @@ bool LockedFile::renameAgain(NewFile& fresh)
     throw systemFailure(m_name, "replace", "; its new contents are in " + fresh.path());
 }
 
-// The copy from which a file that is damaged by a write in place can be restored.
-void LockedFile::save(NewFile& copy, const QByteArray& bytes) const
+// Returns a copy from which a file that is damaged by a write in place can be restored.
+std::unique_ptr<NewFile> LockedFile::save(const Folder& folder, const QByteArray& bytes) const
 {
-    const std::string action = "save a copy in " + copy.folder().path().string();
-    if (!copy.isOpen())
+    const std::string action = "save a copy in " + folder.path.string();
+    auto copy = std::make_unique<NewFile>(folder, m_base, 0600);
+    if (!copy->isOpen())
         throw systemFailure(m_name, action);
-    copy.write(bytes, m_name);
-    if (!copy.appendToName(".new") || !copy.folder().flush(copy.number()))
+    copy->write(bytes, m_name);
+    if (!copy->appendToName(".new") || !folder.flush(copy->number()))
         throw systemFailure(m_name, action);
+    return copy;
 }
 
 void LockedFile::writeInPlace(const QByteArray& bytes) const
 {
     const char* const temporary = std::getenv("TMPDIR");
     const Folder spare(temporary ? temporary : "/var/tmp"); // it survives a restart
-    std::optional<NewFile> copy;
+    std::unique_ptr<NewFile> copy;
     try {
-        save(copy.emplace(m_folder, m_base, 0600), bytes);
+        copy = save(m_folder, bytes);
     } catch (const Failure&) {
-        save(copy.emplace(spare, m_base, 0600), bytes);
+        copy = save(spare, bytes);
     }
     if (isWritten())
         throw changed(m_name);

@@ -4,6 +4,7 @@
 #include "newfile.h"
 
 #include <chrono>
+#include <memory>
 
 /// How to open a file for an edit.
 struct Access
@@ -79,7 +80,7 @@ private:
     /// Flushes the directory. After an exchange, `exchanged` is the status of the new file before it.
     void finish(NewFile& fresh, const struct stat* exchanged) const;
     [[noreturn]] void exchangeBack(NewFile& fresh, const struct stat& written) const;
-    void save(NewFile& copy, const QByteArray& bytes) const;
+    std::unique_ptr<NewFile> save(const Folder& folder, const QByteArray& bytes) const;
     void writeInPlace(const QByteArray& bytes) const;
     void overwrite(int file, const QByteArray& bytes) const;
 

@@ -2,7 +2,7 @@
 
 #include "failure.h"
 
-#include <QRandomGenerator>
+#include <QUuid>
 
 #include <fcntl.h>
 #include <linux/limits.h>
@@ -13,61 +13,71 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t randomSize = 16;
+constexpr int randomSize = 16;
 
 std::string prefix(const std::string& base)
 {
     return '.' + base.substr(0, 200) + ".zk_settings-"; // a name has at most 255 bytes
 }
 
+using Attributes = std::map<std::string, std::string>;
+
 // False on an error, with errno.
-bool readAttributes(int file, std::map<std::string, std::string>& attributes)
+bool readAttributes(int file, Attributes& attributes)
 {
-    std::string list(XATTR_LIST_MAX, '\0');
-    const ssize_t listSize = flistxattr(file, list.data(), list.size());
-    if (listSize < 0)
+    std::string names(XATTR_LIST_MAX, '\0');
+    const ssize_t namesSize = flistxattr(file, names.data(), names.size());
+    if (namesSize < 0)
         return errno == ENOTSUP; // this file system has none
-    list.resize(static_cast<std::size_t>(listSize));
-    for (std::size_t begin = 0; begin < list.size(); begin = list.find('\0', begin) + 1) {
-        std::string value(XATTR_SIZE_MAX, '\0');
-        const ssize_t size = fgetxattr(file, list.c_str() + begin, value.data(), value.size());
+    for (const char* name = names.data(); name < names.data() + namesSize; name += std::strlen(name) + 1) {
+        std::string& value = attributes[name];
+        value.resize(XATTR_SIZE_MAX);
+        const ssize_t size = fgetxattr(file, name, value.data(), value.size());
         if (size < 0)
             return false;
         value.resize(static_cast<std::size_t>(size));
-        attributes[list.c_str() + begin] = value;
     }
     return true;
 }
 
-// The new file may have attributes that it got from its directory.
+// Sets only what differs: some attributes cannot be set, but the new file has the same. Others come from the directory.
 bool copyAttributes(int from, int to)
 {
-    std::map<std::string, std::string> wanted;
-    std::map<std::string, std::string> present;
-    if (!readAttributes(from, wanted) || !readAttributes(to, present))
-        return false;
-    for (const auto& [name, value] : present) {
-        if (wanted.count(name) == 0 && fremovexattr(to, name.c_str()) != 0)
-            return false;
-    }
+    Attributes wanted;
+    Attributes present;
+    bool isDone = readAttributes(from, wanted) && readAttributes(to, present);
     for (const auto& [name, value] : wanted) {
-        const auto found = present.find(name);
-        if ((found == present.end() || found->second != value) &&
-            fsetxattr(to, name.c_str(), value.data(), value.size(), 0) != 0)
-            return false;
+        const bool isThere = present.count(name) != 0 && present[name] == value;
+        isDone = isDone && (isThere || fsetxattr(to, name.c_str(), value.data(), value.size(), 0) == 0);
     }
-    return true;
+    for (const auto& [name, value] : present)
+        isDone = isDone && (wanted.count(name) != 0 || fremovexattr(to, name.c_str()) == 0);
+    return isDone;
 }
 
 } // namespace
 
-Folder::Folder(const fs::path& path)
-    : m_path(path.empty() ? "." : path)
+Folder::Folder(const fs::path& name)
+    : path(name.empty() ? "." : name)
 {
     for (const int access : {O_RDONLY, O_PATH}) { // a directory that cannot be read may allow a new file
         if (!isOpen())
-            Descriptor::operator=(Descriptor(open(m_path.c_str(), access | O_DIRECTORY | O_CLOEXEC)));
+            Descriptor::operator=(Descriptor(open(path.c_str(), access | O_DIRECTORY | O_CLOEXEC)));
     }
+}
+
+std::vector<std::string> Folder::leftovers(const std::string& base, const std::string& ending) const
+{
+    const std::string start = prefix(base);
+    std::vector<std::string> names;
+    std::error_code error; // a directory that cannot be read
+    for (fs::directory_iterator entry(path, error), end; entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        const std::string random = name.substr(std::min(start.size(), name.size()), randomSize);
+        if (random.size() == randomSize && name == (start + random).append(ending))
+            names.push_back(name);
+    }
+    return names;
 }
 
 // Not every file system can flush a directory, and not every user may read it.
@@ -78,24 +88,16 @@ bool Folder::flush(int file) const
 
 NewFile::NewFile(const Folder& folder, const std::string& base, mode_t mode)
     : m_folder(folder)
+    , m_name(prefix(base) + QUuid::createUuid().toByteArray(QUuid::Id128).left(randomSize).toStdString())
 {
-    const QByteArray random = QByteArray::number(QRandomGenerator::system()->generate64(), 16);
-    m_name = prefix(base) + random.rightJustified(randomSize, '0').toStdString();
-    m_file = Descriptor(openat(folder.number(), m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    Descriptor::operator=(
+        Descriptor(openat(folder.number(), m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode)));
 }
 
-std::vector<std::string> NewFile::leftovers(const Folder& folder, const std::string& base, const std::string& ending)
+NewFile::~NewFile()
 {
-    const std::string start = prefix(base);
-    std::vector<std::string> names;
-    std::error_code error; // a directory that cannot be read
-    for (fs::directory_iterator entry(folder.path(), error), end; entry != end; entry.increment(error)) {
-        const std::string name = entry->path().filename();
-        const std::string random = name.substr(std::min(start.size(), name.size()), randomSize);
-        if (random.size() == randomSize && name == (start + random).append(ending))
-            names.push_back(name);
-    }
-    return names;
+    if (isOpen() && !m_isKept)
+        unlinkat(m_folder.number(), m_name.c_str(), 0);
 }
 
 // Sets the mode last, because a change of owner clears some of its bits.
@@ -112,7 +114,7 @@ bool NewFile::copyStatus(int from, const struct stat& status) const
 void NewFile::write(const QByteArray& bytes, const std::string& name) const
 {
     writeAll(number(), bytes, name);
-    flush(number(), name);
+    ::flush(number(), name);
 }
 
 bool NewFile::renameTo(const std::string& name, unsigned flags) const
@@ -130,11 +132,4 @@ bool NewFile::appendToName(const char* ending)
     const bool isDone = renameTo(m_name + ending, 0);
     m_name += isDone ? ending : "";
     return isDone;
-}
-
-void NewFile::remove()
-{
-    if (isOpen() && !m_isKept)
-        unlinkat(m_folder.number(), m_name.c_str(), 0);
-    keep();
 }

@@ -8,54 +8,45 @@
 #include <vector>
 
 /// An open directory.
-class Folder : public Descriptor
+struct Folder : Descriptor
 {
-public:
     Folder() = default;
-    explicit Folder(const std::filesystem::path& path);
+    explicit Folder(const std::filesystem::path& name);
 
-    const std::filesystem::path& path() const { return m_path; }
-    /// Flushes its names. `file` is any open file of the file system. False on an error, with errno.
+    /// Returns the names that edits of the file `base` have left, with this ending.
+    std::vector<std::string> leftovers(const std::string& base, const std::string& ending) const;
+    /// Flushes the names. `file` is any open file of the file system. False on an error, with errno.
     bool flush(int file) const;
 
-private:
-    std::filesystem::path m_path;
+    std::filesystem::path path;
 };
 
 /// A temporary file: `.NAME.zk_settings-RANDOM`, for the file NAME of the directory. Removes itself unless kept.
-class NewFile
+class NewFile : public Descriptor
 {
 public:
     NewFile(const Folder& folder, const std::string& base, mode_t mode);
-    ~NewFile() { remove(); }
+    ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
-    /// Returns the names that edits of the file `base` have left, with this ending.
-    static std::vector<std::string> leftovers(const Folder& folder, const std::string& base, const std::string& ending);
-
-    bool isOpen() const { return m_file.isOpen(); }
-    int number() const { return m_file.number(); }
-    const Folder& folder() const { return m_folder; }
     const std::string& name() const { return m_name; }
-    std::string path() const { return m_folder.path() / m_name; }
+    std::string path() const { return m_folder.path / m_name; }
 
     /// Copies owner, group, extended attributes with ACLs, and mode. Call it before the first write, so that the write
     /// clears the set-user-ID bits as usual. False on an error, with errno.
     bool copyStatus(int from, const struct stat& status) const;
     /// Writes and flushes. `name` is for the message. Throws Failure.
     void write(const QByteArray& bytes, const std::string& name) const;
-    /// Takes a name in the directory, with the flags of renameat2().
+    /// Takes a name in the directory, with the flags of renameat2(). False on an error, with errno; so are the next.
     bool renameTo(const std::string& name, unsigned flags) const;
     bool linkTo(const std::string& name) const;
     bool appendToName(const char* ending);
     void keep() { m_isKept = true; }
-    void remove();
 
 private:
     const Folder& m_folder;
     std::string m_name;
-    Descriptor m_file;
     bool m_isKept = false;
 };
 

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -153,6 +154,12 @@ int faccessat(int folder, const char* path, int mode, int flags) noexcept
 ssize_t readlink(const char* path, char* target, std::size_t size) noexcept
 {
     return pass<ssize_t>(AT_FDCWD, "readlink", path, target, size);
+}
+
+char* realpath(const char* path, char* found) noexcept
+{
+    SystemCall call{"realpath", AT_FDCWD};
+    return happens(call) ? real<char*>("realpath", path, found) : nullptr;
 }
 
 int renameat2(int from, const char* path, int to, const char* target, unsigned flags) noexcept

@@ -62,9 +62,11 @@ void LockedFile::open()
     m_file = Descriptor(::open(m_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!exists() && (errno != ENOENT || !m_access.create))
         throw systemFailure(m_name, "open");
-    const fs::path path = exists() ? fs::canonical(m_name) : fs::path(m_name);
-    std::error_code ignored;
-    if (!exists() && fs::is_symlink(path, ignored)) // as open() with O_CREAT and O_EXCL
+    std::error_code error;
+    const fs::path path = exists() ? fs::canonical(m_name, error) : fs::path(m_name);
+    if (error) // another program has removed it since
+        throw Failure{Trouble, "cannot open: " + error.message(), 0, m_name};
+    if (!exists() && fs::is_symlink(path, error)) // as open() with O_CREAT and O_EXCL
         throw Failure{Trouble, "cannot create: the name is a symbolic link to a missing file", 0, m_name};
     m_base = path.filename();
     m_folder = Folder(path.parent_path());

@@ -22,21 +22,20 @@ Failure changed(const std::string& name)
     return {Trouble, "cannot replace: another program has changed it", 0, name};
 }
 
-// What is compared of the status of a file. A rename changes st_ctim.
-auto state(const struct stat& s)
+struct stat statusOf(int file, const std::string& name)
 {
-    return std::make_tuple(s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec);
+    struct stat status = {};
+    if (fstat(file, &status) != 0)
+        throw systemFailure(name, "open");
+    return status;
 }
 
-// Whether another program has the file open for writing. The system tells it to root and the owner, who can otherwise
-// take a lease, and only for a descriptor that cannot write.
-bool isOpenForWriting(int file)
+// What another program may change.
+auto state(const struct stat& s, bool isRenamed)
 {
-    std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
-    const bool isOpen =
-        (fcntl(file, F_GETFL) & O_ACCMODE) == O_RDONLY && fcntl(file, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
-    fcntl(file, F_SETLEASE, F_UNLCK);
-    return isOpen;
+    const timespec changed = isRenamed ? timespec{} : s.st_ctim;
+    return std::make_tuple(s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec,
+        changed.tv_sec, changed.tv_nsec);
 }
 
 } // namespace
@@ -51,6 +50,8 @@ LockedFile::LockedFile(const std::string& name, const Access& access)
             throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer", 0, m_name};
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+    if (exists() && !S_ISREG(m_status.st_mode))
+        throw Failure{Trouble, "cannot edit: not a regular file", 0, m_name};
     if (exists())
         m_bytes = readAll(m_file.number(), m_name);
     for (const std::string& copy : m_folder.leftovers(m_base, ".new"))
@@ -78,23 +79,17 @@ bool LockedFile::isReady()
 {
     if (m_access.lock && !takeLock())
         return false;
-    takeStatus();
-    const bool isCurrent = exists() ? isUnchanged(m_base, m_file.number(), m_status).value_or(false)
+    if (exists())
+        m_status = statusOf(m_file.number(), m_name);
+    const bool isCurrent = exists() ? isUnchanged(m_base, m_file.number(), m_status, false).value_or(false)
                                     : faccessat(m_folder.number(), m_base.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0;
     if (!isCurrent) // otherwise what is left may be of the edit that replaces it
         return false;
     for (const std::string& name : m_folder.leftovers(m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
-    takeStatus(); // one may have been a second name
+    if (exists()) // one may have been a second name
+        m_status = statusOf(m_file.number(), m_name);
     return !isWritten();
-}
-
-void LockedFile::takeStatus()
-{
-    if (exists() && fstat(m_file.number(), &m_status) != 0)
-        throw systemFailure(m_name, "open");
-    if (exists() && !S_ISREG(m_status.st_mode))
-        throw Failure{Trouble, "cannot edit: not a regular file", 0, m_name};
 }
 
 // On NFS only a file that is open for writing can be locked.
@@ -111,32 +106,32 @@ bool LockedFile::takeLock()
     return isLocked;
 }
 
-// Attributes change nothing but st_ctim.
-bool LockedFile::mayBeReplaced() const
-{
-    struct stat now = {};
-    return !isWritten() && isUnchanged(m_base, m_file.number(), m_status).value_or(false) &&
-           fstat(m_file.number(), &now) == 0 && now.st_ctim.tv_sec == m_status.st_ctim.tv_sec &&
-           now.st_ctim.tv_nsec == m_status.st_ctim.tv_nsec;
-}
-
+// The system refuses a lease while the file is open for writing. Only root and the owner can ask, and only with a
+// descriptor that cannot write.
 bool LockedFile::isWritten() const
 {
-    return m_access.lock && isOpenForWriting(m_file.number());
+    if (!m_access.lock || (fcntl(m_file.number(), F_GETFL) & O_ACCMODE) != O_RDONLY)
+        return false;
+    std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
+    const bool isRefused = fcntl(m_file.number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+    fcntl(m_file.number(), F_SETLEASE, F_UNLCK);
+    return isRefused;
 }
 
-std::optional<bool> LockedFile::isUnchanged(const std::string& name, int file, const struct stat& before) const
+std::optional<bool> LockedFile::isUnchanged(
+    const std::string& name, int file, const struct stat& before, bool isRenamed) const
 {
     struct stat named = {};
     struct stat opened = {};
     if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
         return std::nullopt;
-    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && state(named) == state(before);
+    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino &&
+           state(opened, isRenamed) == state(before, isRenamed);
 }
 
-bool LockedFile::isWhole() const
+bool LockedFile::hasOldBytes(const std::string& name) const
 {
-    const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_RDONLY | existing));
+    const Descriptor file(openat(m_folder.number(), name.c_str(), O_RDONLY | existing));
     try {
         return file.isOpen() && readAll(file.number(), m_name) == m_bytes;
     } catch (const Failure&) {
@@ -147,16 +142,15 @@ bool LockedFile::isWhole() const
 // In a shared directory anyone can create a file of this name.
 void LockedFile::removeCopy(const std::string& name) const
 {
-    const Descriptor file(openat(m_folder.number(), name.c_str(), O_RDONLY | existing));
     struct stat status = {};
-    if (!file.isOpen() || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        (status.st_uid != geteuid() && status.st_uid != m_status.st_uid))
+    const bool isFound = fstatat(m_folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!isFound || !S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != m_status.st_uid))
         return;
-    const std::string path = m_folder.path / name;
-    if (readAll(file.number(), path) != m_bytes)
+    if (!hasOldBytes(name))
         throw Failure{Trouble,
-            "cannot edit: an interrupted edit may have damaged it; copy " + path + " to it, or remove that file", 0,
-            m_name};
+            "cannot edit: an interrupted edit may have damaged it; copy " + (m_folder.path / name).string() +
+                " to it, or remove that file",
+            0, m_name};
     unlinkat(m_folder.number(), name.c_str(), 0);
 }
 
@@ -188,8 +182,10 @@ void LockedFile::create(const QByteArray& bytes) const
     if (!fresh.isOpen())
         throw systemFailure(m_name, "create a file in its directory");
     fresh.write(bytes, m_name);
-    // A file that another program has created meanwhile stays.
-    if (!fresh.renameTo(m_base, RENAME_NOREPLACE) && (errno == EEXIST || !fresh.linkTo(m_base)))
+    const int folder = m_folder.number();
+    const bool isNamed = fresh.renameTo(m_base, RENAME_NOREPLACE) || // not every file system can do that
+                         linkat(folder, fresh.name().c_str(), folder, m_base.c_str(), 0) == 0;
+    if (!isNamed) // another program may have created it meanwhile
         throw systemFailure(m_name, "create");
     finish(fresh, nullptr);
 }
@@ -203,11 +199,9 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
         return refused("copy its owner and attributes");
     fresh.write(bytes, m_name);
     flock(fresh.number(), LOCK_EX | LOCK_NB); // the next edit waits until this one has ended
-    struct stat written = {};
-    if (fstat(fresh.number(), &written) != 0)
-        throw systemFailure(m_name, "write");
+    const struct stat written = statusOf(fresh.number(), m_name);
     for (const unsigned flags : {unsigned(RENAME_EXCHANGE), 0U}) { // not every file system can exchange names
-        if (!mayBeReplaced())
+        if (isWritten() || !isUnchanged(m_base, m_file.number(), m_status, false).value_or(false))
             throw changed(m_name);
         if (fresh.renameTo(m_base, flags)) {
             finish(fresh, flags == RENAME_EXCHANGE ? &written : nullptr);
@@ -223,7 +217,7 @@ void LockedFile::finish(NewFile& fresh, const struct stat* exchanged) const
     const bool isFlushed = m_folder.flush(fresh.number());
     const Failure unflushed =
         systemFailure(m_name, "flush its directory", "; the edit is done, but may not survive a power failure");
-    if (exchanged && (isWritten() || !isUnchanged(fresh.name(), m_file.number(), m_status).value_or(false)))
+    if (exchanged && (isWritten() || !isUnchanged(fresh.name(), m_file.number(), m_status, true).value_or(false)))
         exchangeBack(fresh, *exchanged);
     if (!isFlushed)
         throw unflushed;
@@ -232,7 +226,7 @@ void LockedFile::finish(NewFile& fresh, const struct stat* exchanged) const
 void LockedFile::exchangeBack(NewFile& fresh, const struct stat& written) const
 {
     if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
-        if (isUnchanged(fresh.name(), fresh.number(), written).value_or(true))
+        if (isUnchanged(fresh.name(), fresh.number(), written, true).value_or(true))
             throw changed(m_name);
         fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has changed or replaced the new file
     }
@@ -246,7 +240,7 @@ void LockedFile::exchangeBack(NewFile& fresh, const struct stat& written) const
 bool LockedFile::renameAgain(NewFile& fresh)
 {
     const int error = errno;
-    const bool isIntact = isWhole();
+    const bool isIntact = hasOldBytes(m_base);
     errno = error;
     if (isIntact)
         return refused("replace");
@@ -287,13 +281,13 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     if (isWritten())
         throw changed(m_name);
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
-    if (!file.isOpen() || !isUnchanged(m_base, m_file.number(), m_status).value_or(false))
+    if (!file.isOpen() || !isUnchanged(m_base, m_file.number(), m_status, true).value_or(false))
         throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
     try {
         overwrite(file.number(), bytes);
     } catch (Failure& failure) {
         try {
-            if (!isWhole())
+            if (!hasOldBytes(m_base))
                 overwrite(file.number(), m_bytes);
         } catch (const Failure&) {
             copy->keep();

@@ -64,13 +64,11 @@ public:
 private:
     void open();
     bool takeLock();
-    void takeStatus();
     bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool isWritten() const; ///< whether another program has it open for writing, if locks are wanted
-    bool mayBeReplaced() const; ///< whether m_base is the locked file, nothing of it has changed, and nobody writes it
-    /// Whether `name` is the open file, as it was before. A rename may have changed st_ctim. Nothing on an error.
-    std::optional<bool> isUnchanged(const std::string& name, int file, const struct stat& before) const;
-    bool isWhole() const; ///< whether m_base has the old contents
+    /// Whether `name` is the open file, as it was before, but for what a rename changes. Nothing on an error.
+    std::optional<bool> isUnchanged(const std::string& name, int file, const struct stat& before, bool isRenamed) const;
+    bool hasOldBytes(const std::string& name) const;
     void removeCopy(const std::string& name) const;
 
     void create(const QByteArray& bytes) const;

@@ -122,11 +122,6 @@ bool NewFile::renameTo(const std::string& name, unsigned flags) const
     return renameat2(m_folder.number(), m_name.c_str(), m_folder.number(), name.c_str(), flags) == 0;
 }
 
-bool NewFile::linkTo(const std::string& name) const
-{
-    return linkat(m_folder.number(), m_name.c_str(), m_folder.number(), name.c_str(), 0) == 0;
-}
-
 bool NewFile::appendToName(const char* ending)
 {
     const bool isDone = renameTo(m_name + ending, 0);

@@ -38,9 +38,8 @@ public:
     bool copyStatus(int from, const struct stat& status) const;
     /// Writes and flushes. `name` is for the message. Throws Failure.
     void write(const QByteArray& bytes, const std::string& name) const;
-    /// Takes a name in the directory, with the flags of renameat2(). False on an error, with errno; so are the next.
+    /// Takes a name in the directory, with the flags of renameat2(). False on an error, with errno.
     bool renameTo(const std::string& name, unsigned flags) const;
-    bool linkTo(const std::string& name) const;
     bool appendToName(const char* ending);
     void keep() { m_isKept = true; }
 

@@ -200,15 +200,20 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     fresh.write(bytes, m_name);
     flock(fresh.number(), LOCK_EX | LOCK_NB); // the next edit waits until this one has ended
     const struct stat written = statusOf(fresh.number(), m_name);
-    for (const unsigned flags : {unsigned(RENAME_EXCHANGE), 0U}) { // not every file system can exchange names
-        if (isWritten() || !isUnchanged(m_base, m_file.number(), m_status, false).value_or(false))
-            throw changed(m_name);
-        if (fresh.renameTo(m_base, flags)) {
-            finish(fresh, flags == RENAME_EXCHANGE ? &written : nullptr);
-            return true;
-        }
-    }
-    return renameAgain(fresh);
+    if (rename(fresh, RENAME_EXCHANGE))
+        finish(fresh, &written);
+    else if (rename(fresh, 0) || renameAgain(fresh)) // not every file system can exchange names
+        finish(fresh, nullptr);
+    else
+        return false;
+    return true;
+}
+
+bool LockedFile::rename(const NewFile& fresh, unsigned flags) const
+{
+    if (isWritten() || !isUnchanged(m_base, m_file.number(), m_status, false).value_or(false))
+        throw changed(m_name);
+    return fresh.renameTo(m_base, flags);
 }
 
 // Another program may have found the old file just before the exchange, and changed it since.
@@ -245,10 +250,8 @@ bool LockedFile::renameAgain(NewFile& fresh)
     if (isIntact)
         return refused("replace");
     m_file = Descriptor();
-    if (fresh.renameTo(m_base, RENAME_NOREPLACE)) {
-        finish(fresh, nullptr);
+    if (fresh.renameTo(m_base, RENAME_NOREPLACE))
         return true;
-    }
     fresh.appendToName(".new"); // so that the next edit leaves it
     fresh.keep();
     errno = error;

@@ -19,29 +19,28 @@ struct Access
 /// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its directory. A step that
 /// fails leaves what the step before left, and no NEW.
 ///
-/// | step                                                        | at FILE | if killed, beside it   |
-/// |-------------------------------------------------------------|---------|------------------------|
-/// | open FILE; lock it; remove what a killed edit left; read it | old     |                        |
-/// | create NEW; copy owner, attributes and mode; write; flush   | old     | NEW, maybe incomplete  |
-/// | check that nobody writes FILE or has changed it             | old     | NEW                    |
-/// | exchange NEW and FILE; flush the directory                  | new     | the old file, as NEW   |
-/// | check the old file; if it has changed, exchange back        | new/old | the old file, or NEW   |
-/// | remove NEW                                                  | new     |                        |
+/// | step                                                           | at FILE | if killed, beside it  |
+/// |----------------------------------------------------------------|---------|-----------------------|
+/// | open FILE; lock it; remove what a killed edit left; read it    | old     |                       |
+/// | create NEW; copy owner, attributes and mode; write; flush      | old     | NEW, maybe incomplete |
+/// | check that FILE has not changed; exchange NEW and FILE         | new     | the old file, as NEW  |
+/// | flush the directory                                            | new     | the old file, as NEW  |
+/// | if the old file has changed since, exchange back; remove NEW   | new/old | NEW, old or new       |
 ///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
 /// bytes have been read from FILE: an SMB server may have removed it. Otherwise NEW becomes a COPY, as below. To create
 /// FILE, NEW is renamed or linked to it.
 ///
-/// A file with several hard links, or whose directory or owner allows no new file, is written in place. NEW is in
-/// $TMPDIR or /var/tmp if the directory has no room for it. COPY is NEW with the ending `.new`:
+/// A file with several hard links, or whose directory or owner allows no new file, is written in place. COPY is NEW
+/// with the ending `.new`. It is in $TMPDIR or /var/tmp if the directory has no room for it:
 ///
-/// | step                                                        | at FILE | if killed, beside it   |
-/// |-------------------------------------------------------------|---------|------------------------|
-/// | create NEW; write; flush                                    | old     | NEW, maybe incomplete  |
-/// | rename NEW to COPY; flush the directory                        | old     | COPY                   |
-/// | open FILE for writing; check that it has not changed        | old     | COPY                   |
-/// | write, truncate and flush FILE; if that fails, restore it   | damaged | COPY                   |
-/// | remove COPY                                                 | new     |                        |
+/// | step                                                           | at FILE | if killed, beside it  |
+/// |----------------------------------------------------------------|---------|-----------------------|
+/// | create NEW; write; flush                                       | old     | NEW, maybe incomplete |
+/// | rename NEW to COPY; flush the directory                        | old     | COPY                  |
+/// | open FILE for writing; check that it has not changed           | old     | COPY                  |
+/// | write, truncate and flush FILE; if that fails, restore it      | damaged | COPY                  |
+/// | remove COPY                                                    | new     |                       |
 ///
 /// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
 /// The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its process, so it is never
@@ -63,8 +62,8 @@ public:
 
 private:
     void open();
+    bool isReady(); ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool takeLock();
-    bool isReady();         ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool isWritten() const; ///< whether another program has it open for writing, if locks are wanted
     /// Whether `name` is the open file, as it was before, but for what a rename changes. Nothing on an error.
     std::optional<bool> isUnchanged(const std::string& name, int file, const struct stat& before, bool isRenamed) const;
@@ -72,14 +71,16 @@ private:
     void removeCopy(const std::string& name) const;
 
     void create(const QByteArray& bytes) const;
-    bool replaceByRename(const QByteArray& bytes); ///< this and the next two: false if refused, but in place may work
+    bool replaceByRename(const QByteArray& bytes); ///< this and the next three: false if it may be written in place
+    bool rename(const NewFile& fresh, unsigned flags) const;
     bool renameAgain(NewFile& fresh);
     bool refused(const char* action) const;
     /// Flushes the directory. After an exchange, `exchanged` is the status of the new file before it.
     void finish(NewFile& fresh, const struct stat* exchanged) const;
     [[noreturn]] void exchangeBack(NewFile& fresh, const struct stat& written) const;
-    std::unique_ptr<NewFile> save(const Folder& folder, const QByteArray& bytes) const;
+
     void writeInPlace(const QByteArray& bytes) const;
+    std::unique_ptr<NewFile> save(const Folder& folder, const QByteArray& bytes) const;
     void overwrite(int file, const QByteArray& bytes) const;
 
     std::string m_name; // for messages

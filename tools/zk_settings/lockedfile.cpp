@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <set>
 #include <sys/file.h>
 #include <thread>
 #include <tuple>
@@ -170,8 +169,7 @@ void LockedFile::replace(const QByteArray& bytes)
 
 bool LockedFile::refused(const char* action) const
 {
-    const std::set<int> refusals = {EACCES, EPERM, EROFS, EBUSY, EINVAL};
-    if (refusals.count(errno) == 0)
+    if (errno != EACCES && errno != EPERM && errno != EROFS && errno != EBUSY && errno != EINVAL)
         throw systemFailure(m_name, action);
     return false;
 }
@@ -220,7 +218,7 @@ bool LockedFile::rename(const NewFile& fresh, unsigned flags) const
 void LockedFile::finish(NewFile& fresh, const struct stat* exchanged) const
 {
     const bool isFlushed = m_folder.flush(fresh.number());
-    const Failure unflushed =
+    const Failure unflushed = // built while errno is that of the flush
         systemFailure(m_name, "flush its directory", "; the edit is done, but may not survive a power failure");
     if (exchanged && (isWritten() || !isUnchanged(fresh.name(), m_file.number(), m_status, true).value_or(false)))
         exchangeBack(fresh, *exchanged);

@@ -724,6 +724,33 @@ TEST_F(Chosen, attributes_that_cannot_be_read_are_not_dropped)
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
+// The system may give a new file attributes that nobody can set.
+TEST_F(Chosen, attributes_that_the_new_file_has_already_are_not_set)
+{
+    if (setxattr(f.c_str(), "user.note", "n", 1, 0) != 0)
+        SKIP_OR_FAIL("this file system has no extended attributes");
+    struct stat before = {};
+    struct stat after = {};
+    ASSERT_EQ(stat(f.c_str(), &before), 0);
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        if (call.name == "flistxattr")
+            setxattr((folder.dir / folder.names()[0]).c_str(), "user.note", "n", 1, 0);
+        return call.name == "fsetxattr" ? EPERM : 0;
+    }),
+        std::nullopt);
+    ASSERT_EQ(stat(f.c_str(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino) << "the file is replaced";
+    EXPECT_EQ(attribute(f, "user.note"), "n");
+}
+
+TEST_F(Chosen, attributes_without_a_value_are_kept)
+{
+    if (setxattr(f.c_str(), "user.note", "", 0, 0) != 0)
+        SKIP_OR_FAIL("this file system has no extended attributes");
+    EXPECT_EQ(folder.edit(happen), std::nullopt);
+    EXPECT_EQ(getxattr(f.c_str(), "user.note", nullptr, 0), 0);
+}
+
 TEST_F(Chosen, acl_from_the_directory_that_cannot_be_removed_does_not_stay)
 {
     if (setxattr(folder.dir.path().c_str(), "system.posix_acl_default", acl.data(), acl.size(), 0) != 0)
@@ -770,6 +797,19 @@ TEST_F(Chosen, temporary_files_are_private)
         ASSERT_FALSE(modes.empty());
         EXPECT_EQ(modes[0], 0600u);
     }
+}
+
+// To open a file for writing may change the time of its last change: an overlay copies the file then.
+TEST_F(Chosen, late_change_of_the_attributes_does_not_stop_a_write_in_place)
+{
+    fs::create_hard_link(f, folder.dir / "g");
+    bool isSaved = false;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        isSaved = isSaved || call.name == "renameat2";
+        return isSaved && call.name == "openat" ? chmod(f.c_str(), 0644) : 0;
+    }),
+        std::nullopt);
+    EXPECT_EQ(readFile(folder.dir / "g"), "k=2\n");
 }
 
 TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)

@@ -29,10 +29,10 @@ struct stat statusOf(int file, const std::string& name)
     return status;
 }
 
-// What another program may change.
-auto state(const struct stat& s, bool isRenamed)
+// What another program may change. A rename changes st_ctim too.
+auto state(const struct stat& s, bool exceptTime)
 {
-    const timespec changed = isRenamed ? timespec{} : s.st_ctim;
+    const timespec changed = exceptTime ? timespec{} : s.st_ctim;
     return std::make_tuple(s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size, s.st_mtim.tv_sec, s.st_mtim.tv_nsec,
         changed.tv_sec, changed.tv_nsec);
 }
@@ -118,14 +118,14 @@ bool LockedFile::isWritten() const
 }
 
 std::optional<bool> LockedFile::isUnchanged(
-    const std::string& name, int file, const struct stat& before, bool isRenamed) const
+    const std::string& name, int file, const struct stat& before, bool exceptTime) const
 {
     struct stat named = {};
     struct stat opened = {};
     if (fstatat(m_folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || fstat(file, &opened) != 0)
         return std::nullopt;
     return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino &&
-           state(opened, isRenamed) == state(before, isRenamed);
+           state(opened, exceptTime) == state(before, exceptTime);
 }
 
 bool LockedFile::hasOldBytes(const std::string& name) const
@@ -281,7 +281,7 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     }
     if (isWritten())
         throw changed(m_name);
-    const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing));
+    const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing)); // may change st_ctim
     if (!file.isOpen() || !isUnchanged(m_base, m_file.number(), m_status, true).value_or(false))
         throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
     try {

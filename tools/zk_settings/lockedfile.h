@@ -65,8 +65,9 @@ private:
     bool isReady(); ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool takeLock();
     bool isWritten() const; ///< whether another program has it open for writing, if locks are wanted
-    /// Whether `name` is the open file, as it was before, but for what a rename changes. Nothing on an error.
-    std::optional<bool> isUnchanged(const std::string& name, int file, const struct stat& before, bool isRenamed) const;
+    /// Whether `name` is the open file, as it was before, except for st_ctim if wanted. Nothing on an error.
+    std::optional<bool> isUnchanged(
+        const std::string& name, int file, const struct stat& before, bool exceptTime) const;
     bool hasOldBytes(const std::string& name) const;
     void removeCopy(const std::string& name) const;
 

@@ -812,6 +812,19 @@ TEST_F(Chosen, late_change_of_the_attributes_does_not_stop_a_write_in_place)
     EXPECT_EQ(readFile(folder.dir / "g"), "k=2\n");
 }
 
+TEST_F(Chosen, write_in_place_that_cannot_open_the_file_is_refused)
+{
+    fs::create_hard_link(f, folder.dir / "g");
+    bool isSaved = false;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        isSaved = isSaved || call.name == "renameat2";
+        return isSaved && call.name == "openat" ? EIO : 0;
+    }),
+        "cannot write: Input/output error");
+    EXPECT_EQ(readFile(f), "k=1\n");
+    EXPECT_EQ(folder.names(), (Names{"f", "g"}));
+}
+
 TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
 {
     fs::create_hard_link(f, folder.dir / "g");

@@ -53,7 +53,10 @@ struct Situation
     bool isForeign = false; // it has another owner, an attribute and an ACL
     bool isLinked = false;  // it has two names
     bool isOld = false;     // the file system cannot exchange names, or rename without replacing
+    unsigned type = 0;      // of the file system, unless it is the real one
 };
+
+constexpr unsigned smb = 0xfe534d42;
 
 const Situation situations[] = {
     {"plain", "k=1\n", "k=2\n"},
@@ -63,6 +66,7 @@ const Situation situations[] = {
     {"create", nullptr, "k=2\n"},
     {"plain_without_exchange", "k=1\n", "k=2\n", false, false, true},
     {"create_with_a_link", nullptr, "k=2\n", false, false, true},
+    {"on_smb", "k=1\n", "k=2\n", true, false, true, smb},
 };
 
 // What stat, the attributes and the contents say.
@@ -137,6 +141,7 @@ public:
     std::optional<std::string> edit(const char* bytes, const SystemCalls::Observer& observer = happen) const
     {
         const SystemCalls calls([&](SystemCall& call) {
+            call.type = m_situation.type;
             const int error = observer(call);
             return error == 0 && m_situation.isOld && call.flags != 0 ? EINVAL : error;
         });
@@ -387,7 +392,7 @@ TEST_P(Interferences, are_not_undone)
             bool isInPlace = false;
             std::string name;
             const auto message = folder.edit([&](const SystemCall& call) {
-                isInPlace = isInPlace || (GetParam().isLinked && call.name == "renameat2");
+                isInPlace = isInPlace || ((GetParam().isLinked || GetParam().type == smb) && call.name == "renameat2");
                 const bool isUnseen = !interference.isInStatus && call.name == "renameat2";
                 if (++count == moment && !isUnseen && !isTooLate(call, isInPlace))
                     hasActed = interference.act(folder);
@@ -587,39 +592,43 @@ TEST_F(Chosen, file_system_without_locks_is_refused_and_has_an_option)
     EXPECT_EQ(readFile(f), "k=3\n");
 }
 
-// An SMB server marks a file that somebody has open as removed, fails the rename, and removes the file at its close.
-struct Server
+TEST_F(Chosen, file_on_smb_keeps_its_node_and_is_not_locked_as_a_whole)
 {
-    const std::string& f;
-    int secondError; // of the rename to the free name
-    int renames = 0;
-
-    int operator()(const SystemCall& call)
-    {
-        if (call.name != "renameat2")
-            return 0;
-        ++renames;
-        if (call.flags == RENAME_EXCHANGE)
-            return EINVAL;
-        if (call.flags == RENAME_NOREPLACE)
-            return secondError;
-        return unlink(f.c_str()) == 0 ? EACCES : 0;
-    }
-};
-
-TEST_F(Chosen, rename_that_fails_and_removes_the_file_is_repeated)
-{
-    Server server{f, 0};
-    EXPECT_EQ(folder.edit(std::ref(server)), std::nullopt);
-    EXPECT_EQ(server.renames, 3);
+    const auto node = [&] {
+        struct stat status = {};
+        return stat(f.c_str(), &status) == 0 ? status.st_ino : 0;
+    };
+    const ino_t before = node();
+    int locks = 0;
+    const auto onSmb = [&](SystemCall& call) {
+        call.type = smb;
+        locks += call.name == "flock";
+        return 0;
+    };
+    EXPECT_EQ(folder.edit("k=2\n", onSmb), std::nullopt);
     EXPECT_EQ(readFile(f), "k=2\n");
-    EXPECT_EQ(folder.names(), Names{"f"});
+    EXPECT_EQ(node(), before);
+    EXPECT_EQ(locks, 0);
+
+    const SystemCalls calls(onSmb);
+    const LockedFile first(f, {std::chrono::seconds(0)});
+    try {
+        const LockedFile second(f, {std::chrono::seconds(0)});
+        ADD_FAILURE() << "two edits at once";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.text, "cannot lock: another process is editing it; --wait waits longer");
+    }
 }
 
-TEST_F(Chosen, new_contents_stay_if_the_file_is_gone)
+TEST_F(Chosen, new_contents_stay_if_a_failed_rename_removes_the_file)
 {
-    Server server{f, EIO};
-    const std::string message = folder.edit(std::ref(server)).value_or("done");
+    const std::string message = folder
+                                    .edit([&](const SystemCall& call) {
+                                        if (call.name != "renameat2")
+                                            return 0;
+                                        return call.flags != 0 ? EINVAL : unlink(f.c_str()) == 0 ? EACCES : 0;
+                                    })
+                                    .value_or("done");
     const Names left = folder.names();
     ASSERT_EQ(left.size(), 1u);
     EXPECT_EQ(message, "cannot replace: Permission denied; its new contents are in " + (folder.dir / left[0]));

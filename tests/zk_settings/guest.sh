@@ -93,7 +93,8 @@ edits() {
     chmod 640 f 2>/dev/null && mode=$(stat -c %a f)
     setfattr -n user.note -v n f 2>/dev/null && note=n || note=
     expect 'a second edit' '' zk set f '' k 3
-    expect 'the contents' 'k=3' cat f
+    expect 'an edit without a lock' '' zk set --no-lock f '' k 4
+    expect 'the contents' 'k=4' cat f
     expect 'the mode' "$mode" stat -c %a f
     [[ ! $note ]] || expect 'the attribute' n getfattr -n user.note --only-values f
     expect 'a new file' '' zk set --create new '' k 1
@@ -103,7 +104,7 @@ edits() {
     fi
     rm -f g new
     exec 3>>f
-    echo "$system: while the file is open for writing: $(zk set --wait 0 f '' k 4 2>&1 || true)"
+    echo "$system: while the file is open for writing: $(zk set --wait 0 f '' k 5 2>&1 || true)"
     exec 3>&-
 }
 

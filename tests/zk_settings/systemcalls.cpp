@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -119,6 +120,15 @@ int syncfs(int file) noexcept
 int ftruncate(int file, off_t size) noexcept
 {
     return pass(file, "ftruncate", file, size);
+}
+
+int fstatfs(int file, struct statfs* system) noexcept
+{
+    SystemCall call{"fstatfs", file};
+    const int result = happens(call) ? real<int>("fstatfs", file, system) : -1;
+    if (call.type != 0)
+        system->f_type = call.type;
+    return result;
 }
 
 int flock(int file, int operation) noexcept

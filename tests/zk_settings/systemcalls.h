@@ -12,6 +12,7 @@ struct SystemCall
     int descriptor;       ///< its first argument if that is a file, else AT_FDCWD
     unsigned flags = 0;   ///< of renameat2
     std::size_t size = 0; ///< of write; may be reduced
+    unsigned type = 0;    ///< of fstatfs: the file system to report, unless 0
 };
 
 /// While it lives, `observe` sees every system call on files. It returns 0 to let it happen, or the error with which it

@@ -5,7 +5,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <limits>
 #include <sys/file.h>
+#include <sys/vfs.h>
 #include <thread>
 #include <tuple>
 
@@ -27,6 +29,15 @@ struct stat statusOf(int file, const std::string& name)
     if (fstat(file, &status) != 0)
         throw systemFailure(name, "open");
     return status;
+}
+
+bool isOnSmb(int file, const std::string& name)
+{
+    struct statfs system = {};
+    if (fstatfs(file, &system) != 0)
+        throw systemFailure(name, "open");
+    const auto type = static_cast<unsigned>(system.f_type);
+    return type == 0xff534d42 || type == 0xfe534d42; // older kernels return the first for all versions
 }
 
 // What another program may change. A rename changes st_ctim too.
@@ -62,6 +73,7 @@ void LockedFile::open()
     m_file = Descriptor(::open(m_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!exists() && (errno != ENOENT || !m_access.create))
         throw systemFailure(m_name, "open");
+    m_isOnSmb = exists() && isOnSmb(m_file.number(), m_name);
     std::error_code error;
     const fs::path path = exists() ? fs::canonical(m_name, error) : fs::path(m_name);
     if (error) // another program has removed it since
@@ -91,16 +103,27 @@ bool LockedFile::isReady()
     return !isWritten();
 }
 
-// On NFS only a file that is open for writing can be locked.
+// On SMB a locked file cannot be read or written elsewhere, but the last byte that it may have is never used.
+bool LockedFile::tryLock() const
+{
+    const int file = (exists() ? m_file : m_folder).number();
+    struct flock byte = {};
+    byte.l_type = F_WRLCK;
+    byte.l_start = std::numeric_limits<off_t>::max() - 1;
+    byte.l_len = 1;
+    return (m_isOnSmb ? fcntl(file, F_OFD_SETLK, &byte) : flock(file, LOCK_EX | LOCK_NB)) == 0;
+}
+
+// On NFS and SMB only a file that is open for writing can be locked.
 bool LockedFile::takeLock()
 {
-    const auto tryLock = [this] { return flock((exists() ? m_file : m_folder).number(), LOCK_EX | LOCK_NB) == 0; };
-    bool isLocked = tryLock();
-    if (!isLocked && errno == EBADF && exists()) {
+    bool isLocked = !m_isOnSmb && tryLock();
+    if (m_isOnSmb || (!isLocked && errno == EBADF && exists())) {
         m_file = Descriptor(openat(m_folder.number(), m_base.c_str(), O_RDWR | existing));
         isLocked = m_file.isOpen() && tryLock();
     }
-    if (!isLocked && errno != EWOULDBLOCK)
+    const bool isBusy = errno == EWOULDBLOCK || (errno == EACCES && m_isOnSmb && m_file.isOpen());
+    if (!isLocked && !isBusy)
         throw systemFailure(m_name, "lock", "; --no-lock edits without a lock");
     return isLocked;
 }
@@ -163,7 +186,7 @@ void LockedFile::replace(const QByteArray& bytes)
         return create(bytes);
     if (faccessat(m_folder.number(), m_base.c_str(), W_OK, AT_EACCESS) != 0)
         throw systemFailure(m_name, "write");
-    if (m_status.st_nlink > 1 || !replaceByRename(bytes))
+    if (m_isOnSmb || m_status.st_nlink > 1 || !replaceByRename(bytes))
         writeInPlace(bytes);
 }
 
@@ -188,7 +211,7 @@ void LockedFile::create(const QByteArray& bytes) const
     finish(fresh, nullptr);
 }
 
-bool LockedFile::replaceByRename(const QByteArray& bytes)
+bool LockedFile::replaceByRename(const QByteArray& bytes) const
 {
     NewFile fresh(m_folder, m_base, 0600);
     if (!fresh.isOpen())
@@ -200,10 +223,10 @@ bool LockedFile::replaceByRename(const QByteArray& bytes)
     const struct stat written = statusOf(fresh.number(), m_name);
     if (rename(fresh, RENAME_EXCHANGE))
         finish(fresh, &written);
-    else if (rename(fresh, 0) || renameAgain(fresh)) // not every file system can exchange names
+    else if (rename(fresh, 0)) // not every file system can exchange names
         finish(fresh, nullptr);
     else
-        return false;
+        return keepUnlessIntact(fresh);
     return true;
 }
 
@@ -239,17 +262,14 @@ void LockedFile::exchangeBack(NewFile& fresh, const struct stat& written) const
         Trouble, "replaced, but another program may have changed it; the file before is " + fresh.path(), 0, m_name};
 }
 
-// An SMB server that fails to rename over a file that is open here removes that file when it is closed.
-bool LockedFile::renameAgain(NewFile& fresh)
+// After a rename that failed. A server may have removed the old file all the same.
+bool LockedFile::keepUnlessIntact(NewFile& fresh) const
 {
     const int error = errno;
     const bool isIntact = hasOldBytes(m_base);
     errno = error;
     if (isIntact)
         return refused("replace");
-    m_file = Descriptor();
-    if (fresh.renameTo(m_base, RENAME_NOREPLACE))
-        return true;
     fresh.appendToName(".new"); // so that the next edit leaves it
     fresh.keep();
     errno = error;

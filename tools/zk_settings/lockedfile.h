@@ -28,11 +28,12 @@ struct Access
 /// | if the old file has changed since, exchange back; remove NEW   | new/old | NEW, old or new       |
 ///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
-/// bytes have been read from FILE: an SMB server may have removed it. Otherwise NEW becomes a COPY, as below. To create
-/// FILE, NEW is renamed or linked to it.
+/// bytes have been read from FILE. Otherwise NEW becomes a COPY, as below. To create FILE, NEW is renamed or linked to
+/// it.
 ///
-/// A file with several hard links, or whose directory or owner allows no new file, is written in place. COPY is NEW
-/// with the ending `.new`. It is in $TMPDIR or /var/tmp if the directory has no room for it:
+/// A file is written in place if it has several hard links, if its directory or owner allows no new file, or if it is
+/// on SMB: the server removes a file that is renamed over while a program has it open. COPY is NEW with the ending
+/// `.new`. It is in $TMPDIR or /var/tmp if the directory has no room for it:
 ///
 /// | step                                                           | at FILE | if killed, beside it  |
 /// |----------------------------------------------------------------|---------|-----------------------|
@@ -64,6 +65,7 @@ private:
     void open();
     bool isReady(); ///< locks; false if the file is locked, open for writing, or replaced by another process
     bool takeLock();
+    bool tryLock() const;
     bool isWritten() const; ///< whether another program has it open for writing, if locks are wanted
     /// Whether `name` is the open file, as it was before, except for st_ctim if wanted. Nothing on an error.
     std::optional<bool> isUnchanged(
@@ -72,9 +74,10 @@ private:
     void removeCopy(const std::string& name) const;
 
     void create(const QByteArray& bytes) const;
-    bool replaceByRename(const QByteArray& bytes); ///< this and the next three: false if it may be written in place
+    bool replaceByRename(
+        const QByteArray& bytes) const; ///< this and the next three: false if it may be written in place
     bool rename(const NewFile& fresh, unsigned flags) const;
-    bool renameAgain(NewFile& fresh);
+    bool keepUnlessIntact(NewFile& fresh) const;
     bool refused(const char* action) const;
     /// Flushes the directory. After an exchange, `exchanged` is the status of the new file before it.
     void finish(NewFile& fresh, const struct stat* exchanged) const;
@@ -89,6 +92,7 @@ private:
     Folder m_folder;
     std::string m_base; // the name in the directory, which is no symbolic link
     Descriptor m_file;  // not open while the file is missing
+    bool m_isOnSmb = false;
     struct stat m_status = {};
     QByteArray m_bytes;
 };

@@ -103,6 +103,11 @@ State stateOf(const std::string& path)
         attribute(path, "system.posix_acl_access")};
 }
 
+bool contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
 constexpr char change[] = "x=1\n"; // of another program
 
 int happen(const SystemCall&)
@@ -147,7 +152,7 @@ public:
         });
         try {
             LockedFile file(f, {std::chrono::seconds(0), !m_situation.before});
-            file.replace(file.bytes().contains(change) ? QByteArray(bytes) + change : QByteArray(bytes));
+            file.replace(contains(file.bytes(), change) ? bytes + std::string(change) : bytes);
             return std::nullopt;
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.status, Trouble);
@@ -223,11 +228,6 @@ public:
 private:
     const Situation& m_situation;
 };
-
-bool contains(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
 
 // Checks the file, and what the next edit makes of it.
 void expectWhatIsSaid(const Folder& folder, const std::optional<std::string>& message)

@@ -27,29 +27,29 @@ void occupyStandardDescriptors()
 }
 
 // No call is repeated after EINTR: the program has no signal handlers, so the kernel continues a call after a stop.
-QByteArray readAll(int descriptor, const std::string& name)
+std::string readAll(int descriptor, const std::string& name)
 {
-    constexpr qsizetype pieceSize = 256 * 1024;
-    QByteArray bytes;
+    constexpr std::size_t pieceSize = 256 * 1024;
+    std::string bytes;
     while (true) {
-        const qsizetype size = bytes.size();
+        const std::size_t size = bytes.size();
         bytes.resize(size + pieceSize);
         const ssize_t count = read(descriptor, bytes.data() + size, pieceSize);
         if (count < 0)
             throw systemFailure(name, "read");
-        bytes.resize(size + count);
-        if (count == 0 || bytes.indexOf('\0', size) >= 0)
+        bytes.resize(size + static_cast<std::size_t>(count));
+        if (count == 0 || bytes.find('\0', size) != bytes.npos)
             return bytes;
     }
 }
 
-void writeAll(int descriptor, const QByteArray& bytes, const std::string& name)
+void writeAll(int descriptor, std::string_view bytes, const std::string& name)
 {
-    for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t count = write(descriptor, bytes.data() + done, static_cast<std::size_t>(bytes.size() - done));
+    while (!bytes.empty()) {
+        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
         if (count < 0)
             throw systemFailure(name, "write");
-        done += count;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
     }
 }
 

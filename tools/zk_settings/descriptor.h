@@ -1,10 +1,9 @@
 #ifndef ZK_SETTINGS_DESCRIPTOR_H
 #define ZK_SETTINGS_DESCRIPTOR_H
 
-#include <QByteArray>
-
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -44,10 +43,10 @@ void occupyStandardDescriptors();
 
 /// Reads to the end, or to the first piece that contains a NUL byte: a settings file has none, but a device may send
 /// them without end. `name` is for the message. Throws Failure.
-QByteArray readAll(int descriptor, const std::string& name);
+std::string readAll(int descriptor, const std::string& name);
 
 /// Writes every byte at the descriptor's offset. `name` is for the message. Throws Failure.
-void writeAll(int descriptor, const QByteArray& bytes, const std::string& name);
+void writeAll(int descriptor, std::string_view bytes, const std::string& name);
 
 /// Flushes the file to the disk. `name` is for the message. Throws Failure.
 void flush(int descriptor, const std::string& name);

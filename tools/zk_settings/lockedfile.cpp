@@ -176,7 +176,7 @@ void LockedFile::removeCopy(const std::string& name) const
     unlinkat(m_folder.number(), name.c_str(), 0);
 }
 
-void LockedFile::replace(const QByteArray& bytes)
+void LockedFile::replace(const std::string& bytes)
 {
     if (exists() && bytes == m_bytes)
         return;
@@ -197,7 +197,7 @@ bool LockedFile::refused(const char* action) const
     return false;
 }
 
-void LockedFile::create(const QByteArray& bytes) const
+void LockedFile::create(const std::string& bytes) const
 {
     NewFile fresh(m_folder, m_base, 0666);
     if (!fresh.isOpen())
@@ -211,7 +211,7 @@ void LockedFile::create(const QByteArray& bytes) const
     finish(fresh, nullptr);
 }
 
-bool LockedFile::replaceByRename(const QByteArray& bytes) const
+bool LockedFile::replaceByRename(const std::string& bytes) const
 {
     NewFile fresh(m_folder, m_base, 0600);
     if (!fresh.isOpen())
@@ -277,7 +277,7 @@ bool LockedFile::keepUnlessIntact(NewFile& fresh) const
 }
 
 // Returns a copy from which a file that is damaged by a write in place can be restored.
-std::unique_ptr<NewFile> LockedFile::save(const Folder& folder, const QByteArray& bytes) const
+std::unique_ptr<NewFile> LockedFile::save(const Folder& folder, const std::string& bytes) const
 {
     const std::string action = "save a copy in " + folder.path.string();
     auto copy = std::make_unique<NewFile>(folder, m_base, 0600);
@@ -289,7 +289,7 @@ std::unique_ptr<NewFile> LockedFile::save(const Folder& folder, const QByteArray
     return copy;
 }
 
-void LockedFile::writeInPlace(const QByteArray& bytes) const
+void LockedFile::writeInPlace(const std::string& bytes) const
 {
     const char* const temporary = std::getenv("TMPDIR");
     const Folder spare(temporary ? temporary : "/var/tmp"); // it survives a restart
@@ -318,12 +318,12 @@ void LockedFile::writeInPlace(const QByteArray& bytes) const
     }
 }
 
-void LockedFile::overwrite(int file, const QByteArray& bytes) const
+void LockedFile::overwrite(int file, const std::string& bytes) const
 {
     if (lseek(file, 0, SEEK_SET) != 0)
         throw systemFailure(m_name, "write");
     writeAll(file, bytes, m_name);
-    if (ftruncate(file, bytes.size()) != 0)
+    if (ftruncate(file, static_cast<off_t>(bytes.size())) != 0)
         throw systemFailure(m_name, "write");
     flush(file, m_name);
 }

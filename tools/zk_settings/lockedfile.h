@@ -54,12 +54,12 @@ public:
 
     bool exists() const { return m_file.isOpen(); }
     /// Empty if the file does not exist.
-    const QByteArray& bytes() const { return m_bytes; }
+    const std::string& bytes() const { return m_bytes; }
 
     /// Makes `bytes` the contents, unless they already are. Throws Failure on an error; the old contents stay unless it
     /// says otherwise. From then on the process ignores SIGHUP, SIGINT, SIGQUIT and SIGTERM, so that it ends with the
     /// status of the edit.
-    void replace(const QByteArray& bytes);
+    void replace(const std::string& bytes);
 
 private:
     void open();
@@ -73,9 +73,9 @@ private:
     bool hasOldBytes(const std::string& name) const;
     void removeCopy(const std::string& name) const;
 
-    void create(const QByteArray& bytes) const;
+    void create(const std::string& bytes) const;
     bool replaceByRename(
-        const QByteArray& bytes) const; ///< this and the next three: false if it may be written in place
+        const std::string& bytes) const; ///< this and the next three: false if it may be written in place
     bool rename(const NewFile& fresh, unsigned flags) const;
     bool keepUnlessIntact(NewFile& fresh) const;
     bool refused(const char* action) const;
@@ -83,9 +83,9 @@ private:
     void finish(NewFile& fresh, const struct stat* exchanged) const;
     [[noreturn]] void exchangeBack(NewFile& fresh, const struct stat& written) const;
 
-    void writeInPlace(const QByteArray& bytes) const;
-    std::unique_ptr<NewFile> save(const Folder& folder, const QByteArray& bytes) const;
-    void overwrite(int file, const QByteArray& bytes) const;
+    void writeInPlace(const std::string& bytes) const;
+    std::unique_ptr<NewFile> save(const Folder& folder, const std::string& bytes) const;
+    void overwrite(int file, const std::string& bytes) const;
 
     std::string m_name; // for messages
     Access m_access;
@@ -94,7 +94,7 @@ private:
     Descriptor m_file;  // not open while the file is missing
     bool m_isOnSmb = false;
     struct stat m_status = {};
-    QByteArray m_bytes;
+    std::string m_bytes;
 };
 
 #endif

@@ -115,7 +115,7 @@ void report(const std::string& file, int line, const std::string& text)
     throw Failure{Trouble, problem + "; see zk_settings --help"};
 }
 
-QByteArray readSource(const Call& call)
+std::string readSource(const Call& call)
 {
     if (const auto descriptor = namedDescriptor(call.file()))
         return readAll(*descriptor, call.file());
@@ -131,24 +131,18 @@ const Dialect& dialectOf(const Call& call)
     return *Dialect::find(call.dialect, std::filesystem::absolute(call.file(), ignored).string());
 }
 
-std::string_view viewOf(const QByteArray& bytes)
-{
-    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
-
 void print(const Command& command, const Call& call)
 {
-    const QByteArray source = readSource(call);
+    const std::string source = readSource(call);
     std::string text;
-    for (const std::string& line : command.print(call, Document(viewOf(source), dialectOf(call))))
+    for (const std::string& line : command.print(call, Document(source, dialectOf(call))))
         text += line + (call.has('n') ? '\0' : '\n');
-    writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
+    writeAll(STDOUT_FILENO, text, "standard output");
 }
 
 // Makes one edit, or one for each KEY and VALUE.
-QByteArray edited(const Command& command, const Call& call, const QByteArray& source)
+std::string edited(const Command& command, const Call& call, std::string bytes)
 {
-    std::string bytes(viewOf(source));
     std::size_t index = 2;
     do {
         const Request request = {call.operands[1], call.operand(index), call.operand(index + 1)};
@@ -157,7 +151,7 @@ QByteArray edited(const Command& command, const Call& call, const QByteArray& so
         bytes = (Document(bytes, dialectOf(call)).*command.edit)(request);
         index += 2;
     } while (index < call.operands.size());
-    return QByteArray::fromStdString(bytes);
+    return bytes;
 }
 
 void edit(const Command& command, const Call& call)
@@ -240,7 +234,7 @@ bool printText(const Call& call)
     if (!call.has('h') && !call.has('v'))
         return false;
     const std::string text = call.has('h') ? help() : std::string("zk_settings ") + ZK_SETTINGS_VERSION + '\n';
-    writeAll(STDOUT_FILENO, QByteArray::fromStdString(text), "standard output");
+    writeAll(STDOUT_FILENO, text, "standard output");
     return true;
 }
 

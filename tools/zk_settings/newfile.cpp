@@ -111,7 +111,7 @@ bool NewFile::copyStatus(int from, const struct stat& status) const
            fchmod(number(), status.st_mode & 07777) == 0;
 }
 
-void NewFile::write(const QByteArray& bytes, const std::string& name) const
+void NewFile::write(const std::string& bytes, const std::string& name) const
 {
     writeAll(number(), bytes, name);
     ::flush(number(), name);

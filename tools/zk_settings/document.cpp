@@ -469,6 +469,8 @@ Splice Document::replacement(const Entry& entry, const Request& request, const S
         return {{entry.name.end, entry.name.end}, separator + value, entry.lines};
     }
     Splice splice = {entry.valueRange(), value, entry.lines};
+    if (m_dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
+        splice.old.end = entry.lines.begin + withoutLineEnding(entry.lines.of(m_bytes)).size();
     const bool fillsGap = entry.value.front().isEmpty() && isOnLine(value);
     const bool isAtSeparator = splice.old.begin == entry.separator + 1;
     if (fillsGap && isAtSeparator && contains(whiteSpace, m_bytes[entry.separator - 1]))

@@ -5,8 +5,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kqsupport)
 
 install(TARGETS kqsupport EXPORT kqsupport
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
-install(DIRECTORY ${PROJECT_BINARY_DIR}/include/
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
+list(TRANSFORM KQSUPPORT_GENERATED_HEADERS PREPEND ${PROJECT_BINARY_DIR}/include/ OUTPUT_VARIABLE generated)
+install(FILES ${generated} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kqsupport COMPONENT development)
 foreach(header ${KQSUPPORT_HEADERS})
   get_filename_component(directory ${header} DIRECTORY)
   install(FILES ${PROJECT_SOURCE_DIR}/${header}

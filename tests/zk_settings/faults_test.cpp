@@ -809,7 +809,7 @@ TEST_F(Chosen, temporary_files_are_private)
 }
 
 // To open a file for writing may change the time of its last change: an overlay copies the file then.
-TEST_F(Chosen, late_change_of_the_attributes_does_not_stop_a_write_in_place)
+TEST_F(Chosen, late_change_of_the_time_alone_does_not_stop_a_write_in_place)
 {
     fs::create_hard_link(f, folder.dir / "g");
     bool isSaved = false;
@@ -819,6 +819,22 @@ TEST_F(Chosen, late_change_of_the_attributes_does_not_stop_a_write_in_place)
     }),
         std::nullopt);
     EXPECT_EQ(readFile(folder.dir / "g"), "k=2\n");
+}
+
+TEST_F(Chosen, file_that_is_opened_for_writing_before_a_write_in_place_is_refused)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only the owner and root get a lease");
+    fs::create_hard_link(f, folder.dir / "g");
+    int writer = -1;
+    EXPECT_EQ(folder.edit([&](const SystemCall& call) {
+        if (call.name == "renameat2")
+            writer = open(f.c_str(), O_WRONLY | O_CLOEXEC);
+        return 0;
+    }),
+        "cannot replace: another program has changed it");
+    close(writer);
+    EXPECT_EQ(readFile(f), "k=1\n");
 }
 
 TEST_F(Chosen, write_in_place_that_cannot_open_the_file_is_refused)
@@ -935,6 +951,22 @@ TEST_F(Chosen, late_writes_to_the_old_file_are_kept)
         "cannot replace: another program has changed it");
     EXPECT_EQ(readFile(f), "k=1\nlate\n");
     EXPECT_EQ(folder.names(), Names{"f"});
+}
+
+TEST_F(Chosen, return_of_the_old_file_is_flushed)
+{
+    Names calls;
+    const auto message = folder.edit([&](const SystemCall& call) {
+        struct stat status = {};
+        const bool isFlush = call.name == "fsync" && fstat(call.descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+        if (isFlush && calls.size() == 1)
+            writeFile(folder.dir / folder.names()[0], "k=1\nlate\n"); // the old file, behind a dot
+        if (isFlush || call.name == "renameat2")
+            calls.push_back(call.name);
+        return 0;
+    });
+    EXPECT_EQ(message, "cannot replace: another program has changed it");
+    EXPECT_EQ(calls, (Names{"renameat2", "fsync", "renameat2", "fsync"}));
 }
 
 TEST_F(Chosen, late_writes_to_both_files_are_kept)

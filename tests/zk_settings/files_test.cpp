@@ -441,6 +441,19 @@ TEST_F(Files, with_a_planted_copy_of_another_user_are_edited)
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
+TEST_F(Files, with_a_copy_that_root_has_left_are_refused)
+{
+    if (geteuid() != 0)
+        SKIP_OR_FAIL("only root can act as two users");
+    writeFile(dir / ".f.zk_settings-0123456789abcdef.new", "k=root\n");
+    EXPECT_EQ(chown(f.c_str(), 65534, 65534), 0);
+    fs::permissions(f, fs::perms(0666));
+    fs::permissions(dir.path(), fs::perms(0777));
+    EXPECT_NE(
+        errorAsOrdinaryUser("zk set f '' k 2").find("an interrupted edit may have damaged it"), std::string::npos);
+    EXPECT_EQ(readFile(f), "k=1\n");
+}
+
 TEST_F(Files, in_a_folder_that_cannot_be_read_are_replaced)
 {
     if (geteuid() != 0)

@@ -132,7 +132,7 @@ bool LockedFile::takeLock()
 // descriptor that cannot write.
 bool LockedFile::isWritten() const
 {
-    if (!m_access.lock || (fcntl(m_file.number(), F_GETFL) & O_ACCMODE) != O_RDONLY)
+    if (!exists() || !m_access.lock || (fcntl(m_file.number(), F_GETFL) & O_ACCMODE) != O_RDONLY)
         return false;
     std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
     const bool isRefused = fcntl(m_file.number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
@@ -166,7 +166,8 @@ void LockedFile::removeCopy(const std::string& name) const
 {
     struct stat status = {};
     const bool isFound = fstatat(m_folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-    if (!isFound || !S_ISREG(status.st_mode) || (status.st_uid != geteuid() && status.st_uid != m_status.st_uid))
+    const bool isTrusted = status.st_uid == 0 || status.st_uid == geteuid() || status.st_uid == m_status.st_uid;
+    if (!isFound || !S_ISREG(status.st_mode) || !isTrusted)
         return;
     if (!hasOldBytes(name))
         throw Failure{Trouble,
@@ -252,8 +253,10 @@ void LockedFile::finish(NewFile& fresh, const struct stat* exchanged) const
 void LockedFile::exchangeBack(NewFile& fresh, const struct stat& written) const
 {
     if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
-        if (isUnchanged(fresh.name(), fresh.number(), written, true).value_or(true))
+        if (isUnchanged(fresh.name(), fresh.number(), written, true).value_or(true)) {
+            m_folder.flush(fresh.number());
             throw changed(m_name);
+        }
         fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has changed or replaced the new file
     }
     fresh.appendToName(".old"); // so that the next edit leaves it

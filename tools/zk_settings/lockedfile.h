@@ -27,6 +27,8 @@ struct Access
 /// | flush the directory                                            | new     | the old file, as NEW  |
 /// | if the old file has changed since, exchange back; remove NEW   | new/old | NEW, old or new       |
 ///
+/// If another program has changed the new file too, the old one stays as NEW with the ending `.old`.
+///
 /// If the file system cannot exchange names, NEW is renamed over FILE. If that fails, NEW is removed only after the old
 /// bytes have been read from FILE. Otherwise NEW becomes a COPY, as below. To create FILE, NEW is renamed or linked to
 /// it.
@@ -74,11 +76,11 @@ private:
     void removeCopy(const std::string& name) const;
 
     void create(const std::string& bytes) const;
-    bool replaceByRename(
-        const std::string& bytes) const; ///< this and the next three: false if it may be written in place
-    bool rename(const NewFile& fresh, unsigned flags) const;
+    // These three return false if the file may be written in place.
+    bool replaceByRename(const std::string& bytes) const;
     bool keepUnlessIntact(NewFile& fresh) const;
     bool refused(const char* action) const;
+    bool rename(const NewFile& fresh, unsigned flags) const;
     /// Flushes the directory. After an exchange, `exchanged` is the status of the new file before it.
     void finish(NewFile& fresh, const struct stat* exchanged) const;
     [[noreturn]] void exchangeBack(NewFile& fresh, const struct stat& written) const;

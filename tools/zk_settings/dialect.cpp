@@ -64,8 +64,9 @@ std::string inLowerCase(std::string_view name)
 {
     const auto size = static_cast<qsizetype>(name.size());
     const QString text = QString::fromUtf8(name.data(), size);
-    const bool isUtf8 = !text.contains(QChar::ReplacementCharacter);
-    return (isUtf8 ? text : QString::fromLatin1(name.data(), size)).toCaseFolded().toStdString();
+    if (text.contains(QChar::ReplacementCharacter)) // is not UTF-8
+        return QString::fromLatin1(name.data(), size).toLower().toLatin1().toStdString();
+    return text.toCaseFolded().toStdString();
 }
 
 // The place of the pair with the character on the given side, 0 or 1.

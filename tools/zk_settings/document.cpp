@@ -86,8 +86,10 @@ struct Survey
 
     // New keys go after the last key, and after text that may belong to it. In a section without keys they go after the
     // first comment; but a comment with no blank line before the next header belongs to that header.
-    void movePosition(const Entry& entry)
+    void add(const Entry& entry, std::string_view bytes)
     {
+        if (entry.kind == Entry::Key)
+            style.add(entry, bytes);
         const bool isBehindKey = entry.kind == Entry::Text && !isFree && entry.lines.begin == position;
         if (entry.kind == Entry::Key || isBehindKey)
             position = entry.lines.end;
@@ -104,8 +106,6 @@ struct Survey
         if (!all && matches.size() > 1)
             matches.pop_back();
         matches.push_back(entry);
-        if (header.doubt.level == Doubt::Lines)
-            matches.back().doubt = header.doubt;
     }
 
     /// The match whose value counts.
@@ -320,22 +320,27 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     Survey found;
     found.hasSection = section.empty();
     bool isInside = found.hasSection;
+    Doubt doubt; // of the header; one in doubt may not end the section before
     forEachEntry([&](Entry& entry) {
+        const bool mayBeInside = isInside || doubt.level == Doubt::Lines;
         if (entry.kind == Entry::Header) {
             isInside = hasName(entry, section, request.section) &&
                        (everySection || !m_dialect.has(FirstCounts) || !found.hasSection);
             if (isInside && !everySection && m_dialect.has(LastSectionCounts))
                 found = {};
+            doubt = isInside || mayBeInside ? entry.doubt : Doubt();
             if (isInside)
                 found.enter(entry);
-        } else if (isInside) {
-            found.movePosition(entry);
-            if (entry.kind != Entry::Key)
-                return;
-            found.style.add(entry, m_bytes);
-            if (!request.key || hasName(entry, key, *request.key) || mayHaveName(entry, *request.key))
-                found.addMatch(entry, everyLine);
+            return;
         }
+        if (isInside)
+            found.add(entry, m_bytes);
+        const bool isKey = entry.kind == Entry::Key && (isInside || (mayBeInside && request.key));
+        if (!isKey || (request.key && !hasName(entry, key, *request.key) && !mayHaveName(entry, *request.key)))
+            return;
+        if (doubt.level == Doubt::Lines)
+            entry.doubt = doubt;
+        found.addMatch(entry, everyLine);
     });
     if (!found.hasSection || (isInside && found.isFree))
         found.position = m_bytes.size();
@@ -578,6 +583,8 @@ std::string Document::problemWith(const std::vector<Entry>& lines, const Request
             return "the key would be read as '" + name + '\'';
         if (isKey && valueOf(entry) != *request.value)
             return "the value would be read as '" + valueOf(entry) + '\'';
+        if (entry.doubt.level >= Doubt::Value && entry.doubt.at < entry.lines.begin)
+            require(entry, Doubt::Value); // names a line that is not new
         if (entry.doubt.level >= Doubt::Value)
             return std::string("ambiguous: ").append(entry.doubt.text);
         keys += isKey ? 1 : 0;

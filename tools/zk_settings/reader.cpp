@@ -69,11 +69,13 @@ bool Reader::next(Entry& entry)
         entry.kind = Entry::Comment;
     else if (!line.isBlank() && !takeHeader(line, entry))
         takeKey(line, entry);
-    if (m_mayJoin)
+    if (m_backslash != none && entry.doubt.level != Doubt::Lines) {
         raise(entry, Doubt::Lines, backslashDoubt);
+        entry.doubt.at = m_backslash;
+    }
+    const auto end = [&] { return m_bytes.substr(0, entry.lines.end).find_last_not_of("\r\n") + 1; };
     if (entry.kind != Entry::Comment) // systemd skips comments after a backslash
-        m_mayJoin = entry.kind != Entry::Blank &&
-                    endsWithBackslash(m_bytes.substr(0, entry.lines.end).find_last_not_of("\r\n") + 1);
+        m_backslash = entry.kind != Entry::Blank && endsWithBackslash(end()) ? line.begin : none;
     m_at = entry.lines.end;
     return true;
 }
@@ -121,9 +123,10 @@ bool Reader::takeHeader(const Line& line, Entry& entry)
         raise(entry, Doubt::Lines, headerDoubt);
     if (m_bytes.substr(0, line.end).rfind(']') != close)
         raise(entry, Doubt::Lines, bracketDoubt);
-    if (line.indent() > m_indent)
+    if (m_dialect.has(Cautious) && line.indent() > m_indent) // keys below it may continue the value, too
         raise(entry, Doubt::Lines, indentDoubt);
-    m_indent = none;
+    else
+        m_indent = none;
     return true;
 }
 

@@ -126,10 +126,10 @@ private:
     std::string_view m_bytes;
     const Dialect& m_dialect;
     std::size_t m_at = 0;
-    bool m_mayJoin = false;       // a backslash ends the line before
-    std::size_t m_indent = none;  // of the last key; none after a header
-    char m_quote = '\0';          // that is open
-    std::size_t m_closing = none; // a later quote of this kind
+    std::size_t m_backslash = none; // where the line before starts, if it ends with a backslash
+    std::size_t m_indent = none;    // of the last key; none after a header
+    char m_quote = '\0';            // that is open
+    std::size_t m_closing = none;   // a later quote of this kind
 };
 
 #endif

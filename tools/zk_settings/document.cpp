@@ -320,7 +320,7 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     Survey found;
     found.hasSection = section.empty();
     bool isInside = found.hasSection;
-    Doubt doubt; // of the header; one in doubt may not end the section before
+    Doubt doubt; // of the header above; a header in doubt may be a part of a value, which does not end the section
     forEachEntry([&](Entry& entry) {
         const bool mayBeInside = isInside || doubt.level == Doubt::Lines;
         if (entry.kind == Entry::Header) {

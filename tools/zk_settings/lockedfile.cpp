@@ -103,7 +103,7 @@ bool LockedFile::isReady()
     return !isWritten();
 }
 
-// On SMB a locked file cannot be read or written elsewhere, but the last byte that it may have is never used.
+// On SMB a lock on the whole file keeps other programs from reading it. A lock on a byte that no file has does not.
 bool LockedFile::tryLock() const
 {
     const int file = (exists() ? m_file : m_folder).number();

@@ -25,7 +25,7 @@ struct Access
 /// | create NEW; copy owner, attributes and mode; write; flush      | old     | NEW, maybe incomplete |
 /// | check that FILE has not changed; exchange NEW and FILE         | new     | the old file, as NEW  |
 /// | flush the directory                                            | new     | the old file, as NEW  |
-/// | if the old file has changed since, exchange back; remove NEW   | new/old | NEW, old or new       |
+/// | if the old file has changed, exchange back, flush; remove NEW  | new/old | NEW, old or new       |
 ///
 /// If another program has changed the new file too, the old one stays as NEW with the ending `.old`.
 ///

@@ -64,7 +64,15 @@ struct Splice
 {
     Range old;
     std::string text;
-    Range lines; ///< that are read differently afterwards; empty for new lines
+};
+
+/// Where an edit writes a value: at the first or last line of the key, in a new section, or nowhere.
+enum class Place
+{
+    First,
+    Last,
+    NewSection,
+    Nowhere
 };
 
 /// What a document has of a section and a key.
@@ -75,6 +83,7 @@ struct Survey
     std::vector<Entry> matches; ///< the lines of the key, or of all keys
     std::size_t position = 0;   ///< of a new key
     bool isFree = true;         ///< whether the section has neither a key nor a blank line yet
+    std::size_t hash = 0;       ///< the sum over all entries of the document
     Style style;                ///< of the section
 
     void enter(const Entry& entry)
@@ -197,30 +206,6 @@ std::vector<std::string> storeValues(std::string_view bytes, const Request& requ
     return values;
 }
 
-// Returns a hash of the entries outside of the ranges: what they are, as written, and how far programs read them
-// differently. Keeps those inside.
-std::size_t hashOutside(
-    const std::vector<Range>& ranges, std::string_view bytes, const Dialect& dialect, std::vector<Entry>& inside)
-{
-    std::size_t hash = 0;
-    auto range = ranges.begin();
-    Reader reader(bytes, dialect);
-    for (Entry entry; reader.next(entry);) {
-        while (range != ranges.end() && (range->isEmpty() || range->end <= entry.lines.begin))
-            ++range;
-        if (entry.kind == Entry::Blank || entry.kind == Entry::Comment)
-            continue;
-        if (range != ranges.end() && entry.lines.end > range->begin) {
-            inside.push_back(entry);
-            continue;
-        }
-        const std::size_t end = entry.hasValue() ? entry.valueRange().end : entry.name.end;
-        const std::string_view content = Range{entry.name.begin, end}.of(bytes);
-        hash = ((hash * 31 + std::hash<std::string_view>()(content)) * 31 + entry.kind) * 31 + entry.doubt.level;
-    }
-    return hash;
-}
-
 } // namespace
 
 Document::Document(std::string_view bytes, const Dialect& dialect)
@@ -321,7 +306,9 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     found.hasSection = section.empty();
     bool isInside = found.hasSection;
     Doubt doubt; // of the header above; a header in doubt may be a part of a value, which does not end the section
+    std::size_t hash = 0;
     forEachEntry([&](Entry& entry) {
+        hash += entry.hash;
         const bool mayBeInside = isInside || doubt.level == Doubt::Lines;
         if (entry.kind == Entry::Header) {
             isInside = hasName(entry, section, request.section) &&
@@ -344,6 +331,7 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     });
     if (!found.hasSection || (isInside && found.isFree))
         found.position = m_bytes.size();
+    found.hash = hash;
     return found;
 }
 
@@ -379,22 +367,23 @@ std::string Document::set(const Request& request) const
 {
     const Survey found = survey(request);
     if (found.matches.empty())
-        return added(request, found, false);
+        return added(request, found, Place::Last);
     const Entry& entry = found.counting(m_dialect);
     require(entry, Doubt::Value);
     if (entry.hasValue() && valueOf(entry) == *request.value)
         return std::string(m_mark).append(m_bytes);
-    return finished({replacement(entry, request, found)}, request);
+    const Place place = m_dialect.has(FirstCounts) ? Place::First : Place::Last;
+    return finished({replacement(entry, request, found)}, request, found.hash - entry.hash, place);
 }
 
 std::string Document::append(const Request& request) const
 {
-    return added(request, survey(request), false);
+    return added(request, survey(request), Place::Last);
 }
 
 std::string Document::prepend(const Request& request) const
 {
-    return added(request, survey(request), true);
+    return added(request, survey(request), Place::First);
 }
 
 // Returns the style of the section, or else of the file.
@@ -423,7 +412,7 @@ bool Document::hasBlankLineBeforeHeaders() const
     return balance > 0 && before != Entry::Blank;
 }
 
-std::string Document::added(const Request& request, const Survey& found, bool first) const
+std::string Document::added(const Request& request, const Survey& found, Place place) const
 {
     if (m_dialect.has(NeedsHeader) && request.section.empty())
         throw Failure{Trouble, "this kind of file has no keys before the first header"};
@@ -440,13 +429,17 @@ std::string Document::added(const Request& request, const Survey& found, bool fi
     Style style = styleOf(found);
     std::size_t at = found.position;
     if (!found.matches.empty()) {
-        const Entry& neighbour = first ? found.matches.front() : found.matches.back();
-        at = first ? neighbour.lines.begin : neighbour.lines.end;
+        const bool isFirst = place == Place::First;
+        const Entry& neighbour = isFirst ? found.matches.front() : found.matches.back();
+        at = isFirst ? neighbour.lines.begin : neighbour.lines.end;
         style.add(neighbour, m_bytes);
     }
     const std::string value = encoded(request, style.indent());
     text += style.indent() + *request.key + style.separator(*request.key, isOnLine(value)) + value + lineEnding;
-    const std::string bytes = finished({{{at, at}, text, {at, at}}}, request);
+    if (at > 0 && m_bytes[at - 1] != '\n')
+        text.insert(0, lineEnding);
+    const std::string bytes =
+        finished({{{at, at}, text}}, request, found.hash, found.hasSection ? place : Place::NewSection);
     if (!found.hasSection && !Dialect::accepts(m_dialect.sections, request.section))
         throw Failure{Trouble, "the section " + request.section + " is not valid in this kind of file"};
     if (found.matches.empty() && !Dialect::accepts(m_dialect.keys, *request.key))
@@ -471,9 +464,9 @@ Splice Document::replacement(const Entry& entry, const Request& request, const S
     const std::string value = encoded(request, style.indent());
     if (!entry.hasValue()) {
         const std::string separator = styleOf(found).separator(entry.name.of(m_bytes), isOnLine(value));
-        return {{entry.name.end, entry.name.end}, separator + value, entry.lines};
+        return {{entry.name.end, entry.name.end}, separator + value};
     }
-    Splice splice = {entry.valueRange(), value, entry.lines};
+    Splice splice = {entry.valueRange(), value};
     if (m_dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
         splice.old.end = entry.lines.begin + withoutLineEnding(entry.lines.of(m_bytes)).size();
     const bool fillsGap = entry.value.front().isEmpty() && isOnLine(value);
@@ -494,8 +487,9 @@ Splice Document::replacement(const Entry& entry, const Request& request, const S
 std::string Document::remove(const Request& request) const
 {
     if (!request.key && !request.section.empty())
-        return finished(withoutSection(request), request);
+        return withoutSection(request);
     const Survey found = survey(request, true, true);
+    std::size_t rest = found.hash;
     std::vector<Splice> splices;
     for (const Entry& entry : found.matches) {
         require(entry, request.value ? Doubt::Reading : Doubt::Lines);
@@ -504,23 +498,25 @@ std::string Document::remove(const Request& request) const
         Range old = entry.lines;
         if (old.begin > 0 && m_bytes[old.begin - 1] != '\n') // it follows a header on its line
             old.end = old.begin + withoutLineEnding(old.of(m_bytes)).size();
-        splices.push_back({old, "", old});
+        splices.push_back({old, ""});
+        rest -= entry.hash;
     }
     if (splices.empty())
         failAbsent(request, found);
-    return finished(splices, request);
+    return finished(splices, request, rest, Place::Nowhere);
 }
 
 // A comment with no blank line before the next header belongs to that header.
-std::vector<Splice> Document::withoutSection(const Request& request) const
+std::string Document::withoutSection(const Request& request) const
 {
     const std::string id = m_dialect.sectionId(request.section);
     std::vector<Splice> splices;
+    std::size_t rest = 0;
     std::size_t comment = none;
     bool isInside = false;
     const auto endAt = [&](std::size_t end) {
         if (isInside)
-            splices.back().old.end = splices.back().lines.end = end;
+            splices.back().old.end = end;
     };
     forEachEntry([&](Entry& entry) {
         if (entry.kind == Entry::Header) {
@@ -528,68 +524,50 @@ std::vector<Splice> Document::withoutSection(const Request& request) const
             isInside = hasName(entry, id, request.section);
             if (isInside) {
                 require(entry, Doubt::Lines);
-                splices.push_back({entry.lines, "", entry.lines});
+                splices.push_back({entry.lines, ""});
             }
         }
+        rest += isInside ? 0 : entry.hash;
         comment = entry.kind == Entry::Comment ? std::min(comment, entry.lines.begin) : none;
     });
     endAt(m_bytes.size());
     if (splices.empty())
         throw absent(request, false);
-    return splices;
+    return finished(splices, request, rest, Place::Nowhere);
 }
 
-// Makes the new document, and reads both to see that only the request has changed.
-std::string Document::finished(const std::vector<Splice>& splices, const Request& request) const
+// Makes the new document, and reads it to see that only the request has changed. `rest` is the hash of everything else.
+std::string Document::finished(
+    const std::vector<Splice>& splices, const Request& request, std::size_t rest, Place place) const
 {
-    std::string bytes;
-    std::vector<Range> oldLines;
-    std::vector<Range> newLines;
+    std::string bytes(m_mark);
     std::size_t taken = 0;
     for (const Splice& splice : splices) {
-        bytes.append(m_bytes, taken, splice.old.begin - taken);
-        if (splice.lines.isEmpty() && !bytes.empty() && bytes.back() != '\n')
-            bytes += m_lineEnding;
-        const std::size_t begin = bytes.size() - (splice.old.begin - splice.lines.begin);
-        bytes += splice.text;
+        bytes.append(m_bytes, taken, splice.old.begin - taken).append(splice.text);
         taken = splice.old.end;
-        oldLines.push_back(splice.lines);
-        newLines.push_back({begin, bytes.size() + (splice.lines.end - splice.old.end)});
     }
     bytes.append(m_bytes, taken);
-    std::vector<Entry> inside;
-    const std::size_t before = hashOutside(oldLines, m_bytes, m_dialect, inside);
-    inside.clear();
-    const bool isKept = hashOutside(newLines, bytes, m_dialect, inside) == before;
     const Document result(bytes, m_dialect);
-    std::string problem = newLines.back().isEmpty() ? "" : result.problemWith(inside, request);
-    if (problem.empty() && !(isKept && agreesWithStore(request) && result.agreesWithStore(request)))
-        problem = "the rest of the file would be read differently";
-    if (!problem.empty())
-        throw Failure{Trouble, problem};
-    return std::string(m_mark) + bytes;
+    const Survey found = result.survey(request);
+    if (place != Place::Nowhere)
+        rest += result.writtenEntry(request, found, place).hash;
+    if (place == Place::NewSection)
+        rest += found.header.hash;
+    if (found.hash != rest || !result.agreesWithStore(request))
+        throw Failure{Trouble, "the rest of the file would be read differently"};
+    return bytes;
 }
 
-// Returns what is wrong with the lines that should hold the request; empty if nothing is.
-std::string Document::problemWith(const std::vector<Entry>& lines, const Request& request) const
+// Returns the entry that should hold the request. Throws if it does not.
+const Entry& Document::writtenEntry(const Request& request, const Survey& found, Place place) const
 {
-    int keys = 0;
-    for (const Entry& entry : lines) {
-        const std::string name(entry.name.of(m_bytes));
-        const bool isKey = entry.kind == Entry::Key;
-        if (entry.kind == Entry::Header && m_dialect.sectionId(name) != m_dialect.sectionId(request.section))
-            return "the section would be read as '" + name + '\'';
-        if (isKey && m_dialect.keyId(name) != m_dialect.keyId(*request.key))
-            return "the key would be read as '" + name + '\'';
-        if (isKey && valueOf(entry) != *request.value)
-            return "the value would be read as '" + valueOf(entry) + '\'';
-        if (entry.doubt.level >= Doubt::Value && entry.doubt.at < entry.lines.begin)
-            require(entry, Doubt::Value); // names a line that is not new
-        if (entry.doubt.level >= Doubt::Value)
-            return std::string("ambiguous: ").append(entry.doubt.text);
-        keys += isKey ? 1 : 0;
-    }
-    return keys == 1 ? "" : "the key would not be read as one";
+    if (found.matches.empty())
+        throw Failure{Trouble, "cannot be read back: " + absent({request.section, request.key}, found.hasSection).text};
+    const Entry& entry = place == Place::First ? found.matches.front() : found.matches.back();
+    require(entry, Doubt::Value);
+    if (valueOf(entry) != *request.value)
+        throw Failure{Trouble, "the value would be read as '" + valueOf(entry) + '\''};
+    return entry;
 }
 
 // Whether the store itself reads what we read.

@@ -15,6 +15,7 @@ struct Request
     std::optional<std::string> value = {};
 };
 
+enum class Place;
 struct Splice;
 struct Survey;
 class Style;
@@ -63,11 +64,12 @@ private:
     Style styleOf(const Survey& found) const;
     bool hasBlankLineBeforeHeaders() const;
     std::string encoded(const Request& request, const std::string& indent) const;
-    std::string added(const Request& request, const Survey& found, bool first) const;
+    std::string added(const Request& request, const Survey& found, Place place) const;
     Splice replacement(const Entry& entry, const Request& request, const Survey& found) const;
-    std::vector<Splice> withoutSection(const Request& request) const;
-    std::string finished(const std::vector<Splice>& splices, const Request& request) const;
-    std::string problemWith(const std::vector<Entry>& lines, const Request& request) const;
+    std::string withoutSection(const Request& request) const;
+    std::string finished(
+        const std::vector<Splice>& splices, const Request& request, std::size_t rest, Place place) const;
+    const Entry& writtenEntry(const Request& request, const Survey& found, Place place) const;
 
     std::string_view m_mark; // a byte-order mark
     std::string_view m_bytes;

@@ -76,8 +76,18 @@ bool Reader::next(Entry& entry)
     const auto end = [&] { return m_bytes.substr(0, entry.lines.end).find_last_not_of("\r\n") + 1; };
     if (entry.kind != Entry::Comment) // systemd skips comments after a backslash
         m_backslash = entry.kind != Entry::Blank && endsWithBackslash(end()) ? line.begin : none;
+    entry.hash = hashOf(entry);
     m_at = entry.lines.end;
     return true;
+}
+
+std::size_t Reader::hashOf(const Entry& entry) const
+{
+    if (entry.kind == Entry::Blank || entry.kind == Entry::Comment)
+        return 0;
+    const std::size_t end = entry.hasValue() ? entry.valueRange().end : entry.name.end;
+    const std::size_t hash = std::hash<std::string_view>()(Range{entry.name.begin, end}.of(m_bytes));
+    return hash * (8U * entry.doubt.level + entry.kind);
 }
 
 // A character may have several bytes.

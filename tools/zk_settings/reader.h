@@ -69,6 +69,7 @@ struct Entry
     std::vector<Range> comments;  ///< lines between those of the value
     std::size_t note = none;      ///< where the comment after the value starts
     Doubt doubt;
+    std::size_t hash = 0; ///< of what it is, as written, and of the doubt; 0 for blank lines and comments
 
     bool hasValue() const { return separator != none; }
     /// From the first byte of the value to the last.
@@ -111,6 +112,7 @@ private:
     bool looksLikeKey(const Line& line) const;
     std::size_t closingBracket(const Line& line) const;
     std::size_t noteIn(Range range) const;
+    std::size_t hashOf(const Entry& entry) const;
     void raise(Entry& entry, Doubt::Level level, const char* text) const;
 
     void cutNote(Line& line, Entry& entry) const;

@@ -26,36 +26,33 @@ constexpr char phpFiles[] = R"((^|/)(php[^/]*\.ini(-\w+)?|\.user\.ini|php-fpm\.c
 
 constexpr unsigned pythonTraits =
     JoinsByIndentation | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | LastBracket | CarriageReturnEndsLine;
-constexpr Spacing wide = {"", " ", " "};
-constexpr Spacing narrow = {"", "", ""};
-constexpr Spacing indented = {"\t", " ", " "};
 
 // Some programs turn on comments after values, which Python's parser leaves off; so its dialect has several rows. In
 // MySQL's files "!include" is no key.
 constexpr Dialect dialects[] = {
-    // name, files, comments, notes, separators, quotes, quoted, escapes, forbidden, joint, spacing, traits, keys,
+    // name, files, comments, notes, separators, quotes, quoted, escapes, forbidden, joint, sample, traits, keys,
     // sections
-    {"common", "(?!)", "#;", "", "=:", "", "", "", "", "\n", wide,
+    {"common", "(?!)", "#;", "", "=:", "", "", "", "", "\n", "k = v",
         JoinsByBackslash | JoinsByIndentation | BareKeys | TrimsSectionStart | TrimsSectionEnd | Cautious},
-    {"store", "(?!)", ";", ";", "=", "", "", "", "", "", wide,
+    {"store", "(?!)", ";", ";", "=", "", "", "", "", "", "k = v",
         NotesAnywhere | NotesTakeOneMore | FirstCounts | KeysIgnoreCase | SectionsIgnoreCase},
-    {"desktop", desktopFiles, "#", "", "=", "", "", "s n\nt\tr\r;;\\\\", "", "", narrow,
+    {"desktop", desktopFiles, "#", "", "=", "", "", "s n\nt\tr\r;;\\\\", "", "", "k=v",
         KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader, R"([^[\]]+(\[[\w.@-]+\])?)",
         R"([^[\]\x01-\x1f\x7f]*)"},
-    {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", narrow,
+    {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", "k=v",
         JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader | CarriageReturnEndsLine,
         R"([^[].*)"},
-    {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "", wide, pythonTraits},
-    {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "", wide, pythonTraits},
-    {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "", wide, pythonTraits},
-    {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "n\nt\tb\b\"\"\\\\", "", "", indented,
+    {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "", "k = v", pythonTraits},
+    {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "", "k = v", pythonTraits},
+    {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "", "k = v", pythonTraits},
+    {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "n\nt\tb\b\"\"\\\\", "", "", "\tk = v",
         NotesAnywhere | QuotesAnywhere | EscapesAnywhere | JoinsByBackslash | BareKeys | NeedsHeader | KeysIgnoreCase |
             SectionsIgnoreCase | Subsections | KeysAfterHeader,
         "[A-Za-z][A-Za-z0-9-]*", R"re([A-Za-z0-9.-]+(\s+"([^"\\]|\\.)*")?)re"},
-    {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "n\nt\tr\rb\bs \"\"''\\\\", "", "", wide,
+    {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "n\nt\tr\rb\bs \"\"''\\\\", "", "", "k = v",
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
             TrimsSectionEnd},
-    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"\\\\", "${", "", wide,
+    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"\\\\", "${", "", "k = v",
         NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader | DropsSpaceByQuotes,
         R"((?!(?i:null|yes|no|true|false|on|off|none)$)[^[&|^$~(){}!"\t]+(\[[^["]*\])?)", R"([^"';\\$]*)"},
 };

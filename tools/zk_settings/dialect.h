@@ -45,14 +45,6 @@ enum Trait : unsigned
     Cautious = 1U << 25,               ///< refuses what programs read differently; names in another case are in doubt
 };
 
-/// The white space around a key: `indent key before = after value`.
-struct Spacing
-{
-    std::string_view indent;
-    std::string_view before;
-    std::string_view after;
-};
-
 /// How the programs that own a kind of file read it.
 struct Dialect
 {
@@ -66,7 +58,7 @@ struct Dialect
     std::string_view escapes;   ///< pairs: the letter after a backslash, and what it stands for
     std::string_view forbidden; ///< the owner would replace it
     std::string_view joint;     ///< stands for a backslash and the line break
-    Spacing spacing;            ///< of a line in a file without keys
+    std::string_view sample;    ///< has the spacing of a line in a file without keys
     unsigned traits;
     const char* keys = ".*";     ///< a regular expression: the owner refuses a file with other keys
     const char* sections = ".*"; ///< ... and sections

@@ -9,7 +9,6 @@
 #include <map>
 #include <set>
 #include <sys/mman.h>
-#include <tuple>
 
 /// The white space around the keys of a section or a file.
 class Style
@@ -22,39 +21,40 @@ public:
         if (!entry.hasValue() || entry.doubt.level == Doubt::Lines)
             return;
         const std::size_t begin = std::max(entry.lines.begin, bytes.rfind('\n', entry.name.begin) + 1);
-        const std::string before(Range{entry.name.end, entry.separator}.of(bytes));
-        const std::string after(Range{entry.separator + 1, entry.value.front().begin}.of(bytes));
-        m_last = {std::string(Range{begin, entry.name.begin}.of(bytes)), before, bytes[entry.separator],
-            entry.value.front().isEmpty() ? before : after}; // an empty value may have no white space in front
+        const std::string_view before = Range{entry.name.end, entry.separator}.of(bytes);
+        const std::string_view after = Range{entry.separator + 1, entry.value.front().begin}.of(bytes);
+        m_last.first = Range{begin, entry.name.begin}.of(bytes);
+        m_last.second = Range{entry.name.end, entry.separator + 1}.of(bytes);
+        m_last.second += entry.value.front().isEmpty() ? before : after; // an empty value may have no white space
         ++m_counts[m_last];
         m_columns.insert(contains(before, '\t') ? none : entry.separator - begin);
         m_sizes.insert(entry.name.end - begin);
     }
 
-    /// Takes what is most frequent for new lines, or the dialect's spacing if there is nothing.
-    void takeUsual(const Spacing& spacing)
+    /// Takes what is most frequent for new lines.
+    void takeUsual()
     {
         const auto isLess = [](const auto& a, const auto& b) { return a.second < b.second; };
-        m_last = isEmpty() ? Shape(spacing.indent, spacing.before, '=', spacing.after)
-                           : std::max_element(m_counts.begin(), m_counts.end(), isLess)->first;
+        m_last = std::max_element(m_counts.begin(), m_counts.end(), isLess)->first;
     }
 
-    const std::string& indent() const { return std::get<0>(m_last); }
+    const std::string& indent() const { return m_last.first; }
 
     /// Returns what stands between the name of a new key and its value.
     std::string separator(std::string_view name, bool hasValue) const
     {
-        const auto& [indent, before, separator, after] = m_last;
-        const std::size_t size = indent.size() + name.size();
-        const bool isColumn = m_columns.size() == 1 && m_sizes.size() > 1 && size < *m_columns.begin();
-        return (isColumn ? std::string(*m_columns.begin() - size, ' ') : before) + separator + (hasValue ? after : "");
+        std::string text = m_last.second;
+        const std::size_t size = indent().size() + name.size();
+        if (m_columns.size() == 1 && m_sizes.size() > 1 && size < *m_columns.begin())
+            text.replace(0, text.find_first_not_of(blanks), *m_columns.begin() - size, ' ');
+        return hasValue ? text : text.substr(0, text.find_last_not_of(blanks) + 1);
     }
 
 private:
-    using Shape = std::tuple<std::string, std::string, char, std::string>; // indent, before, separator, after
+    using Spacing = std::pair<std::string, std::string>; // before the key, and from there to the value
 
-    Shape m_last;
-    std::map<Shape, int> m_counts;
+    Spacing m_last;
+    std::map<Spacing, int> m_counts;
     std::set<std::size_t> m_columns; // of the separators
     std::set<std::size_t> m_sizes;   // of the names
 };
@@ -393,7 +393,9 @@ Style Document::styleOf(const Survey& found) const
         return found.style;
     Style style;
     forEachEntry([&](const Entry& entry) { style.add(entry, m_bytes); });
-    style.takeUsual(m_dialect.spacing);
+    if (style.isEmpty())
+        return Document(m_dialect.sample, m_dialect).survey({}).style;
+    style.takeUsual();
     return style;
 }
 

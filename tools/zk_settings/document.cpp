@@ -27,7 +27,7 @@ public:
         m_last.second = Range{entry.name.end, entry.separator + 1}.of(bytes);
         m_last.second += entry.value.front().isEmpty() ? before : after; // an empty value may have no white space
         ++m_counts[m_last];
-        m_columns.insert(contains(before, '\t') ? none : entry.separator - begin);
+        m_columns.insert(contains(before, '\t') ? 0 : entry.separator - begin); // a tab makes no column
         m_sizes.insert(entry.name.end - begin);
     }
 

@@ -523,11 +523,12 @@ std::string Document::withoutSection(const Request& request) const
     forEachEntry([&](Entry& entry) {
         if (entry.kind == Entry::Header) {
             endAt(std::min(comment, entry.lines.begin));
+            const bool isEnd = isInside;
             isInside = hasName(entry, id, request.section);
-            if (isInside) {
+            if (isInside || isEnd)
                 require(entry, Doubt::Lines);
+            if (isInside)
                 splices.push_back({entry.lines, ""});
-            }
         }
         rest += isInside ? 0 : entry.hash;
         comment = entry.kind == Entry::Comment ? std::min(comment, entry.lines.begin) : none;

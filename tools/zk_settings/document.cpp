@@ -248,19 +248,11 @@ void Document::require(const Entry& entry, Doubt::Level level) const
         fail(entry.doubt.at, std::string("ambiguous: ").append(entry.doubt.text));
 }
 
-template <typename Visit>
-void Document::forEachEntry(Visit visit) const
-{
-    Reader reader(m_bytes, m_dialect);
-    for (Entry entry; reader.next(entry);)
-        visit(entry);
-}
-
 std::vector<std::string> Document::sections() const
 {
     std::vector<std::string> names;
     std::set<std::string> seen;
-    forEachEntry([&](const Entry& entry) {
+    forEachEntry(m_bytes, m_dialect, [&](const Entry& entry) {
         const std::string_view name = entry.kind == Entry::Header ? entry.name.of(m_bytes) : "";
         if (entry.kind == Entry::Header || (entry.kind == Entry::Key && names.empty()))
             addOnce(names, seen, name, m_dialect.sectionId(name));
@@ -307,7 +299,7 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     bool isInside = found.hasSection;
     Doubt doubt; // of the header above; a header in doubt may be a part of a value, which does not end the section
     std::size_t hash = 0;
-    forEachEntry([&](Entry& entry) {
+    forEachEntry(m_bytes, m_dialect, [&](Entry& entry) {
         hash += entry.hash;
         const bool mayBeInside = isInside || doubt.level == Doubt::Lines;
         if (entry.kind == Entry::Header) {
@@ -335,11 +327,6 @@ Survey Document::survey(const Request& request, bool everyLine, bool everySectio
     return found;
 }
 
-std::string Document::valueOf(const Entry& entry) const
-{
-    return Reader(m_bytes, m_dialect).valueOf(entry);
-}
-
 std::vector<std::string> Document::values(const Request& request, bool all) const
 {
     const bool isStore = m_dialect.has(NotesTakeOneMore);
@@ -351,7 +338,7 @@ std::vector<std::string> Document::values(const Request& request, bool all) cons
         failAbsent(request, found);
     for (auto entry = all ? found.matches.begin() : found.matches.end() - 1; entry != found.matches.end(); ++entry) {
         require(*entry, Doubt::Reading);
-        values.push_back(valueOf(*entry));
+        values.push_back(valueOf(*entry, m_bytes, m_dialect));
     }
     return values;
 }
@@ -370,7 +357,7 @@ std::string Document::set(const Request& request) const
         return added(request, found, Place::Last);
     const Entry& entry = found.counting(m_dialect);
     require(entry, Doubt::Value);
-    if (entry.hasValue() && valueOf(entry) == *request.value)
+    if (entry.hasValue() && valueOf(entry, m_bytes, m_dialect) == *request.value)
         return std::string(m_mark).append(m_bytes);
     const Place place = m_dialect.has(FirstCounts) ? Place::First : Place::Last;
     return finished({replacement(entry, request, found)}, request, found.hash - entry.hash, place);
@@ -392,7 +379,7 @@ Style Document::styleOf(const Survey& found) const
     if (!found.style.isEmpty())
         return found.style;
     Style style;
-    forEachEntry([&](const Entry& entry) { style.add(entry, m_bytes); });
+    forEachEntry(m_bytes, m_dialect, [&](const Entry& entry) { style.add(entry, m_bytes); });
     if (style.isEmpty())
         return Document(m_dialect.sample, m_dialect).survey({}).style;
     style.takeUsual();
@@ -405,7 +392,7 @@ bool Document::hasBlankLineBeforeHeaders() const
     int balance = 0;
     int headers = 0;
     Entry::Kind before = Entry::Blank;
-    forEachEntry([&](const Entry& entry) {
+    forEachEntry(m_bytes, m_dialect, [&](const Entry& entry) {
         if (entry.kind == Entry::Header && headers++ > 0)
             balance += before == Entry::Blank ? 1 : -1;
         if (entry.kind != Entry::Comment)
@@ -495,7 +482,7 @@ std::string Document::remove(const Request& request) const
     std::vector<Splice> splices;
     for (const Entry& entry : found.matches) {
         require(entry, request.value ? Doubt::Reading : Doubt::Lines);
-        if (request.value && valueOf(entry) != *request.value)
+        if (request.value && valueOf(entry, m_bytes, m_dialect) != *request.value)
             continue;
         Range old = entry.lines;
         if (old.begin > 0 && m_bytes[old.begin - 1] != '\n') // it follows a header on its line
@@ -520,7 +507,7 @@ std::string Document::withoutSection(const Request& request) const
         if (isInside)
             splices.back().old.end = end;
     };
-    forEachEntry([&](Entry& entry) {
+    forEachEntry(m_bytes, m_dialect, [&](Entry& entry) {
         if (entry.kind == Entry::Header) {
             endAt(std::min(comment, entry.lines.begin));
             const bool isEnd = isInside;
@@ -568,8 +555,8 @@ const Entry& Document::writtenEntry(const Request& request, const Survey& found,
         throw Failure{Trouble, "cannot be read back: " + absent({request.section, request.key}, found.hasSection).text};
     const Entry& entry = place == Place::First ? found.matches.front() : found.matches.back();
     require(entry, Doubt::Value);
-    if (valueOf(entry) != *request.value)
-        throw Failure{Trouble, "the value would be read as '" + valueOf(entry) + '\''};
+    if (valueOf(entry, m_bytes, m_dialect) != *request.value)
+        throw Failure{Trouble, "the value would be read as '" + valueOf(entry, m_bytes, m_dialect) + '\''};
     return entry;
 }
 
@@ -580,6 +567,6 @@ bool Document::agreesWithStore(const Request& request) const
         return true;
     std::vector<std::string> values;
     for (const Entry& entry : survey(request, true).matches)
-        values.push_back(valueOf(entry));
+        values.push_back(valueOf(entry, m_bytes, m_dialect));
     return values == storeValues(m_bytes, request);
 }

@@ -49,12 +49,9 @@ public:
     std::string remove(const Request& request) const;
 
 private:
-    template <typename Visit>
-    void forEachEntry(Visit visit) const;
     bool hasName(Entry& entry, const std::string& id, std::string_view name) const;
     bool mayHaveName(const Entry& entry, std::string_view name) const;
     Survey survey(const Request& request, bool everyLine = false, bool everySection = false) const;
-    std::string valueOf(const Entry& entry) const;
     bool agreesWithStore(const Request& request) const;
     [[noreturn]] void fail(std::size_t at, const std::string& text) const;
     [[noreturn]] void failAbsent(const Request& request, const Survey& found) const;

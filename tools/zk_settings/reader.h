@@ -3,6 +3,7 @@
 
 #include "dialect.h"
 
+#include <functional>
 #include <vector>
 
 /// The bytes from `begin` up to, not including, `end`.
@@ -76,62 +77,10 @@ struct Entry
     Range valueRange() const { return {value.front().begin, value.back().end}; }
 };
 
-/// Reads the entries of a document one after the other.
-class Reader
-{
-public:
-    /// Both arguments must outlive the reader.
-    Reader(std::string_view bytes, const Dialect& dialect)
-        : m_bytes(bytes)
-        , m_dialect(dialect)
-    {
-    }
+/// Calls `visit` with each entry of a document, from the first to the last. The entry may be changed.
+void forEachEntry(std::string_view bytes, const Dialect& dialect, const std::function<void(Entry&)>& visit);
 
-    /// Returns false at the end.
-    bool next(Entry& entry);
-
-    /// Returns the value as its owner reads it: the lines joined, without quotes and escapes.
-    std::string valueOf(const Entry& entry) const;
-
-private:
-    struct Line
-    {
-        std::size_t begin;
-        std::size_t text; ///< behind the indentation
-        std::size_t end;  ///< before the line ending
-        std::size_t next;
-
-        bool isBlank() const { return text == end; }
-        std::size_t indent() const { return text - begin; }
-    };
-
-    Line lineAt(std::size_t begin) const;
-    Range trimmed(std::size_t begin, std::size_t end) const;
-    bool startsWith(const Line& line, std::string_view characters) const;
-    bool endsWithBackslash(std::size_t end) const;
-    bool looksLikeKey(const Line& line) const;
-    std::size_t closingBracket(const Line& line) const;
-    std::size_t noteIn(Range range) const;
-    std::size_t hashOf(const Entry& entry) const;
-    void raise(Entry& entry, Doubt::Level level, const char* text) const;
-
-    void cutNote(Line& line, Entry& entry) const;
-    bool takeHeader(const Line& line, Entry& entry);
-    std::size_t takeContent(std::size_t begin, const Line& line, Entry& entry);
-    void takeKey(const Line& line, Entry& entry);
-    void takeContinuation(Line line, Entry& entry);
-    void takeJoined(Line& line, Entry& entry);
-    void takeQuoted(Line& line, Entry& entry);
-    void takeIndented(Line& line, Entry& entry);
-    void checkKey(Entry& entry) const;
-
-    std::string_view m_bytes;
-    const Dialect& m_dialect;
-    std::size_t m_at = 0;
-    std::size_t m_backslash = none; // where the line before starts, if it ends with a backslash
-    std::size_t m_indent = none;    // of the last key; none after a header
-    char m_quote = '\0';            // that is open
-    std::size_t m_closing = none;   // a later quote of this kind
-};
+/// Returns the value as its owner reads it: the lines joined, without quotes and escapes.
+std::string valueOf(const Entry& entry, std::string_view bytes, const Dialect& dialect);
 
 #endif

@@ -117,11 +117,7 @@ struct Survey
         matches.push_back(entry);
     }
 
-    /// The match whose value counts.
-    const Entry& counting(const Dialect& dialect) const
-    {
-        return dialect.has(FirstCounts) ? matches.front() : matches.back();
-    }
+    const Entry& match(Place place) const { return place == Place::First ? matches.front() : matches.back(); }
 };
 
 namespace {
@@ -355,11 +351,11 @@ std::string Document::set(const Request& request) const
     const Survey found = survey(request);
     if (found.matches.empty())
         return added(request, found, Place::Last);
-    const Entry& entry = found.counting(m_dialect);
+    const Place place = m_dialect.has(FirstCounts) ? Place::First : Place::Last; // what counts
+    const Entry& entry = found.match(place);
     require(entry, Doubt::Value);
     if (entry.hasValue() && valueOf(entry, m_bytes, m_dialect) == *request.value)
         return std::string(m_mark).append(m_bytes);
-    const Place place = m_dialect.has(FirstCounts) ? Place::First : Place::Last;
     return finished({replacement(entry, request, found)}, request, found.hash - entry.hash, place);
 }
 
@@ -418,9 +414,8 @@ std::string Document::added(const Request& request, const Survey& found, Place p
     Style style = styleOf(found);
     std::size_t at = found.position;
     if (!found.matches.empty()) {
-        const bool isFirst = place == Place::First;
-        const Entry& neighbour = isFirst ? found.matches.front() : found.matches.back();
-        at = isFirst ? neighbour.lines.begin : neighbour.lines.end;
+        const Entry& neighbour = found.match(place);
+        at = place == Place::First ? neighbour.lines.begin : neighbour.lines.end;
         style.add(neighbour, m_bytes);
     }
     const std::string value = encoded(request, style.indent());
@@ -553,7 +548,7 @@ const Entry& Document::writtenEntry(const Request& request, const Survey& found,
 {
     if (found.matches.empty())
         throw Failure{Trouble, "cannot be read back: " + absent({request.section, request.key}, found.hasSection).text};
-    const Entry& entry = place == Place::First ? found.matches.front() : found.matches.back();
+    const Entry& entry = found.match(place);
     require(entry, Doubt::Value);
     if (valueOf(entry, m_bytes, m_dialect) != *request.value)
         throw Failure{Trouble, "the value would be read as '" + valueOf(entry, m_bytes, m_dialect) + '\''};

@@ -156,7 +156,7 @@ public:
             return std::nullopt;
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.status, Trouble);
-            return failure.file == f ? failure.text : "no name: " + failure.text;
+            return failure.text;
         }
     }
 

@@ -27,7 +27,7 @@ void occupyStandardDescriptors()
 }
 
 // No call is repeated after EINTR: the program has no signal handlers, so the kernel continues a call after a stop.
-std::string readAll(int descriptor, const std::string& name)
+std::string readAll(int descriptor)
 {
     constexpr std::size_t pieceSize = 256 * 1024;
     std::string bytes;
@@ -36,25 +36,25 @@ std::string readAll(int descriptor, const std::string& name)
         bytes.resize(size + pieceSize);
         const ssize_t count = read(descriptor, bytes.data() + size, pieceSize);
         if (count < 0)
-            throw systemFailure(name, "read");
+            throw systemFailure("read");
         bytes.resize(size + static_cast<std::size_t>(count));
         if (count == 0 || bytes.find('\0', size) != bytes.npos)
             return bytes;
     }
 }
 
-void writeAll(int descriptor, std::string_view bytes, const std::string& name)
+void writeAll(int descriptor, std::string_view bytes, const std::string& file)
 {
     while (!bytes.empty()) {
         const ssize_t count = write(descriptor, bytes.data(), bytes.size());
         if (count < 0)
-            throw systemFailure(name, "write");
+            throw systemFailure("write", {}, file);
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
 }
 
-void flush(int descriptor, const std::string& name)
+void flush(int descriptor)
 {
     if (fsync(descriptor) != 0)
-        throw systemFailure(name, "flush to the disk");
+        throw systemFailure("flush to the disk");
 }

@@ -42,13 +42,14 @@ std::optional<int> namedDescriptor(const std::string& name);
 void occupyStandardDescriptors();
 
 /// Reads to the end, or to the first piece that contains a NUL byte: a settings file has none, but a device may send
-/// them without end. `name` is for the message. Throws Failure.
-std::string readAll(int descriptor, const std::string& name);
+/// them without end. Throws Failure.
+std::string readAll(int descriptor);
 
-/// Writes every byte at the descriptor's offset. `name` is for the message. Throws Failure.
-void writeAll(int descriptor, std::string_view bytes, const std::string& name);
+/// Writes every byte at the descriptor's offset. `file` is for the message, if it is not the command's FILE. Throws
+/// Failure.
+void writeAll(int descriptor, std::string_view bytes, const std::string& file = {});
 
-/// Flushes the file to the disk. `name` is for the message. Throws Failure.
-void flush(int descriptor, const std::string& name);
+/// Flushes the file to the disk. Throws Failure.
+void flush(int descriptor);
 
 #endif

@@ -191,7 +191,7 @@ const char* refusal(const std::string& value, const Dialect& dialect)
 std::vector<std::string> storeValues(std::string_view bytes, const Request& request)
 {
     const Descriptor memory(memfd_create("zk_settings", MFD_CLOEXEC));
-    writeAll(memory.number(), bytes, "");
+    writeAll(memory.number(), bytes);
     INIStore store;
     if (!store.Open(QStringLiteral("/proc/self/fd/%1").arg(memory.number())))
         throw Failure{Trouble, "cannot read without /proc"};

@@ -22,8 +22,8 @@ struct Failure
     std::string file = {}; ///< empty: the command's FILE
 };
 
-/// Describes the system call that has just failed: "FILE: cannot read: Permission denied", and what follows.
-inline Failure systemFailure(const std::string& file, const std::string& action, const std::string& rest = {})
+/// Describes the system call that has just failed: "cannot read: Permission denied", and what follows.
+inline Failure systemFailure(const std::string& action, const std::string& rest = {}, const std::string& file = {})
 {
     return {Trouble, "cannot " + action + ": " + std::strerror(errno) + rest, 0, file};
 }

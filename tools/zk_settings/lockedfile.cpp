@@ -18,24 +18,24 @@ namespace {
 
 constexpr int existing = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC; // does not wait if it is a pipe
 
-Failure changed(const std::string& name)
+Failure changed()
 {
-    return {Trouble, "cannot replace: another program has changed it", 0, name};
+    return {Trouble, "cannot replace: another program has changed it"};
 }
 
-struct stat statusOf(int file, const std::string& name)
+struct stat statusOf(int file)
 {
     struct stat status = {};
     if (fstat(file, &status) != 0)
-        throw systemFailure(name, "open");
+        throw systemFailure("open");
     return status;
 }
 
-bool isOnSmb(int file, const std::string& name)
+bool isOnSmb(int file)
 {
     struct statfs system = {};
     if (fstatfs(file, &system) != 0)
-        throw systemFailure(name, "open");
+        throw systemFailure("open");
     const auto type = static_cast<unsigned>(system.f_type);
     return type == 0xff534d42 || type == 0xfe534d42; // older kernels return the first for all versions
 }
@@ -57,13 +57,13 @@ LockedFile::LockedFile(const std::string& name, const Access& access)
     const auto deadline = Clock::now() + access.wait;
     for (open(); !isReady(); open()) { // an edit replaces the file, so the path is opened again
         if (Clock::now() >= deadline)
-            throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer", 0, m_name};
+            throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer"};
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     if (exists() && !S_ISREG(m_status.st_mode))
-        throw Failure{Trouble, "cannot edit: not a regular file", 0, m_name};
+        throw Failure{Trouble, "cannot edit: not a regular file"};
     if (exists())
-        m_bytes = readAll(m_file.number(), m_name);
+        m_bytes = readAll(m_file.number());
     for (const std::string& copy : m_folder.leftovers(m_base, ".new"))
         removeCopy(copy);
 }
@@ -72,18 +72,18 @@ void LockedFile::open()
 {
     m_file = Descriptor(::open(m_name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!exists() && (errno != ENOENT || !m_access.create))
-        throw systemFailure(m_name, "open");
-    m_isOnSmb = exists() && isOnSmb(m_file.number(), m_name);
+        throw systemFailure("open");
+    m_isOnSmb = exists() && isOnSmb(m_file.number());
     std::error_code error;
     const fs::path path = exists() ? fs::canonical(m_name, error) : fs::path(m_name);
     if (error) // another program has removed it since
-        throw Failure{Trouble, "cannot open: " + error.message(), 0, m_name};
+        throw Failure{Trouble, "cannot open: " + error.message()};
     if (!exists() && fs::is_symlink(path, error)) // as open() with O_CREAT and O_EXCL
-        throw Failure{Trouble, "cannot create: the name is a symbolic link to a missing file", 0, m_name};
+        throw Failure{Trouble, "cannot create: the name is a symbolic link to a missing file"};
     m_base = path.filename();
     m_folder = Folder(path.parent_path());
     if (!m_folder.isOpen())
-        throw systemFailure(m_name, "open its directory");
+        throw systemFailure("open its directory");
 }
 
 bool LockedFile::isReady()
@@ -91,7 +91,7 @@ bool LockedFile::isReady()
     if (m_access.lock && !takeLock())
         return false;
     if (exists())
-        m_status = statusOf(m_file.number(), m_name);
+        m_status = statusOf(m_file.number());
     const bool isCurrent = exists() ? isUnchanged(m_base, m_file.number(), m_status, false).value_or(false)
                                     : faccessat(m_folder.number(), m_base.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0;
     if (!isCurrent) // otherwise what is left may be of the edit that replaces it
@@ -99,7 +99,7 @@ bool LockedFile::isReady()
     for (const std::string& name : m_folder.leftovers(m_base, ""))
         unlinkat(m_folder.number(), name.c_str(), 0);
     if (exists()) // one may have been a second name
-        m_status = statusOf(m_file.number(), m_name);
+        m_status = statusOf(m_file.number());
     return !isWritten();
 }
 
@@ -124,7 +124,7 @@ bool LockedFile::takeLock()
     }
     const bool isBusy = errno == EWOULDBLOCK || (errno == EACCES && m_isOnSmb && m_file.isOpen());
     if (!isLocked && !isBusy)
-        throw systemFailure(m_name, "lock", "; --no-lock edits without a lock");
+        throw systemFailure("lock", "; --no-lock edits without a lock");
     return isLocked;
 }
 
@@ -155,7 +155,7 @@ bool LockedFile::hasOldBytes(const std::string& name) const
 {
     const Descriptor file(openat(m_folder.number(), name.c_str(), O_RDONLY | existing));
     try {
-        return file.isOpen() && readAll(file.number(), m_name) == m_bytes;
+        return file.isOpen() && readAll(file.number()) == m_bytes;
     } catch (const Failure&) {
         return false;
     }
@@ -170,10 +170,8 @@ void LockedFile::removeCopy(const std::string& name) const
     if (!isFound || !S_ISREG(status.st_mode) || !isTrusted)
         return;
     if (!hasOldBytes(name))
-        throw Failure{Trouble,
-            "cannot edit: an interrupted edit may have damaged it; copy " + (m_folder.path / name).string() +
-                " to it, or remove that file",
-            0, m_name};
+        throw Failure{Trouble, "cannot edit: an interrupted edit may have damaged it; copy " +
+                                   (m_folder.path / name).string() + " to it, or remove that file"};
     unlinkat(m_folder.number(), name.c_str(), 0);
 }
 
@@ -186,7 +184,7 @@ void LockedFile::replace(const std::string& bytes)
     if (!exists())
         return create(bytes);
     if (faccessat(m_folder.number(), m_base.c_str(), W_OK, AT_EACCESS) != 0)
-        throw systemFailure(m_name, "write");
+        throw systemFailure("write");
     if (m_isOnSmb || m_status.st_nlink > 1 || !replaceByRename(bytes))
         writeInPlace(bytes);
 }
@@ -194,7 +192,7 @@ void LockedFile::replace(const std::string& bytes)
 bool LockedFile::refused(const char* action) const
 {
     if (errno != EACCES && errno != EPERM && errno != EROFS && errno != EBUSY && errno != EINVAL)
-        throw systemFailure(m_name, action);
+        throw systemFailure(action);
     return false;
 }
 
@@ -202,13 +200,13 @@ void LockedFile::create(const std::string& bytes) const
 {
     NewFile fresh(m_folder, m_base, 0666);
     if (!fresh.isOpen())
-        throw systemFailure(m_name, "create a file in its directory");
-    fresh.write(bytes, m_name);
+        throw systemFailure("create a file in its directory");
+    fresh.write(bytes);
     const int folder = m_folder.number();
     const bool isNamed = fresh.renameTo(m_base, RENAME_NOREPLACE) || // not every file system can do that
                          linkat(folder, fresh.name().c_str(), folder, m_base.c_str(), 0) == 0;
     if (!isNamed) // another program may have created it meanwhile
-        throw systemFailure(m_name, "create");
+        throw systemFailure("create");
     finish(fresh, nullptr);
 }
 
@@ -219,9 +217,9 @@ bool LockedFile::replaceByRename(const std::string& bytes) const
         return refused("create a file in its directory");
     if (!fresh.copyStatus(m_file.number(), m_status))
         return refused("copy its owner and attributes");
-    fresh.write(bytes, m_name);
+    fresh.write(bytes);
     flock(fresh.number(), LOCK_EX | LOCK_NB); // the next edit waits until this one has ended
-    const struct stat written = statusOf(fresh.number(), m_name);
+    const struct stat written = statusOf(fresh.number());
     if (rename(fresh, RENAME_EXCHANGE))
         finish(fresh, &written);
     else if (rename(fresh, 0)) // not every file system can exchange names
@@ -234,7 +232,7 @@ bool LockedFile::replaceByRename(const std::string& bytes) const
 bool LockedFile::rename(const NewFile& fresh, unsigned flags) const
 {
     if (isWritten() || !isUnchanged(m_base, m_file.number(), m_status, false).value_or(false))
-        throw changed(m_name);
+        throw changed();
     return fresh.renameTo(m_base, flags);
 }
 
@@ -243,7 +241,7 @@ void LockedFile::finish(NewFile& fresh, const struct stat* exchanged) const
 {
     const bool isFlushed = m_folder.flush(fresh.number());
     const Failure unflushed = // built while errno is that of the flush
-        systemFailure(m_name, "flush its directory", "; the edit is done, but may not survive a power failure");
+        systemFailure("flush its directory", "; the edit is done, but may not survive a power failure");
     if (exchanged && (isWritten() || !isUnchanged(fresh.name(), m_file.number(), m_status, true).value_or(false)))
         exchangeBack(fresh, *exchanged);
     if (!isFlushed)
@@ -255,14 +253,13 @@ void LockedFile::exchangeBack(NewFile& fresh, const struct stat& written) const
     if (fresh.renameTo(m_base, RENAME_EXCHANGE)) {
         if (isUnchanged(fresh.name(), fresh.number(), written, true).value_or(true)) {
             m_folder.flush(fresh.number());
-            throw changed(m_name);
+            throw changed();
         }
         fresh.renameTo(m_base, RENAME_EXCHANGE); // another program has changed or replaced the new file
     }
     fresh.appendToName(".old"); // so that the next edit leaves it
     fresh.keep();
-    throw Failure{
-        Trouble, "replaced, but another program may have changed it; the file before is " + fresh.path(), 0, m_name};
+    throw Failure{Trouble, "replaced, but another program may have changed it; the file before is " + fresh.path()};
 }
 
 // After a rename that failed. A server may have removed the old file all the same.
@@ -276,7 +273,7 @@ bool LockedFile::keepUnlessIntact(NewFile& fresh) const
     fresh.appendToName(".new"); // so that the next edit leaves it
     fresh.keep();
     errno = error;
-    throw systemFailure(m_name, "replace", "; its new contents are in " + fresh.path());
+    throw systemFailure("replace", "; its new contents are in " + fresh.path());
 }
 
 // Returns a copy from which a file that is damaged by a write in place can be restored.
@@ -285,10 +282,10 @@ std::unique_ptr<NewFile> LockedFile::save(const Folder& folder, const std::strin
     const std::string action = "save a copy in " + folder.path.string();
     auto copy = std::make_unique<NewFile>(folder, m_base, 0600);
     if (!copy->isOpen())
-        throw systemFailure(m_name, action);
-    copy->write(bytes, m_name);
+        throw systemFailure(action);
+    copy->write(bytes);
     if (!copy->appendToName(".new") || !folder.flush(copy->number()))
-        throw systemFailure(m_name, action);
+        throw systemFailure(action);
     return copy;
 }
 
@@ -303,10 +300,10 @@ void LockedFile::writeInPlace(const std::string& bytes) const
         copy = save(spare, bytes);
     }
     if (isWritten())
-        throw changed(m_name);
+        throw changed();
     const Descriptor file(openat(m_folder.number(), m_base.c_str(), O_WRONLY | existing)); // may change st_ctim
     if (!file.isOpen() || !isUnchanged(m_base, m_file.number(), m_status, true).value_or(false))
-        throw file.isOpen() ? changed(m_name) : systemFailure(m_name, "write");
+        throw file.isOpen() ? changed() : systemFailure("write");
     try {
         overwrite(file.number(), bytes);
     } catch (Failure& failure) {
@@ -324,9 +321,9 @@ void LockedFile::writeInPlace(const std::string& bytes) const
 void LockedFile::overwrite(int file, const std::string& bytes) const
 {
     if (lseek(file, 0, SEEK_SET) != 0)
-        throw systemFailure(m_name, "write");
-    writeAll(file, bytes, m_name);
+        throw systemFailure("write");
+    writeAll(file, bytes);
     if (ftruncate(file, static_cast<off_t>(bytes.size())) != 0)
-        throw systemFailure(m_name, "write");
-    flush(file, m_name);
+        throw systemFailure("write");
+    flush(file);
 }

@@ -118,11 +118,11 @@ void report(const std::string& file, int line, const std::string& text)
 std::string readSource(const Call& call)
 {
     if (const auto descriptor = namedDescriptor(call.file()))
-        return readAll(*descriptor, call.file());
+        return readAll(*descriptor);
     const Descriptor file(open(call.file().c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.isOpen())
-        throw systemFailure(call.file(), "open");
-    return readAll(file.number(), call.file());
+        throw systemFailure("open");
+    return readAll(file.number());
 }
 
 const Dialect& dialectOf(const Call& call)

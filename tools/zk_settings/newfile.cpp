@@ -111,10 +111,10 @@ bool NewFile::copyStatus(int from, const struct stat& status) const
            fchmod(number(), status.st_mode & 07777) == 0;
 }
 
-void NewFile::write(const std::string& bytes, const std::string& name) const
+void NewFile::write(const std::string& bytes) const
 {
-    writeAll(number(), bytes, name);
-    ::flush(number(), name);
+    writeAll(number(), bytes);
+    ::flush(number());
 }
 
 bool NewFile::renameTo(const std::string& name, unsigned flags) const

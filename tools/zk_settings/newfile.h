@@ -36,8 +36,8 @@ public:
     /// Copies owner, group, extended attributes with ACLs, and mode. Call it before the first write, so that the write
     /// clears the set-user-ID bits as usual. False on an error, with errno.
     bool copyStatus(int from, const struct stat& status) const;
-    /// Writes and flushes. `name` is for the message. Throws Failure.
-    void write(const std::string& bytes, const std::string& name) const;
+    /// Writes and flushes. Throws Failure.
+    void write(const std::string& bytes) const;
     /// Takes a name in the directory, with the flags of renameat2(). False on an error, with errno.
     bool renameTo(const std::string& name, unsigned flags) const;
     bool appendToName(const char* ending);

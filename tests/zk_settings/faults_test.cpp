@@ -1,6 +1,6 @@
 // Fails or kills an edit at every system call, and lets other programs interfere at every moment that matters.
+#include "editfile.h"
 #include "failure.h"
-#include "lockedfile.h"
 
 #include "systemcalls.h"
 
@@ -110,6 +110,11 @@ bool contains(const std::string& text, const std::string& part)
 
 constexpr char change[] = "x=1\n"; // of another program
 
+Edit contents(const char* bytes)
+{
+    return [=](const std::string&) { return bytes; };
+}
+
 int happen(const SystemCall&)
 {
     return 0;
@@ -151,8 +156,9 @@ public:
             return error == 0 && m_situation.isOld && call.flags != 0 ? EINVAL : error;
         });
         try {
-            LockedFile file(f, {std::chrono::seconds(0), !m_situation.before});
-            file.replace(contains(file.bytes(), change) ? bytes + std::string(change) : bytes);
+            editFile(f, {std::chrono::seconds(0), !m_situation.before}, [&](const std::string& found) {
+                return contains(found, change) ? bytes + std::string(change) : bytes;
+            });
             return std::nullopt;
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.status, Trouble);
@@ -373,7 +379,7 @@ class Interferences : public Faults
 // Whether nothing can tell any more: after the last check before a plain rename or a write in place.
 bool isTooLate(const SystemCall& call, bool isInPlace)
 {
-    const char* const last[] = {"fstat", "lseek", "write", "ftruncate"};
+    const char* const last[] = {"lseek", "write", "ftruncate"};
     const auto isNext = [&](const char* name) { return call.name == name; };
     return (call.name == "renameat2" && call.flags == 0) || (isInPlace && std::any_of(last, std::end(last), isNext));
 }
@@ -511,29 +517,30 @@ Names order(const Folder& folder)
 
 TEST(Order, of_a_replacement)
 {
-    EXPECT_EQ(
-        order(Folder(situations[0])), (Names{"fchmod", "write", "fsync", "renameat2", "fsync directory", "unlinkat"}));
+    EXPECT_EQ(order(Folder(situations[0])),
+        (Names{"fchmod", "write", "ftruncate", "fsync", "renameat2", "fsync directory", "unlinkat"}));
 }
 
 TEST(Order, of_a_replacement_with_owner_and_attributes)
 {
     if (geteuid() != 0)
         SKIP_OR_FAIL("only root can make a file of another owner");
-    EXPECT_EQ(order(Folder(situations[1])), (Names{"fchown", "fsetxattr", "fsetxattr", "fchmod", "write", "fsync",
-                                                "renameat2", "fsync directory", "unlinkat"}));
+    EXPECT_EQ(order(Folder(situations[1])), (Names{"fchown", "fsetxattr", "fsetxattr", "fchmod", "write", "ftruncate",
+                                                "fsync", "renameat2", "fsync directory", "unlinkat"}));
 }
 
 TEST(Order, of_a_write_in_place)
 {
     if (geteuid() != 0)
         SKIP_OR_FAIL("only root can make a file of another owner");
-    EXPECT_EQ(order(Folder(situations[2])),
-        (Names{"write", "fsync", "renameat2", "fsync directory", "write", "ftruncate", "fsync", "unlinkat"}));
+    EXPECT_EQ(order(Folder(situations[2])), (Names{"write", "ftruncate", "fsync", "renameat2", "fsync directory",
+                                                "write", "ftruncate", "fsync", "unlinkat"}));
 }
 
 TEST(Order, of_a_creation)
 {
-    EXPECT_EQ(order(Folder(situations[4])), (Names{"write", "fsync", "renameat2", "fsync directory", "unlinkat"}));
+    EXPECT_EQ(order(Folder(situations[4])),
+        (Names{"write", "ftruncate", "fsync", "renameat2", "fsync directory", "unlinkat"}));
 }
 
 // An observer that fails the calls of one name.
@@ -588,7 +595,7 @@ TEST_F(Chosen, file_system_without_locks_is_refused_and_has_an_option)
     EXPECT_EQ(folder.edit(unsupported), "cannot lock: Function not implemented; --no-lock edits without a lock");
     EXPECT_EQ(readFile(f), "k=1\n");
     const SystemCalls calls(unsupported);
-    LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=3\n");
+    editFile(f, {std::chrono::seconds(0), false, false}, contents("k=3\n"));
     EXPECT_EQ(readFile(f), "k=3\n");
 }
 
@@ -611,13 +618,16 @@ TEST_F(Chosen, file_on_smb_keeps_its_node_and_is_not_locked_as_a_whole)
     EXPECT_EQ(locks, 0);
 
     const SystemCalls calls(onSmb);
-    const LockedFile first(f, {std::chrono::seconds(0)});
-    try {
-        const LockedFile second(f, {std::chrono::seconds(0)});
-        ADD_FAILURE() << "two edits at once";
-    } catch (const Failure& failure) {
-        EXPECT_EQ(failure.text, "cannot lock: another process is editing it; --wait waits longer");
-    }
+    const Access access = {std::chrono::seconds(0)};
+    editFile(f, access, [&](const std::string& bytes) {
+        try {
+            editFile(f, access, contents("k=3\n"));
+            ADD_FAILURE() << "two edits at once";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.text, "cannot lock: another process is editing it; --wait waits longer");
+        }
+        return bytes;
+    });
 }
 
 TEST_F(Chosen, new_contents_stay_if_a_failed_rename_removes_the_file)
@@ -634,7 +644,7 @@ TEST_F(Chosen, new_contents_stay_if_a_failed_rename_removes_the_file)
     EXPECT_EQ(message, "cannot replace: Permission denied; its new contents are in " + (folder.dir / left[0]));
     EXPECT_EQ(readFile(folder.dir / left[0]), "k=2\n");
     try {
-        LockedFile(f, {std::chrono::seconds(0), true}).replace("k=3\n");
+        editFile(f, {std::chrono::seconds(0), true}, contents("k=3\n"));
         ADD_FAILURE() << "the next edit ignores it";
     } catch (const Failure& failure) {
         EXPECT_EQ(failure.text, "cannot edit: an interrupted edit may have damaged it; copy " + (folder.dir / left[0]) +
@@ -887,12 +897,12 @@ TEST(Creation, does_not_replace_a_file_of_another_program)
 TEST_F(Chosen, file_that_is_open_for_writing_is_edited_without_a_lock)
 {
     const int writer = open(f.c_str(), O_WRONLY | O_CLOEXEC);
-    LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=2\n");
+    editFile(f, {std::chrono::seconds(0), false, false}, contents("k=2\n"));
     EXPECT_EQ(readFile(f), "k=2\n");
     close(writer);
     fs::create_hard_link(f, folder.dir / "g");
     const int inPlace = open(f.c_str(), O_WRONLY | O_CLOEXEC);
-    LockedFile(f, {std::chrono::seconds(0), false, false}).replace("k=3\n");
+    editFile(f, {std::chrono::seconds(0), false, false}, contents("k=3\n"));
     EXPECT_EQ(readFile(folder.dir / "g"), "k=3\n");
     close(inPlace);
 }
@@ -911,10 +921,11 @@ TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
         EXPECT_TRUE(call.name != "flock" || locks > 2 || fs::exists(temporary));
         return 0;
     });
-    LockedFile file(f, {std::chrono::seconds(1)});
-    EXPECT_EQ(locks, 2);
-    EXPECT_EQ(file.bytes(), "other\n");
-    file.replace("new\n");
+    editFile(f, {std::chrono::seconds(1)}, [&](const std::string& bytes) {
+        EXPECT_EQ(locks, 2);
+        EXPECT_EQ(bytes, "other\n");
+        return "new\n";
+    });
     EXPECT_EQ(readFile(f), "new\n");
 }
 
@@ -994,7 +1005,10 @@ TEST_F(Chosen, file_that_is_open_for_writing_is_waited_for)
         EXPECT_EQ(write(writer, "k=other\n", 8), 8);
         close(writer);
     });
-    EXPECT_EQ(LockedFile(f, {std::chrono::seconds(10)}).bytes(), "k=other\n");
+    editFile(f, {std::chrono::seconds(10)}, [](const std::string& bytes) {
+        EXPECT_EQ(bytes, "k=other\n");
+        return bytes;
+    });
     other.join();
 }
 
@@ -1019,13 +1033,13 @@ TEST_F(Chosen, folder_without_room_for_a_copy_has_it_in_the_temporary_folder)
     setenv("TMPDIR", temporary.path().c_str(), 1);
     int copies = 0;
     EXPECT_EQ(folder.edit([&](const SystemCall& call) {
-        if (call.name == "ftruncate") // the file is about to change
+        if (call.name == "ftruncate") // of the copy, and of the file
             copies += !fs::is_empty(temporary.path());
         return call.name == "write" && fs::exists(folder.dir / "g") && folder.names().size() == 3 ? ENOSPC : 0;
     }),
         std::nullopt);
     setenv("TMPDIR", before.c_str(), 1);
-    EXPECT_EQ(copies, 1);
+    EXPECT_EQ(copies, 2);
     EXPECT_TRUE(fs::is_empty(temporary.path()));
     EXPECT_EQ(readFile(folder.dir / "g"), "k=2\n");
 }

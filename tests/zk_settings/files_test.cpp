@@ -1,5 +1,5 @@
+#include "editfile.h"
 #include "failure.h"
-#include "lockedfile.h"
 
 #include "zk_settings/settings.h"
 
@@ -269,9 +269,12 @@ TEST_F(Files, on_which_another_file_system_is_mounted_are_written_in_place)
 TEST_F(Files, lose_the_temporary_file_of_a_killed_edit)
 {
     writeFile(dir / ".f.zk_settings-0123456789abcdef", "half");
-    writeFile(dir / ".g.zk_settings-0123456789abcdef", "of another file");
-    EXPECT_EQ(set().status, 0);
-    EXPECT_EQ(namesIn(dir.path()), (Names{".g.zk_settings-0123456789abcdef", "f"}));
+    const Names others = {".f.zk_settings-0123456789abcde", ".f.zk_settings-0123456789abcdef.old",
+        ".g.zk_settings-0123456789abcdef", ".g.zk_settings-0123456789abcdef.new", "f"};
+    for (const std::string& name : others)
+        writeFile(dir / name, "k=1\n");
+    EXPECT_EQ(set().err, "");
+    EXPECT_EQ(namesIn(dir.path()), others);
 }
 
 TEST_F(Files, that_another_program_changes_are_kept)
@@ -279,10 +282,11 @@ TEST_F(Files, that_another_program_changes_are_kept)
     for (const bool isLinked : {false, true}) {
         if (isLinked)
             fs::create_hard_link(f, dir / "g");
-        LockedFile file(f, {0s});
-        writeFile(f, "k=other\n");
         try {
-            file.replace("k=2\n");
+            editFile(f, {0s}, [this](const std::string&) {
+                writeFile(f, "k=other\n");
+                return "k=2\n";
+            });
             ADD_FAILURE() << "it was replaced";
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.text, "cannot replace: another program has changed it");

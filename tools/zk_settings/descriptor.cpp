@@ -35,26 +35,18 @@ std::string readAll(int descriptor)
         const std::size_t size = bytes.size();
         bytes.resize(size + pieceSize);
         const ssize_t count = read(descriptor, bytes.data() + size, pieceSize);
-        if (count < 0)
-            throw systemFailure("read");
+        check(count >= 0, "read");
         bytes.resize(size + static_cast<std::size_t>(count));
         if (count == 0 || bytes.find('\0', size) != bytes.npos)
             return bytes;
     }
 }
 
-void writeAll(int descriptor, std::string_view bytes, const std::string& file)
+void writeAll(int descriptor, std::string_view bytes, const char* file)
 {
     while (!bytes.empty()) {
         const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-        if (count < 0)
-            throw systemFailure("write", {}, file);
+        check(count >= 0, "write", "", file);
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
-}
-
-void flush(int descriptor)
-{
-    if (fsync(descriptor) != 0)
-        throw systemFailure("flush to the disk");
 }

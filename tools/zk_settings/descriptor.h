@@ -15,15 +15,18 @@ public:
         : m_number(number)
     {
     }
-    Descriptor& operator=(Descriptor&& other) noexcept
+    Descriptor(Descriptor&& other) noexcept
+        : m_number(std::exchange(other.m_number, -1))
     {
-        std::swap(m_number, other.m_number);
-        return *this;
     }
-    ~Descriptor()
+    ~Descriptor() { reset(-1); }
+
+    /// Closes the file and owns another.
+    void reset(int number)
     {
         if (isOpen())
             close(m_number);
+        m_number = number;
     }
 
     bool isOpen() const { return m_number >= 0; }
@@ -47,9 +50,6 @@ std::string readAll(int descriptor);
 
 /// Writes every byte at the descriptor's offset. `file` is for the message, if it is not the command's FILE. Throws
 /// Failure.
-void writeAll(int descriptor, std::string_view bytes, const std::string& file = {});
-
-/// Flushes the file to the disk. Throws Failure.
-void flush(int descriptor);
+void writeAll(int descriptor, std::string_view bytes, const char* file = "");
 
 #endif

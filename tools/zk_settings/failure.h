@@ -20,12 +20,20 @@ struct Failure
     std::string text;
     int line = 0;          ///< 0: none
     std::string file = {}; ///< empty: the command's FILE
+    int error = 0;         ///< errno of a system call that has failed, if everything is as before
 };
 
 /// Describes the system call that has just failed: "cannot read: Permission denied", and what follows.
-inline Failure systemFailure(const std::string& action, const std::string& rest = {}, const std::string& file = {})
+inline Failure systemFailure(const char* action, const char* rest = "", const char* file = "")
 {
-    return {Trouble, "cannot " + action + ": " + std::strerror(errno) + rest, 0, file};
+    return {Trouble, std::string("cannot ") + action + ": " + std::strerror(errno) + rest, 0, file, errno};
+}
+
+/// Throws systemFailure() unless the system call is done.
+inline void check(bool isDone, const char* action, const char* rest = "", const char* file = "")
+{
+    if (!isDone)
+        throw systemFailure(action, rest, file);
 }
 
 #endif

@@ -1,8 +1,8 @@
 // zk_settings: settings files from the shell and from scripts.
 #include "descriptor.h"
 #include "document.h"
+#include "editfile.h"
 #include "failure.h"
-#include "lockedfile.h"
 
 #include "osrelease/osrelease.h"
 
@@ -120,8 +120,7 @@ std::string readSource(const Call& call)
     if (const auto descriptor = namedDescriptor(call.file()))
         return readAll(*descriptor);
     const Descriptor file(open(call.file().c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen())
-        throw systemFailure("open");
+    check(file.isOpen(), "open");
     return readAll(file.number());
 }
 
@@ -158,8 +157,8 @@ void edit(const Command& command, const Call& call)
 {
     if (namedDescriptor(call.file()))
         return writeAll(STDOUT_FILENO, edited(command, call, readSource(call)), "standard output");
-    LockedFile file(call.file(), {call.wait, call.has('c'), !call.has('l')});
-    file.replace(edited(command, call, file.bytes()));
+    editFile(call.file(), {call.wait, call.has('c'), !call.has('l')},
+        [&](const std::string& bytes) { return edited(command, call, bytes); });
 }
 
 std::string help()

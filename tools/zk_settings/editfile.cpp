@@ -1,0 +1,401 @@
+#include "editfile.h"
+
+#include "descriptor.h"
+#include "failure.h"
+
+#include <QUuid>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <limits>
+#include <linux/limits.h>
+#include <memory>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <sys/xattr.h>
+#include <thread>
+#include <tuple>
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int existing = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC; // does not wait if it is a pipe
+constexpr std::size_t randomSize = 16;
+
+struct Folder : Descriptor
+{
+    void open(const fs::path& name)
+    {
+        path = name.empty() ? "." : name;
+        reset(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!isOpen()) // one that cannot be read may allow a new file
+            reset(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+
+    fs::path path;
+};
+
+// The file as it was when it was locked. It is not open if it is missing.
+struct File : Descriptor
+{
+    Access access;
+    Folder folder;
+    std::string base;   // the name in the folder, which is no symbolic link
+    std::string prefix; // of the names of its temporary files
+    bool isOnSmb = false;
+    struct stat status = {};
+    std::string bytes;
+};
+
+// A temporary file. Removes itself unless it is kept.
+struct NewFile : Descriptor
+{
+    NewFile(const Folder& where, const std::string& prefix, mode_t mode, const char* action)
+        : folder(where)
+        , name(prefix + QUuid::createUuid().toByteArray(QUuid::Id128).left(randomSize).toStdString())
+    {
+        reset(openat(folder.number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+        check(isOpen(), action);
+    }
+    ~NewFile()
+    {
+        if (!isKept)
+            unlinkat(folder.number(), name.c_str(), 0);
+    }
+    bool renameTo(const std::string& target, unsigned flags) const
+    {
+        return renameat2(folder.number(), name.c_str(), folder.number(), target.c_str(), flags) == 0;
+    }
+    // Returns its path, with an ending for which the next edit does not remove it.
+    std::string keep(const char* ending)
+    {
+        isKept = true;
+        return folder.path / (renameTo(name + ending, 0) ? name + ending : name);
+    }
+
+    const Folder& folder;
+    std::string name;
+    bool isKept = false;
+};
+
+// Makes these bytes the whole contents.
+void overwrite(int file, const std::string& bytes)
+{
+    check(lseek(file, 0, SEEK_SET) == 0, "write");
+    writeAll(file, bytes);
+    check(ftruncate(file, static_cast<off_t>(bytes.size())) == 0, "write");
+    check(fsync(file) == 0, "flush to the disk");
+}
+
+// Flushes the names. Not every file system can flush a directory, and not every user may read it.
+bool flushFolder(const NewFile& fresh)
+{
+    return fsync(fresh.folder.number()) == 0 || ((errno == EINVAL || errno == EBADF) && syncfs(fresh.number()) == 0);
+}
+
+// False also if they cannot be read.
+bool hasBytes(const Folder& folder, const std::string& name, const std::string& bytes)
+{
+    const Descriptor file(openat(folder.number(), name.c_str(), O_RDONLY | existing));
+    try {
+        return readAll(file.number()) == bytes;
+    } catch (const Failure&) {
+        return false;
+    }
+}
+
+// Whether another program has the file open for writing: the system then refuses a lease. Only root and the owner can
+// ask, and only with a descriptor that cannot write.
+bool isWritten(const File& file)
+{
+    if (!file.access.lock || (fcntl(file.number(), F_GETFL) & O_ACCMODE) != O_RDONLY)
+        return false;
+    std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
+    const bool isRefused = fcntl(file.number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+    fcntl(file.number(), F_SETLEASE, F_UNLCK);
+    return isRefused;
+}
+
+// Whether the file has this name and is as it was, or is still missing. An exchange of names changes st_ctim.
+bool isUnchanged(const File& file, const std::string& name)
+{
+    if (isWritten(file))
+        return false;
+    struct stat named = {};
+    struct stat opened = {};
+    fstatat(file.folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW);
+    fstat(file.number(), &opened);
+    const bool isExchanged = name != file.base;
+    const auto state = [isExchanged](const struct stat& s) {
+        return std::make_tuple(s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size, s.st_mtim.tv_sec,
+            s.st_mtim.tv_nsec, isExchanged ? 0 : s.st_ctim.tv_sec, isExchanged ? 0 : s.st_ctim.tv_nsec);
+    };
+    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && state(opened) == state(file.status);
+}
+
+void look(File& file)
+{
+    struct statfs system = {};
+    check(fstat(file.number(), &file.status) == 0 && fstatfs(file.number(), &system) == 0, "open");
+    if (!S_ISREG(file.status.st_mode))
+        throw Failure{Trouble, "cannot edit: not a regular file"};
+    file.isOnSmb = system.f_type == 0xfe534d42 || system.f_type == 0xff534d42; // the second by older kernels
+}
+
+File openFile(const std::string& name, const Access& access)
+{
+    File file;
+    file.access = access;
+    file.reset(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    check(file.isOpen() || (errno == ENOENT && access.create), "open");
+    if (file.isOpen())
+        look(file);
+    std::error_code error;
+    const fs::path path = file.isOpen() ? fs::canonical(name, error) : fs::path(name);
+    if (error) // another program has removed it since
+        throw Failure{Trouble, "cannot open: " + error.message()};
+    if (!file.isOpen() && fs::is_symlink(path, error)) // as open() with O_CREAT and O_EXCL
+        throw Failure{Trouble, "cannot create: the name is a symbolic link to a missing file"};
+    file.base = path.filename();
+    file.prefix = '.' + file.base.substr(0, 200) + ".zk_settings-"; // a name has at most 255 bytes
+    file.folder.open(path.parent_path());
+    check(file.folder.isOpen(), "open its directory");
+    return file;
+}
+
+// On SMB a lock on the whole file keeps other programs from reading it. A lock on a byte that no file has does not.
+bool tryLock(const File& file)
+{
+    struct flock byte = {F_WRLCK, SEEK_SET, std::numeric_limits<off_t>::max() - 1, 1, 0};
+    if (file.isOnSmb)
+        return fcntl(file.number(), F_OFD_SETLK, &byte) == 0;
+    return flock(file.isOpen() ? file.number() : file.folder.number(), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool lock(File& file)
+{
+    bool isLocked = tryLock(file);
+    if (!isLocked && errno == EBADF && file.isOpen()) { // on NFS and SMB it must be open for writing
+        file.reset(openat(file.folder.number(), file.base.c_str(), O_RDWR | existing));
+        isLocked = file.isOpen() && tryLock(file);
+    }
+    const bool isBusy = errno == EAGAIN || (errno == EACCES && file.isOpen()); // the second on SMB
+    check(isLocked || isBusy, "lock", "; --no-lock edits without a lock");
+    return isLocked;
+}
+
+// Whether a copy can be removed. In a shared directory anyone can create a file of its name.
+bool isObsolete(const File& file, const std::string& copy)
+{
+    struct stat status = {};
+    fstatat(file.folder.number(), copy.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+    const bool isTrusted = status.st_uid == 0 || status.st_uid == geteuid() || status.st_uid == file.status.st_uid;
+    if (!S_ISREG(status.st_mode) || !isTrusted)
+        return false;
+    if (!hasBytes(file.folder, copy, file.bytes))
+        throw Failure{Trouble, "cannot edit: an interrupted edit may have damaged it; copy " +
+                                   (file.folder.path / copy).string() + " to it, or remove that file"};
+    return true;
+}
+
+// Removes what killed edits have left.
+void tidy(const File& file)
+{
+    const std::size_t size = file.prefix.size() + randomSize;
+    std::error_code error; // a directory that cannot be read
+    for (fs::directory_iterator entry(file.folder.path, error), end; entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        if (name.rfind(file.prefix, 0) != 0)
+            continue;
+        const bool isCopy = name.size() == size + 4 && entry->path().extension() == ".new";
+        if (name.size() == size || (isCopy && isObsolete(file, name)))
+            unlinkat(file.folder.number(), name.c_str(), 0);
+    }
+}
+
+File openLocked(const std::string& name, const Access& access)
+{
+    const auto deadline = Clock::now() + access.wait;
+    while (true) {
+        File file = openFile(name, access); // each time, because an edit replaces the file
+        if ((!access.lock || lock(file)) && isUnchanged(file, file.base))
+            return file;
+        if (Clock::now() >= deadline)
+            throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer"};
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+constexpr char copying[] = "copy its owner and attributes";
+
+// Sets only what differs: some attributes cannot be set, but the new file has the same.
+void copyAttributes(int from, int to)
+{
+    static char names[XATTR_LIST_MAX], value[XATTR_SIZE_MAX], present[XATTR_SIZE_MAX];
+    const ssize_t namesSize = flistxattr(from, names, sizeof names);
+    check(namesSize >= 0 || errno == ENOTSUP, copying);                    // this file system has none
+    const bool isPlain = fremovexattr(to, "system.posix_acl_access") == 0; // that of the directory
+    check(isPlain || errno == ENODATA || errno == ENOTSUP, copying);
+    for (const char* name = names; name < names + namesSize; name += std::strlen(name) + 1) {
+        const ssize_t size = fgetxattr(from, name, value, sizeof value);
+        check(size >= 0, copying);
+        const bool isThere =
+            fgetxattr(to, name, present, sizeof present) == size && std::equal(value, value + size, present);
+        check(isThere || fsetxattr(to, name, value, static_cast<std::size_t>(size), 0) == 0, copying);
+    }
+}
+
+// Sets the mode last, because a change of owner clears some of its bits. Comes before the first write, so that the
+// write clears the set-user-ID bits as usual.
+void copyStatus(const File& file, int to)
+{
+    struct stat fresh = {};
+    check(fstat(to, &fresh) == 0, copying);
+    const bool isOwned = fresh.st_uid == file.status.st_uid && fresh.st_gid == file.status.st_gid;
+    check(isOwned || fchown(to, file.status.st_uid, file.status.st_gid) == 0, copying);
+    copyAttributes(file.number(), to);
+    check(fchmod(to, file.status.st_mode & 07777) == 0, copying);
+}
+
+constexpr char changed[] = "cannot replace: another program has changed it";
+
+// Another program may have found the old file just before the exchange, and changed it since.
+void checkExchange(const File& file, NewFile& fresh, const std::string& bytes)
+{
+    if (isUnchanged(file, fresh.name))
+        return;
+    if (fresh.renameTo(file.base, RENAME_EXCHANGE)) {
+        if (hasBytes(file.folder, fresh.name, bytes)) {
+            flushFolder(fresh);
+            throw Failure{Trouble, changed};
+        }
+        fresh.renameTo(file.base, RENAME_EXCHANGE); // another program has written or replaced the new file
+    }
+    throw Failure{
+        Trouble, "replaced, but another program may have changed it; the file before is " + fresh.keep(".old")};
+}
+
+// After an exchange, `exchanged` is the new contents.
+void finish(const File& file, NewFile& fresh, const std::string* exchanged)
+{
+    const bool isFlushed = flushFolder(fresh);
+    const Failure unflushed =
+        systemFailure("flush its directory", "; the edit is done, but may not survive a power failure");
+    if (exchanged)
+        checkExchange(file, fresh, *exchanged);
+    if (!isFlushed)
+        throw Failure{Trouble, unflushed.text};
+}
+
+void create(const File& file, const std::string& bytes)
+{
+    NewFile fresh(file.folder, file.prefix, 0666, "create a file in its directory");
+    overwrite(fresh.number(), bytes);
+    const int folder = file.folder.number();
+    const bool isNamed = fresh.renameTo(file.base, RENAME_NOREPLACE) || // not every file system can do that
+                         linkat(folder, fresh.name.c_str(), folder, file.base.c_str(), 0) == 0;
+    check(isNamed, "create"); // another program may have created it meanwhile
+    finish(file, fresh, nullptr);
+}
+
+void replaceByRename(const File& file, const std::string& bytes)
+{
+    NewFile fresh(file.folder, file.prefix, 0600, "create a file in its directory");
+    copyStatus(file, fresh.number());
+    overwrite(fresh.number(), bytes);
+    flock(fresh.number(), LOCK_EX | LOCK_NB);     // the next edit waits until this one has ended
+    for (const bool isExchange : {true, false}) { // not every file system can exchange names
+        if (!isUnchanged(file, file.base))
+            throw Failure{Trouble, changed};
+        if (fresh.renameTo(file.base, isExchange ? RENAME_EXCHANGE : 0))
+            return finish(file, fresh, isExchange ? &bytes : nullptr);
+    }
+    const Failure failure = systemFailure("replace");
+    if (hasBytes(file.folder, file.base, file.bytes))
+        throw failure;
+    throw Failure{Trouble, failure.text + "; its new contents are in " + fresh.keep(".new")};
+}
+
+// Returns a copy from which a file that is damaged by a write in place can be restored.
+std::unique_ptr<NewFile> save(const Folder& folder, const std::string& prefix, const std::string& bytes)
+{
+    const std::string action = "save a copy in " + folder.path.string();
+    auto copy = std::make_unique<NewFile>(folder, prefix, 0600, action.c_str());
+    overwrite(copy->number(), bytes);
+    check(copy->renameTo(copy->name + ".new", 0), action.c_str());
+    copy->name += ".new";
+    check(flushFolder(*copy), action.c_str());
+    return copy;
+}
+
+void overwriteOrRestore(const File& file, int target, const std::string& bytes, NewFile& copy)
+{
+    try {
+        overwrite(target, bytes);
+    } catch (Failure& failure) {
+        try {
+            if (!hasBytes(file.folder, file.base, file.bytes))
+                overwrite(target, file.bytes);
+        } catch (const Failure&) {
+            failure.text += "; it is damaged, and its new contents are in " + copy.keep("");
+        }
+        throw;
+    }
+}
+
+void writeInPlace(const File& file, const std::string& bytes)
+{
+    const char* const temporary = std::getenv("TMPDIR");
+    Folder spare;
+    spare.open(temporary ? temporary : "/var/tmp"); // it survives a restart
+    std::unique_ptr<NewFile> copy;
+    try {
+        copy = save(file.folder, file.prefix, bytes);
+    } catch (const Failure&) {
+        copy = save(spare, file.prefix, bytes);
+    }
+    if (isWritten(file))
+        throw Failure{Trouble, changed};
+    const Descriptor target(openat(file.folder.number(), file.base.c_str(), O_RDWR | existing));
+    check(target.isOpen(), "write");
+    if (readAll(target.number()) != file.bytes)
+        throw Failure{Trouble, changed};
+    overwriteOrRestore(file, target.number(), bytes, *copy);
+}
+
+void replace(const File& file, const std::string& bytes)
+{
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM})
+        std::signal(signal, SIG_IGN);
+    if (!file.isOpen())
+        return create(file, bytes);
+    check(faccessat(file.folder.number(), file.base.c_str(), W_OK, AT_EACCESS) == 0, "write");
+    try {
+        if (!file.isOnSmb && file.status.st_nlink == 1)
+            return replaceByRename(file, bytes);
+    } catch (const Failure& failure) { // the directory, the owner or a mount point may allow no new file
+        const int error = failure.error;
+        if (error != EACCES && error != EPERM && error != EROFS && error != EBUSY && error != EINVAL)
+            throw;
+    }
+    writeInPlace(file, bytes);
+}
+
+} // namespace
+
+void editFile(const std::string& name, const Access& access, const Edit& edit)
+{
+    File file = openLocked(name, access);
+    if (file.isOpen())
+        file.bytes = readAll(file.number());
+    tidy(file);
+    const std::string bytes = edit(file.bytes);
+    if (!file.isOpen() || bytes != file.bytes)
+        replace(file, bytes);
+}

@@ -1,0 +1,54 @@
+#ifndef ZK_SETTINGS_EDITFILE_H
+#define ZK_SETTINGS_EDITFILE_H
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+/// How to open a file for an edit.
+struct Access
+{
+    std::chrono::seconds wait{10}; ///< for another edit, and for a program that has the file open for writing
+    bool create = false;           ///< treat a missing file as empty
+    bool lock = true;              ///< false: for a file system without locks
+};
+
+/// Returns the new contents.
+using Edit = std::function<std::string(const std::string& bytes)>;
+
+/// Locks a regular file, reads it, and replaces it as a whole if the edit changes it. From then on the process ignores
+/// SIGHUP, SIGINT, SIGQUIT and SIGTERM, so that it ends with the status of the edit. Throws Failure on an error; the
+/// old contents stay unless it says otherwise.
+///
+/// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its directory. A step that
+/// fails leaves what the step before left, and no NEW.
+///
+/// | step                                                           | at FILE | if killed, beside it  |
+/// |----------------------------------------------------------------|---------|-----------------------|
+/// | open FILE; lock it; read it; remove what a killed edit left    | old     |                       |
+/// | create NEW; copy owner, attributes and mode; write; flush      | old     | NEW, maybe incomplete |
+/// | check that FILE has not changed; exchange NEW and FILE         | new     | the old file, as NEW  |
+/// | flush the directory                                            | new     | the old file, as NEW  |
+/// | if the old file has changed, exchange back, flush; remove NEW  | new/old | NEW, old or new       |
+///
+/// If another program has written or replaced the new file too, the old one stays as NEW with the ending `.old`. If the
+/// file system cannot exchange names, NEW is renamed over FILE. If that fails, and the old bytes cannot be read from
+/// FILE any more, NEW becomes a COPY, as below. To create FILE, NEW is renamed or linked to it.
+///
+/// A file is written in place if it has several hard links, if its directory or owner allows no new file, or if it is
+/// on SMB: the server removes a file that is renamed over while a program has it open. COPY is NEW with the ending
+/// `.new`. It is in $TMPDIR or /var/tmp if the directory has no room for it:
+///
+/// | step                                                           | at FILE | if killed, beside it  |
+/// |----------------------------------------------------------------|---------|-----------------------|
+/// | create NEW; write; flush                                       | old     | NEW, maybe incomplete |
+/// | rename NEW to COPY; flush the directory                        | old     | COPY                  |
+/// | open FILE for writing; check that it has the old bytes         | old     | COPY                  |
+/// | write, truncate and flush FILE; if that fails, restore it      | damaged | COPY                  |
+/// | remove COPY                                                    | new     |                       |
+///
+/// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
+/// The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its process.
+void editFile(const std::string& name, const Access& access, const Edit& edit);
+
+#endif

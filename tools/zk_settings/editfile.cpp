@@ -204,7 +204,7 @@ bool isObsolete(const File& file, const std::string& copy)
     return true;
 }
 
-// Removes what killed edits have left.
+// Removes what killed edits have left. One may be a second name of the file, which is then written in place.
 void tidy(const File& file)
 {
     const std::size_t size = file.prefix.size() + randomSize;

@@ -3,6 +3,7 @@
 #include "descriptor.h"
 #include "failure.h"
 
+#include <QDeadlineTimer>
 #include <QUuid>
 
 #include <algorithm>
@@ -21,7 +22,6 @@
 #include <tuple>
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 namespace {
 
@@ -41,7 +41,7 @@ struct Folder : Descriptor
     fs::path path;
 };
 
-// The file as it was when it was locked. It is not open if it is missing.
+// The file as it was when it was locked, and what it becomes. It is not open if it is missing.
 struct File : Descriptor
 {
     Access access;
@@ -51,6 +51,7 @@ struct File : Descriptor
     bool isOnSmb = false;
     struct stat status = {};
     std::string bytes;
+    std::string newBytes;
 };
 
 // A temporary file. Removes itself unless it is kept.
@@ -84,7 +85,7 @@ struct NewFile : Descriptor
     bool isKept = false;
 };
 
-// Makes these bytes the whole contents.
+// Makes these bytes the whole contents, and flushes them.
 void overwrite(int file, const std::string& bytes)
 {
     check(lseek(file, 0, SEEK_SET) == 0, "write");
@@ -139,6 +140,7 @@ bool isUnchanged(const File& file, const std::string& name)
     return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && state(opened) == state(file.status);
 }
 
+// Refuses what is no regular file.
 void look(File& file)
 {
     struct statfs system = {};
@@ -221,12 +223,12 @@ void tidy(const File& file)
 
 File openLocked(const std::string& name, const Access& access)
 {
-    const auto deadline = Clock::now() + access.wait;
+    const QDeadlineTimer deadline(access.wait);
     while (true) {
         File file = openFile(name, access); // each time, because an edit replaces the file
         if ((!access.lock || lock(file)) && isUnchanged(file, file.base))
             return file;
-        if (Clock::now() >= deadline)
+        if (deadline.hasExpired())
             throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer"};
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
@@ -266,12 +268,12 @@ void copyStatus(const File& file, int to)
 constexpr char changed[] = "cannot replace: another program has changed it";
 
 // Another program may have found the old file just before the exchange, and changed it since.
-void checkExchange(const File& file, NewFile& fresh, const std::string& bytes)
+void checkExchange(const File& file, NewFile& fresh)
 {
     if (isUnchanged(file, fresh.name))
         return;
     if (fresh.renameTo(file.base, RENAME_EXCHANGE)) {
-        if (hasBytes(file.folder, fresh.name, bytes)) {
+        if (hasBytes(file.folder, fresh.name, file.newBytes)) {
             flushFolder(fresh);
             throw Failure{Trouble, changed};
         }
@@ -281,40 +283,39 @@ void checkExchange(const File& file, NewFile& fresh, const std::string& bytes)
         Trouble, "replaced, but another program may have changed it; the file before is " + fresh.keep(".old")};
 }
 
-// After an exchange, `exchanged` is the new contents.
-void finish(const File& file, NewFile& fresh, const std::string* exchanged)
+void finish(const File& file, NewFile& fresh, bool isExchange)
 {
     const bool isFlushed = flushFolder(fresh);
-    const Failure unflushed =
+    const Failure unflushed = // built while errno is that of the flush
         systemFailure("flush its directory", "; the edit is done, but may not survive a power failure");
-    if (exchanged)
-        checkExchange(file, fresh, *exchanged);
+    if (isExchange)
+        checkExchange(file, fresh);
     if (!isFlushed)
         throw Failure{Trouble, unflushed.text};
 }
 
-void create(const File& file, const std::string& bytes)
+void create(const File& file)
 {
     NewFile fresh(file.folder, file.prefix, 0666, "create a file in its directory");
-    overwrite(fresh.number(), bytes);
+    overwrite(fresh.number(), file.newBytes);
     const int folder = file.folder.number();
     const bool isNamed = fresh.renameTo(file.base, RENAME_NOREPLACE) || // not every file system can do that
                          linkat(folder, fresh.name.c_str(), folder, file.base.c_str(), 0) == 0;
     check(isNamed, "create"); // another program may have created it meanwhile
-    finish(file, fresh, nullptr);
+    finish(file, fresh, false);
 }
 
-void replaceByRename(const File& file, const std::string& bytes)
+void replaceByRename(const File& file)
 {
     NewFile fresh(file.folder, file.prefix, 0600, "create a file in its directory");
     copyStatus(file, fresh.number());
-    overwrite(fresh.number(), bytes);
+    overwrite(fresh.number(), file.newBytes);
     flock(fresh.number(), LOCK_EX | LOCK_NB);     // the next edit waits until this one has ended
     for (const bool isExchange : {true, false}) { // not every file system can exchange names
         if (!isUnchanged(file, file.base))
             throw Failure{Trouble, changed};
         if (fresh.renameTo(file.base, isExchange ? RENAME_EXCHANGE : 0))
-            return finish(file, fresh, isExchange ? &bytes : nullptr);
+            return finish(file, fresh, isExchange);
     }
     const Failure failure = systemFailure("replace");
     if (hasBytes(file.folder, file.base, file.bytes))
@@ -323,21 +324,21 @@ void replaceByRename(const File& file, const std::string& bytes)
 }
 
 // Returns a copy from which a file that is damaged by a write in place can be restored.
-std::unique_ptr<NewFile> save(const Folder& folder, const std::string& prefix, const std::string& bytes)
+std::unique_ptr<NewFile> save(const Folder& folder, const File& file)
 {
     const std::string action = "save a copy in " + folder.path.string();
-    auto copy = std::make_unique<NewFile>(folder, prefix, 0600, action.c_str());
-    overwrite(copy->number(), bytes);
+    auto copy = std::make_unique<NewFile>(folder, file.prefix, 0600, action.c_str());
+    overwrite(copy->number(), file.newBytes);
     check(copy->renameTo(copy->name + ".new", 0), action.c_str());
     copy->name += ".new";
     check(flushFolder(*copy), action.c_str());
     return copy;
 }
 
-void overwriteOrRestore(const File& file, int target, const std::string& bytes, NewFile& copy)
+void overwriteOrRestore(const File& file, int target, NewFile& copy)
 {
     try {
-        overwrite(target, bytes);
+        overwrite(target, file.newBytes);
     } catch (Failure& failure) {
         try {
             if (!hasBytes(file.folder, file.base, file.bytes))
@@ -349,16 +350,16 @@ void overwriteOrRestore(const File& file, int target, const std::string& bytes, 
     }
 }
 
-void writeInPlace(const File& file, const std::string& bytes)
+void writeInPlace(const File& file)
 {
     const char* const temporary = std::getenv("TMPDIR");
     Folder spare;
     spare.open(temporary ? temporary : "/var/tmp"); // it survives a restart
     std::unique_ptr<NewFile> copy;
     try {
-        copy = save(file.folder, file.prefix, bytes);
+        copy = save(file.folder, file);
     } catch (const Failure&) {
-        copy = save(spare, file.prefix, bytes);
+        copy = save(spare, file);
     }
     if (isWritten(file))
         throw Failure{Trouble, changed};
@@ -366,25 +367,25 @@ void writeInPlace(const File& file, const std::string& bytes)
     check(target.isOpen(), "write");
     if (readAll(target.number()) != file.bytes)
         throw Failure{Trouble, changed};
-    overwriteOrRestore(file, target.number(), bytes, *copy);
+    overwriteOrRestore(file, target.number(), *copy);
 }
 
-void replace(const File& file, const std::string& bytes)
+void replace(const File& file)
 {
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM})
         std::signal(signal, SIG_IGN);
     if (!file.isOpen())
-        return create(file, bytes);
+        return create(file);
     check(faccessat(file.folder.number(), file.base.c_str(), W_OK, AT_EACCESS) == 0, "write");
     try {
         if (!file.isOnSmb && file.status.st_nlink == 1)
-            return replaceByRename(file, bytes);
+            return replaceByRename(file);
     } catch (const Failure& failure) { // the directory, the owner or a mount point may allow no new file
         const int error = failure.error;
         if (error != EACCES && error != EPERM && error != EROFS && error != EBUSY && error != EINVAL)
             throw;
     }
-    writeInPlace(file, bytes);
+    writeInPlace(file);
 }
 
 } // namespace
@@ -395,7 +396,7 @@ void editFile(const std::string& name, const Access& access, const Edit& edit)
     if (file.isOpen())
         file.bytes = readAll(file.number());
     tidy(file);
-    const std::string bytes = edit(file.bytes);
-    if (!file.isOpen() || bytes != file.bytes)
-        replace(file, bytes);
+    file.newBytes = edit(file.bytes);
+    if (!file.isOpen() || file.newBytes != file.bytes)
+        replace(file);
 }

@@ -20,7 +20,7 @@ struct Failure
     std::string text;
     int line = 0;          ///< 0: none
     std::string file = {}; ///< empty: the command's FILE
-    int error = 0;         ///< errno of a system call that has failed, if everything is as before
+    int error = 0;         ///< errno of the system call that has failed; 0 also if the edit is done nevertheless
 };
 
 /// Describes the system call that has just failed: "cannot read: Permission denied", and what follows.

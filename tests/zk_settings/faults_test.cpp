@@ -822,17 +822,18 @@ TEST_F(Chosen, temporary_files_are_private)
     }
 }
 
-// To open a file for writing may change the time of its last change: an overlay copies the file then.
-TEST_F(Chosen, late_change_of_the_time_alone_does_not_stop_a_write_in_place)
+// The time of the last change changes too. An overlay changes it when the file is opened for writing.
+TEST_F(Chosen, late_change_of_the_mode_stays_and_does_not_stop_a_write_in_place)
 {
     fs::create_hard_link(f, folder.dir / "g");
     bool isSaved = false;
     EXPECT_EQ(folder.edit([&](const SystemCall& call) {
         isSaved = isSaved || call.name == "renameat2";
-        return isSaved && call.name == "openat" ? chmod(f.c_str(), 0644) : 0;
+        return isSaved && call.name == "openat" ? chmod(f.c_str(), 0600) : 0;
     }),
         std::nullopt);
     EXPECT_EQ(readFile(folder.dir / "g"), "k=2\n");
+    EXPECT_EQ(stateOf(f).mode & 07777, 0600u);
 }
 
 TEST_F(Chosen, file_that_is_opened_for_writing_before_a_write_in_place_is_refused)

@@ -579,6 +579,13 @@ TEST_F(Chosen, folder_that_has_no_flush_has_its_file_system_flushed)
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
+TEST_F(Chosen, file_whose_status_is_unknown_is_refused)
+{
+    for (const char* const call : {"fstat", "fstatfs"})
+        EXPECT_EQ(folder.edit(fail(call, EIO)), "cannot open: Input/output error");
+    EXPECT_EQ(readFile(f), "k=1\n");
+}
+
 // As on NFS.
 TEST_F(Chosen, lock_that_needs_a_descriptor_for_writing)
 {

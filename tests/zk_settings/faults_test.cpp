@@ -579,10 +579,12 @@ TEST_F(Chosen, folder_that_has_no_flush_has_its_file_system_flushed)
     EXPECT_EQ(readFile(f), "k=2\n");
 }
 
-TEST_F(Chosen, file_whose_status_is_unknown_is_refused)
+TEST_F(Chosen, messages_say_what_failed)
 {
-    for (const char* const call : {"fstat", "fstatfs"})
-        EXPECT_EQ(folder.edit(fail(call, EIO)), "cannot open: Input/output error");
+    const std::pair<const char*, const char*> texts[] = {{"fstat", "open"}, {"fstatfs", "open"}, {"read", "read"},
+        {"lseek", "write"}, {"write", "write"}, {"ftruncate", "write"}, {"fsync", "flush to the disk"}};
+    for (const auto& [call, action] : texts)
+        EXPECT_EQ(folder.edit(fail(call, EIO)), std::string("cannot ") + action + ": Input/output error") << call;
     EXPECT_EQ(readFile(f), "k=1\n");
 }
 

@@ -110,7 +110,7 @@ bool contains(const std::string& text, const std::string& part)
 
 constexpr char change[] = "x=1\n"; // of another program
 
-Edit contents(const char* bytes)
+auto contents(const char* bytes)
 {
     return [=](const std::string&) { return bytes; };
 }
@@ -891,7 +891,8 @@ TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
 
 TEST_F(Chosen, full_folder_is_no_reason_to_write_in_place)
 {
-    EXPECT_EQ(folder.edit(fail("openat", ENOSPC)), "cannot create a file in its directory: No space left on device");
+    EXPECT_EQ(folder.edit(fail("openat", ENOSPC)),
+        "cannot create a file in " + folder.dir.path() + ": No space left on device");
     EXPECT_EQ(readFile(f), "k=1\n");
 }
 

@@ -52,4 +52,11 @@ std::string readAll(int descriptor);
 /// Failure.
 void writeAll(int descriptor, std::string_view bytes, const char* file = "");
 
+/// Makes the bytes the whole contents, and flushes them to the disk. Throws Failure.
+void overwrite(int descriptor, const std::string& bytes);
+
+/// Copies the owner, group and mode of the status, and the extended attributes with ACLs. Call it before the first
+/// write, so that the write clears the set-user-ID bits as usual. Throws Failure.
+void copyStatus(int from, const struct stat& status, int to);
+
 #endif

@@ -6,19 +6,13 @@
 #include <QDeadlineTimer>
 #include <QUuid>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <limits>
-#include <linux/limits.h>
 #include <memory>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
-#include <sys/xattr.h>
-#include <thread>
 #include <tuple>
 
 namespace fs = std::filesystem;
@@ -32,7 +26,7 @@ struct Folder : Descriptor
 {
     void open(const fs::path& name)
     {
-        path = name.empty() ? "." : name;
+        path = name;
         reset(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!isOpen()) // one that cannot be read may allow a new file
             reset(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -57,12 +51,12 @@ struct File : Descriptor
 // A temporary file. Removes itself unless it is kept.
 struct NewFile : Descriptor
 {
-    NewFile(const Folder& where, const std::string& prefix, mode_t mode, const char* action)
+    NewFile(const Folder& where, const std::string& prefix, mode_t mode)
         : folder(where)
         , name(prefix + QUuid::createUuid().toByteArray(QUuid::Id128).left(randomSize).toStdString())
     {
         reset(openat(folder.number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-        check(isOpen(), action);
+        check(isOpen(), "create a file in " + folder.path.string());
     }
     ~NewFile()
     {
@@ -84,15 +78,6 @@ struct NewFile : Descriptor
     std::string name;
     bool isKept = false;
 };
-
-// Makes these bytes the whole contents, and flushes them.
-void overwrite(int file, const std::string& bytes)
-{
-    check(lseek(file, 0, SEEK_SET) == 0, "write");
-    writeAll(file, bytes);
-    check(ftruncate(file, static_cast<off_t>(bytes.size())) == 0, "write");
-    check(fsync(file) == 0, "flush to the disk");
-}
 
 // Flushes the names. Not every file system can flush a directory, and not every user may read it.
 bool flushFolder(const NewFile& fresh)
@@ -129,15 +114,14 @@ bool isUnchanged(const File& file, const std::string& name)
     if (isWritten(file))
         return false;
     struct stat named = {};
-    struct stat opened = {};
     fstatat(file.folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW);
-    fstat(file.number(), &opened);
     const bool isExchanged = name != file.base;
     const auto state = [isExchanged](const struct stat& s) {
-        return std::make_tuple(s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size, s.st_mtim.tv_sec,
-            s.st_mtim.tv_nsec, isExchanged ? 0 : s.st_ctim.tv_sec, isExchanged ? 0 : s.st_ctim.tv_nsec);
+        const timespec changed = isExchanged ? timespec{} : s.st_ctim;
+        return std::make_tuple(s.st_dev, s.st_ino, s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size,
+            s.st_mtim.tv_sec, s.st_mtim.tv_nsec, changed.tv_sec, changed.tv_nsec);
     };
-    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && state(opened) == state(file.status);
+    return state(named) == state(file.status);
 }
 
 // Refuses what is no regular file.
@@ -159,7 +143,7 @@ File openFile(const std::string& name, const Access& access)
     if (file.isOpen())
         look(file);
     std::error_code error;
-    const fs::path path = file.isOpen() ? fs::canonical(name, error) : fs::path(name);
+    const fs::path path = file.isOpen() ? fs::canonical(name, error) : fs::absolute(name, error);
     if (error) // another program has removed it since
         throw Failure{Trouble, "cannot open: " + error.message()};
     if (!file.isOpen() && fs::is_symlink(path, error)) // as open() with O_CREAT and O_EXCL
@@ -174,10 +158,9 @@ File openFile(const std::string& name, const Access& access)
 // On SMB a lock on the whole file keeps other programs from reading it. A lock on a byte that no file has does not.
 bool tryLock(const File& file)
 {
-    struct flock byte = {F_WRLCK, SEEK_SET, std::numeric_limits<off_t>::max() - 1, 1, 0};
-    if (file.isOnSmb)
-        return fcntl(file.number(), F_OFD_SETLK, &byte) == 0;
-    return flock(file.isOpen() ? file.number() : file.folder.number(), LOCK_EX | LOCK_NB) == 0;
+    struct flock byte = {F_WRLCK, SEEK_SET, INT64_MAX - 1, 1, 0};
+    const int number = file.isOpen() ? file.number() : file.folder.number();
+    return (file.isOnSmb ? fcntl(number, F_OFD_SETLK, &byte) : flock(number, LOCK_EX | LOCK_NB)) == 0;
 }
 
 bool lock(File& file)
@@ -223,80 +206,46 @@ void tidy(const File& file)
 
 File openLocked(const std::string& name, const Access& access)
 {
-    const QDeadlineTimer deadline(access.wait);
-    while (true) {
+    for (const QDeadlineTimer deadline(access.wait);; usleep(5000)) {
         File file = openFile(name, access); // each time, because an edit replaces the file
         if ((!access.lock || lock(file)) && isUnchanged(file, file.base))
             return file;
         if (deadline.hasExpired())
             throw Failure{Trouble, "cannot lock: another process is editing it; --wait waits longer"};
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-}
-
-constexpr char copying[] = "copy its owner and attributes";
-
-// Sets only what differs: some attributes cannot be set, but the new file has the same.
-void copyAttributes(int from, int to)
-{
-    static char names[XATTR_LIST_MAX], value[XATTR_SIZE_MAX], present[XATTR_SIZE_MAX];
-    const ssize_t namesSize = flistxattr(from, names, sizeof names);
-    check(namesSize >= 0 || errno == ENOTSUP, copying);                    // this file system has none
-    const bool isPlain = fremovexattr(to, "system.posix_acl_access") == 0; // that of the directory
-    check(isPlain || errno == ENODATA || errno == ENOTSUP, copying);
-    for (const char* name = names; name < names + namesSize; name += std::strlen(name) + 1) {
-        const ssize_t size = fgetxattr(from, name, value, sizeof value);
-        check(size >= 0, copying);
-        const bool isThere =
-            fgetxattr(to, name, present, sizeof present) == size && std::equal(value, value + size, present);
-        check(isThere || fsetxattr(to, name, value, static_cast<std::size_t>(size), 0) == 0, copying);
-    }
-}
-
-// Sets the mode last, because a change of owner clears some of its bits. Comes before the first write, so that the
-// write clears the set-user-ID bits as usual.
-void copyStatus(const File& file, int to)
-{
-    struct stat fresh = {};
-    check(fstat(to, &fresh) == 0, copying);
-    const bool isOwned = fresh.st_uid == file.status.st_uid && fresh.st_gid == file.status.st_gid;
-    check(isOwned || fchown(to, file.status.st_uid, file.status.st_gid) == 0, copying);
-    copyAttributes(file.number(), to);
-    check(fchmod(to, file.status.st_mode & 07777) == 0, copying);
 }
 
 constexpr char changed[] = "cannot replace: another program has changed it";
 
-// Another program may have found the old file just before the exchange, and changed it since.
-void checkExchange(const File& file, NewFile& fresh)
+// After another program has changed the old file. If it has written or replaced the new file too, that one stays.
+[[noreturn]] void exchangeBack(const File& file, NewFile& fresh)
 {
-    if (isUnchanged(file, fresh.name))
-        return;
     if (fresh.renameTo(file.base, RENAME_EXCHANGE)) {
         if (hasBytes(file.folder, fresh.name, file.newBytes)) {
             flushFolder(fresh);
             throw Failure{Trouble, changed};
         }
-        fresh.renameTo(file.base, RENAME_EXCHANGE); // another program has written or replaced the new file
+        fresh.renameTo(file.base, RENAME_EXCHANGE);
     }
     throw Failure{
         Trouble, "replaced, but another program may have changed it; the file before is " + fresh.keep(".old")};
 }
 
+// Another program may have found the old file just before the exchange, and changed it since.
 void finish(const File& file, NewFile& fresh, bool isExchange)
 {
     const bool isFlushed = flushFolder(fresh);
     const Failure unflushed = // built while errno is that of the flush
         systemFailure("flush its directory", "; the edit is done, but may not survive a power failure");
-    if (isExchange)
-        checkExchange(file, fresh);
+    if (isExchange && !isUnchanged(file, fresh.name))
+        exchangeBack(file, fresh);
     if (!isFlushed)
         throw Failure{Trouble, unflushed.text};
 }
 
 void create(const File& file)
 {
-    NewFile fresh(file.folder, file.prefix, 0666, "create a file in its directory");
+    NewFile fresh(file.folder, file.prefix, 0666);
     overwrite(fresh.number(), file.newBytes);
     const int folder = file.folder.number();
     const bool isNamed = fresh.renameTo(file.base, RENAME_NOREPLACE) || // not every file system can do that
@@ -307,8 +256,8 @@ void create(const File& file)
 
 void replaceByRename(const File& file)
 {
-    NewFile fresh(file.folder, file.prefix, 0600, "create a file in its directory");
-    copyStatus(file, fresh.number());
+    NewFile fresh(file.folder, file.prefix, 0600);
+    copyStatus(file.number(), file.status, fresh.number());
     overwrite(fresh.number(), file.newBytes);
     flock(fresh.number(), LOCK_EX | LOCK_NB);     // the next edit waits until this one has ended
     for (const bool isExchange : {true, false}) { // not every file system can exchange names
@@ -326,12 +275,11 @@ void replaceByRename(const File& file)
 // Returns a copy from which a file that is damaged by a write in place can be restored.
 std::unique_ptr<NewFile> save(const Folder& folder, const File& file)
 {
-    const std::string action = "save a copy in " + folder.path.string();
-    auto copy = std::make_unique<NewFile>(folder, file.prefix, 0600, action.c_str());
+    auto copy = std::make_unique<NewFile>(folder, file.prefix, 0600);
     overwrite(copy->number(), file.newBytes);
-    check(copy->renameTo(copy->name + ".new", 0), action.c_str());
-    copy->name += ".new";
-    check(flushFolder(*copy), action.c_str());
+    const bool isNamed = copy->renameTo(copy->name + ".new", 0);
+    copy->name += isNamed ? ".new" : "";
+    check(isNamed && flushFolder(*copy), "save a copy in " + folder.path.string());
     return copy;
 }
 
@@ -352,9 +300,8 @@ void overwriteOrRestore(const File& file, int target, NewFile& copy)
 
 void writeInPlace(const File& file)
 {
-    const char* const temporary = std::getenv("TMPDIR");
     Folder spare;
-    spare.open(temporary ? temporary : "/var/tmp"); // it survives a restart
+    spare.open(qEnvironmentVariable("TMPDIR", QStringLiteral("/var/tmp")).toStdString()); // /var/tmp survives a restart
     std::unique_ptr<NewFile> copy;
     try {
         copy = save(file.folder, file);
@@ -390,7 +337,7 @@ void replace(const File& file)
 
 } // namespace
 
-void editFile(const std::string& name, const Access& access, const Edit& edit)
+void editFile(const std::string& name, const Access& access, const std::function<std::string(const std::string&)>& edit)
 {
     File file = openLocked(name, access);
     if (file.isOpen())

@@ -5,7 +5,6 @@
 #include <functional>
 #include <string>
 
-/// How to open a file for an edit.
 struct Access
 {
     std::chrono::seconds wait{10}; ///< for another edit, and for a program that has the file open for writing
@@ -13,12 +12,9 @@ struct Access
     bool lock = true;              ///< false: for a file system without locks
 };
 
-/// Returns the new contents.
-using Edit = std::function<std::string(const std::string& bytes)>;
-
-/// Locks a regular file, reads it, and replaces it as a whole if the edit changes it. From then on the process ignores
-/// SIGHUP, SIGINT, SIGQUIT and SIGTERM, so that it ends with the status of the edit. Throws Failure on an error; the
-/// old contents stay unless it says otherwise.
+/// Locks a regular file, reads it, and replaces it as a whole if `edit` returns other bytes. From then on the process
+/// ignores SIGHUP, SIGINT, SIGQUIT and SIGTERM, so that it ends with the status of the edit. Throws Failure on an
+/// error; the old contents stay unless it says otherwise.
 ///
 /// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its directory. A step that
 /// fails leaves what the step before left, and no NEW.
@@ -49,6 +45,7 @@ using Edit = std::function<std::string(const std::string& bytes)>;
 ///
 /// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
 /// The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its process.
-void editFile(const std::string& name, const Access& access, const Edit& edit);
+void editFile(
+    const std::string& name, const Access& access, const std::function<std::string(const std::string& bytes)>& edit);
 
 #endif

@@ -24,13 +24,13 @@ struct Failure
 };
 
 /// Describes the system call that has just failed: "cannot read: Permission denied", and what follows.
-inline Failure systemFailure(const char* action, const char* rest = "", const char* file = "")
+inline Failure systemFailure(const std::string& action, const char* rest = "", const char* file = "")
 {
-    return {Trouble, std::string("cannot ") + action + ": " + std::strerror(errno) + rest, 0, file, errno};
+    return {Trouble, "cannot " + action + ": " + std::strerror(errno) + rest, 0, file, errno};
 }
 
 /// Throws systemFailure() unless the system call is done.
-inline void check(bool isDone, const char* action, const char* rest = "", const char* file = "")
+inline void check(bool isDone, const std::string& action, const char* rest = "", const char* file = "")
 {
     if (!isDone)
         throw systemFailure(action, rest, file);

@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <linux/fs.h>
 #include <optional>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <thread>
@@ -933,15 +934,29 @@ TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
             fs::rename(folder.dir / "other", f);
             writeFile(temporary, "of the edit that has the lock");
         }
-        EXPECT_TRUE(call.name != "flock" || locks > 2 || fs::exists(temporary));
+        EXPECT_TRUE(call.name != "flock" || locks > 3 || fs::exists(temporary));
         return 0;
     });
     editFile(f, {std::chrono::seconds(1)}, [&](const std::string& bytes) {
-        EXPECT_EQ(locks, 2);
+        EXPECT_EQ(locks, 3) << "two for the file, and one to see whether the temporary file is in use";
         EXPECT_EQ(bytes, "other\n");
         return "new\n";
     });
     EXPECT_EQ(readFile(f), "new\n");
+    EXPECT_FALSE(fs::exists(temporary));
+}
+
+TEST_F(Chosen, temporary_file_of_a_running_edit_stays)
+{
+    const std::string temporary = ".f.zk_settings-0123456789abcdef";
+    writeFile(folder.dir / temporary, "of an edit whose file was replaced");
+    const int running = open((folder.dir / temporary).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(running, LOCK_EX), 0);
+    editFile(f, {std::chrono::seconds(1)}, contents("k=2\n"));
+    EXPECT_EQ(folder.names(), (Names{temporary, "f"}));
+    close(running);
+    editFile(f, {std::chrono::seconds(1)}, contents("k=3\n"));
+    EXPECT_EQ(folder.names(), Names{"f"});
 }
 
 // Another program finds the file just before it is replaced, and changes it while the directory is flushed. Returns the

@@ -180,7 +180,7 @@ TEST_F(Files, without_write_permission_are_refused)
     fs::permissions(f, fs::perms(0666));
     fs::permissions(dir.path(), fs::perms(0555));
     EXPECT_EQ(errorAsOrdinaryUser("zk set --create g '' k 2"),
-        "zk_settings: g: cannot create a file in " + dir.path().string() + ": Permission denied\n");
+        "zk_settings: g: cannot create a file in " + dir.path() + ": Permission denied\n");
     EXPECT_EQ(readFile(f), "k=1\n");
     fs::permissions(dir.path(), fs::perms(0777));
 }

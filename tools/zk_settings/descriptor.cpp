@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <csignal>
 #include <fcntl.h>
 #include <linux/limits.h>
 #include <sys/stat.h>
@@ -91,4 +92,15 @@ void copyStatus(int from, const struct stat& status, int to)
     check(isOwned || fchown(to, status.st_uid, status.st_gid) == 0, copying);
     copyAttributes(from, to);
     check(fchmod(to, status.st_mode & 07777) == 0, copying);
+}
+
+// The system refuses a lease then.
+bool isWrittenElsewhere(int descriptor)
+{
+    if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY)
+        return false;
+    std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
+    const bool isRefused = fcntl(descriptor, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+    fcntl(descriptor, F_SETLEASE, F_UNLCK);
+    return isRefused;
 }

@@ -59,4 +59,8 @@ void overwrite(int descriptor, const std::string& bytes);
 /// write, so that the write clears the set-user-ID bits as usual. Throws Failure.
 void copyStatus(int from, const struct stat& status, int to);
 
+/// Whether another program has the file open for writing. Only root and the owner learn it, and only from a descriptor
+/// that cannot write; otherwise false.
+bool isWrittenElsewhere(int descriptor);
+
 #endif

@@ -96,22 +96,10 @@ bool hasBytes(const Folder& folder, const std::string& name, const std::string& 
     }
 }
 
-// Whether another program has the file open for writing: the system then refuses a lease. Only root and the owner can
-// ask, and only with a descriptor that cannot write.
-bool isWritten(const File& file)
-{
-    if (!file.access.lock || (fcntl(file.number(), F_GETFL) & O_ACCMODE) != O_RDONLY)
-        return false;
-    std::signal(SIGIO, SIG_IGN); // sent if another program opens the file just now
-    const bool isRefused = fcntl(file.number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
-    fcntl(file.number(), F_SETLEASE, F_UNLCK);
-    return isRefused;
-}
-
 // Whether the file has this name and is as it was, or is still missing. An exchange of names changes st_ctim.
 bool isUnchanged(const File& file, const std::string& name)
 {
-    if (isWritten(file))
+    if (file.access.lock && isWrittenElsewhere(file.number()))
         return false;
     struct stat named = {};
     fstatat(file.folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW);
@@ -175,6 +163,16 @@ bool lock(File& file)
     return isLocked;
 }
 
+// Whether it is the only name of what another edit has locked. That edit runs at the same time if another program has
+// replaced the file since it started.
+bool isInUse(const File& file, const std::string& fresh)
+{
+    const Descriptor descriptor(openat(file.folder.number(), fresh.c_str(), O_RDONLY | existing));
+    struct stat status = {};
+    return fstat(descriptor.number(), &status) == 0 && status.st_nlink == 1 &&
+           flock(descriptor.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
 // Whether a copy can be removed. In a shared directory anyone can create a file of its name.
 bool isObsolete(const File& file, const std::string& copy)
 {
@@ -196,10 +194,10 @@ void tidy(const File& file)
     std::error_code error; // a directory that cannot be read
     for (fs::directory_iterator entry(file.folder.path, error), end; entry != end; entry.increment(error)) {
         const std::string name = entry->path().filename();
-        if (name.rfind(file.prefix, 0) != 0)
-            continue;
-        const bool isCopy = name.size() == size + 4 && entry->path().extension() == ".new";
-        if (name.size() == size || (isCopy && isObsolete(file, name)))
+        const bool isOurs = name.rfind(file.prefix, 0) == 0;
+        const bool isNew = isOurs && name.size() == size && !isInUse(file, name);
+        const bool isCopy = isOurs && name.size() == size + 4 && entry->path().extension() == ".new";
+        if (isNew || (isCopy && isObsolete(file, name)))
             unlinkat(file.folder.number(), name.c_str(), 0);
     }
 }
@@ -248,18 +246,17 @@ void create(const File& file)
     NewFile fresh(file.folder, file.prefix, 0666);
     overwrite(fresh.number(), file.newBytes);
     const int folder = file.folder.number();
-    const bool isNamed = fresh.renameTo(file.base, RENAME_NOREPLACE) || // not every file system can do that
-                         linkat(folder, fresh.name.c_str(), folder, file.base.c_str(), 0) == 0;
-    check(isNamed, "create"); // another program may have created it meanwhile
+    if (!fresh.renameTo(file.base, RENAME_NOREPLACE)) // not every file system can do that
+        check(linkat(folder, fresh.name.c_str(), folder, file.base.c_str(), 0) == 0, "create");
     finish(file, fresh, false);
 }
 
 void replaceByRename(const File& file)
 {
     NewFile fresh(file.folder, file.prefix, 0600);
+    flock(fresh.number(), LOCK_EX | LOCK_NB); // other edits leave it, and later wait until this one has ended
     copyStatus(file.number(), file.status, fresh.number());
     overwrite(fresh.number(), file.newBytes);
-    flock(fresh.number(), LOCK_EX | LOCK_NB);     // the next edit waits until this one has ended
     for (const bool isExchange : {true, false}) { // not every file system can exchange names
         if (!isUnchanged(file, file.base))
             throw Failure{Trouble, changed};
@@ -308,7 +305,7 @@ void writeInPlace(const File& file)
     } catch (const Failure&) {
         copy = save(spare, file);
     }
-    if (isWritten(file))
+    if (file.access.lock && isWrittenElsewhere(file.number()))
         throw Failure{Trouble, changed};
     const Descriptor target(openat(file.folder.number(), file.base.c_str(), O_RDWR | existing));
     check(target.isOpen(), "write");

@@ -37,14 +37,14 @@ struct Access
 ///
 /// | step                                                           | at FILE | if killed, beside it  |
 /// |----------------------------------------------------------------|---------|-----------------------|
-/// | create NEW; write; flush                                       | old     | NEW, maybe incomplete |
-/// | rename NEW to COPY; flush the directory                        | old     | COPY                  |
+/// | create NEW; write; flush; name it COPY; flush the directory    | old     | NEW or COPY           |
 /// | open FILE for writing; check that it has the old bytes         | old     | COPY                  |
 /// | write, truncate and flush FILE; if that fails, restore it      | damaged | COPY                  |
 /// | remove COPY                                                    | new     |                       |
 ///
-/// The next edit removes a NEW. It removes a COPY with the bytes of FILE, and refuses to edit while there is another.
-/// The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its process.
+/// The next edit removes a NEW that no process has locked. It removes a COPY with the bytes of FILE, and refuses to edit
+/// while there is another. The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its
+/// process.
 void editFile(
     const std::string& name, const Access& access, const std::function<std::string(const std::string& bytes)>& edit);
 

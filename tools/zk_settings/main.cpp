@@ -100,14 +100,15 @@ constexpr char notes[] = "SECTION '' is the part before the first header. FILE '
                          "Exit status: 0 done, 1 no such section, key or value, 2 everything else.\n"
                          "See man zk_settings.\n";
 
-void report(const std::string& file, int line, const std::string& text)
+Status report(const Failure& failure, const Call& call)
 {
-    std::string where = file;
-    if (line > 0)
-        where += ':' + std::to_string(line);
+    std::string where = failure.file.empty() ? call.file() : failure.file;
+    if (failure.line > 0)
+        where += ':' + std::to_string(failure.line);
     if (!where.empty())
         where += ": ";
-    std::fprintf(stderr, "zk_settings: %s%s\n", where.c_str(), text.c_str());
+    std::fprintf(stderr, "zk_settings: %s%s\n", where.c_str(), failure.text.c_str());
+    return failure.status;
 }
 
 [[noreturn]] void failUsage(const std::string& problem)
@@ -284,10 +285,8 @@ int main(int argc, char** argv)
         run(argc, argv, call);
         return Done;
     } catch (const Failure& failure) {
-        report(failure.file.empty() ? call.file() : failure.file, failure.line, failure.text);
-        return failure.status;
+        return report(failure, call);
     } catch (const std::bad_alloc&) {
-        report(call.file(), 0, "out of memory");
-        return Trouble;
+        return report({Trouble, "out of memory"}, call);
     }
 }

@@ -2,8 +2,6 @@
 
 #include <QRegularExpression>
 
-#include <algorithm>
-
 namespace {
 
 constexpr char desktopFiles[] =
@@ -24,35 +22,36 @@ constexpr char gitFiles[] =
 constexpr char mysqlFiles[] = R"((^|/)((?!openssl|texmf)[^/]*\.cnf|my\.ini)$)";
 constexpr char phpFiles[] = R"((^|/)(php[^/]*\.ini(-\w+)?|\.user\.ini|php-fpm\.conf)$|/php[^/]*/.*\.(ini|conf)$)";
 
-constexpr unsigned pythonTraits =
-    JoinsByIndentation | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | LastBracket | CarriageReturnEndsLine;
+constexpr unsigned pythonTraits = JoinsByIndentation | SkipsComments | BareKeys | NeedsHeader | NoRepeats |
+                                  KeysIgnoreCase | LastBracket | CarriageReturnEndsLine;
 
 // Some programs turn on comments after values, which Python's parser leaves off; so its dialect has several rows. In
 // MySQL's files "!include" is no key.
 constexpr Dialect dialects[] = {
-    // name, files, comments, notes, separators, quotes, quoted, escapes, forbidden, joint, sample, traits, keys,
+    // name, files, comments, notes, separators, quotes, quoted, escapes, meanings, joint, sample, traits, keys,
     // sections
     {"common", "(?!)", "#;", "", "=:", "", "", "", "", "\n", "k = v",
-        JoinsByBackslash | JoinsByIndentation | BareKeys | TrimsSectionStart | TrimsSectionEnd | Cautious},
+        JoinsByBackslash | JoinsByIndentation | SkipsComments | BareKeys | TrimsSectionStart | TrimsSectionEnd |
+            Cautious},
     {"store", "(?!)", ";", ";", "=", "", "", "", "", "", "k = v",
         NotesAnywhere | NotesTakeOneMore | FirstCounts | KeysIgnoreCase | SectionsIgnoreCase},
-    {"desktop", desktopFiles, "#", "", "=", "", "", "s n\nt\tr\r;;\\\\", "", "", "k=v",
+    {"desktop", desktopFiles, "#", "", "=", "", "", "", "", "", "k=v",
         KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader, R"([^[\]]+(\[[\w.@-]+\])?)",
         R"([^[\]\x01-\x1f\x7f]*)"},
     {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", "k=v",
         JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader | CarriageReturnEndsLine,
         R"([^[].*)"},
-    {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "", "k = v", pythonTraits},
-    {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "", "k = v", pythonTraits},
-    {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "", "k = v", pythonTraits},
-    {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "n\nt\tb\b\"\"\\\\", "", "", "\tk = v",
+    {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+    {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+    {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+    {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "ntb\"\\", "\n\t\b\"\\", "", "\tk = v",
         NotesAnywhere | QuotesAnywhere | EscapesAnywhere | JoinsByBackslash | BareKeys | NeedsHeader | KeysIgnoreCase |
             SectionsIgnoreCase | Subsections | KeysAfterHeader,
         "[A-Za-z][A-Za-z0-9-]*", R"re([A-Za-z0-9.-]+(\s+"([^"\\]|\\.)*")?)re"},
-    {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "n\nt\tr\rb\bs \"\"''\\\\", "", "", "k = v",
+    {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "ntrbs\"'\\", "\n\t\r\b \"'\\", "", "k = v",
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
             TrimsSectionEnd},
-    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\"\\\\", "${", "", "k = v",
+    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\\", "\"\\", "\n", "k = v",
         NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader | DropsSpaceByQuotes,
         R"((?!(?i:null|yes|no|true|false|on|off|none)$)[^[&|^$~(){}!"\t]+(\[[^["]*\])?)", R"([^"';\\$]*)"},
 };
@@ -64,27 +63,6 @@ std::string inLowerCase(std::string_view name)
     if (text.contains(QChar::ReplacementCharacter)) // is not UTF-8
         return QString::fromLatin1(name.data(), size).toLower().toLatin1().toStdString();
     return text.toCaseFolded().toStdString();
-}
-
-// The place of the pair with the character on the given side, 0 or 1.
-std::size_t pairWith(std::string_view escapes, char character, std::size_t side)
-{
-    for (std::size_t at = 0; at < escapes.size(); at += 2) {
-        if (escapes[at + side] == character)
-            return at;
-    }
-    return none;
-}
-
-// Returns the text up to the quote that ends it, without backslashes.
-std::string part(std::string_view text)
-{
-    std::string result;
-    for (std::size_t at = 0; at < text.size() && text[at] != '"'; ++at) {
-        at += text[at] == '\\' && at + 1 < text.size() ? 1 : 0;
-        result += text[at];
-    }
-    return result;
 }
 
 // An expression, such as E_ALL & ~E_NOTICE of PHP, loses its meaning between quotes.
@@ -149,7 +127,12 @@ std::string Dialect::sectionId(std::string_view section) const
     if (quote == none)
         return id;
     id.resize(id.find_last_not_of(blanks) + 1);
-    return id + '.' + part(section.substr(quote + 1));
+    id += '.';
+    for (std::size_t at = quote + 1; at < section.size() && section[at] != '"'; ++at) {
+        at += section[at] == '\\' && at + 1 < section.size() ? 1 : 0;
+        id += section[at];
+    }
+    return id;
 }
 
 std::string Dialect::keyId(std::string_view key) const
@@ -166,25 +149,20 @@ std::string Dialect::decoded(std::string_view text) const
     if (isQuoted && !has(QuotesAnywhere))
         text = text.substr(1, text.size() - 2);
     std::string value;
-    std::size_t quotedEnd = 0;
     char quote = '\0';
     for (std::size_t at = 0; at < text.size(); ++at) {
         const bool isEscape = text[at] == '\\' && at + 1 < text.size() && (has(EscapesAnywhere) || quote == '"');
-        const std::size_t pair = isEscape ? pairWith(escapes, text[at + 1], 0) : none;
-        const bool isQuote = quote != '\0' ? text[at] == quote : contains(quotes, text[at]);
-        if (pair != none) {
-            value += escapes[pair + 1];
+        const std::size_t letter = isEscape ? escapes.find(text[at + 1]) : none;
+        const std::size_t next = text.find_first_not_of(blanks, at);
+        if (letter != none) {
+            value += meanings[letter];
             ++at;
-        } else if (has(QuotesAnywhere) && isQuote) {
+        } else if (has(QuotesAnywhere) && (quote != '\0' ? text[at] == quote : contains(quotes, text[at])))
             quote = quote != '\0' ? '\0' : text[at];
-            if (has(DropsSpaceByQuotes) && text[at] == '"' && quote != '\0')
-                value.resize(std::max(value.find_last_not_of(blanks) + 1, quotedEnd));
-            else if (has(DropsSpaceByQuotes) && text[at] == '"')
-                at = std::min(text.find_first_not_of(blanks, at + 1), text.size()) - 1;
-            quotedEnd = value.size();
-        } else {
+        else if (has(DropsSpaceByQuotes) && quote == '\0' && next != at && (text[at - 1] == '"' || text[next] == '"'))
+            at = next - 1;
+        else
             value += text[at];
-        }
     }
     return value;
 }
@@ -196,9 +174,9 @@ std::string Dialect::encoded(std::string_view value, const std::string& lineBrea
     std::string text;
     for (const char character : value) {
         const bool mayEscape = (isQuoted || has(EscapesAnywhere)) && !contains("' ", character);
-        const std::size_t pair = mayEscape ? pairWith(escapes, character, 1) : none;
-        if (pair != none)
-            text += {'\\', escapes[pair]};
+        const std::size_t letter = mayEscape ? meanings.find(character) : none;
+        if (letter != none)
+            text += {'\\', escapes[letter]};
         else
             text += character == '\n' ? lineBreak : std::string(1, character);
     }

@@ -1,6 +1,7 @@
 #ifndef ZK_SETTINGS_DIALECT_H
 #define ZK_SETTINGS_DIALECT_H
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,13 @@ inline bool contains(std::string_view characters, char character)
     return characters.find(character) != none;
 }
 
+/// Views the text without white space around it. What is left of nothing but white space is its end.
+inline std::string_view trimmed(std::string_view text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(whiteSpace), text.size()));
+    return text.substr(0, text.find_last_not_of(whiteSpace) + 1);
+}
+
 /// What a dialect does that others do not. Otherwise the last of equal keys counts, and sections with the same name are
 /// one.
 enum Trait : unsigned
@@ -22,7 +30,7 @@ enum Trait : unsigned
     QuotesAnywhere = 1U << 2,     ///< a part of a value may be quoted, not only the whole
     EscapesAnywhere = 1U << 3,    ///< not only between double quotes
     JoinsByBackslash = 1U << 4,   ///< a backslash at the end of a line joins the next one
-    SkipsComments = 1U << 5,      ///< ... that is no comment
+    SkipsComments = 1U << 5,      ///< between the lines of a value
     JoinsByIndentation = 1U << 6, ///< a line that is indented more deeply than the key continues the value
     JoinsByQuote = 1U << 7,       ///< a value continues until its quote is closed
     KeepsTrailingSpace = 1U << 8, ///< of a value
@@ -54,11 +62,11 @@ struct Dialect
     std::string_view notes;      ///< start a comment after a value
     std::string_view separators; ///< the first one ends the key
     std::string_view quotes;
-    std::string_view quoted;    ///< characters that need quotes
-    std::string_view escapes;   ///< pairs: the letter after a backslash, and what it stands for
-    std::string_view forbidden; ///< the owner would replace it
-    std::string_view joint;     ///< stands for a backslash and the line break
-    std::string_view sample;    ///< has the spacing of a line in a file without keys
+    std::string_view quoted;   ///< characters that need quotes
+    std::string_view escapes;  ///< letters after a backslash
+    std::string_view meanings; ///< ... and what they stand for
+    std::string_view joint;    ///< stands between the lines of a value
+    std::string_view sample;   ///< has the spacing of a line in a file without keys
     unsigned traits;
     const char* keys = ".*";     ///< a regular expression: the owner refuses a file with other keys
     const char* sections = ".*"; ///< ... and sections

@@ -2,13 +2,19 @@
 
 #include "descriptor.h"
 #include "failure.h"
+#include "reader.h"
 
 #include "inistore/inistore.h"
 
-#include <algorithm>
+#include <QRegularExpression>
+
 #include <map>
 #include <set>
 #include <sys/mman.h>
+
+namespace {
+
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 
 /// The white space around the keys of a section or a file.
 class Style
@@ -16,19 +22,16 @@ class Style
 public:
     bool isEmpty() const { return m_counts.empty(); }
 
-    void add(const Entry& entry, std::string_view bytes)
+    void add(const Entry& entry)
     {
-        if (!entry.hasValue() || entry.doubt.level == Doubt::Lines)
+        if (entry.separator.empty() || entry.doubt.level == Doubt::Lines)
             return;
-        const std::size_t begin = std::max(entry.lines.begin, bytes.rfind('\n', entry.name.begin) + 1);
-        const std::string_view before = Range{entry.name.end, entry.separator}.of(bytes);
-        const std::string_view after = Range{entry.separator + 1, entry.value.front().begin}.of(bytes);
-        m_last.first = Range{begin, entry.name.begin}.of(bytes);
-        m_last.second = Range{entry.name.end, entry.separator + 1}.of(bytes);
-        m_last.second += entry.value.front().isEmpty() ? before : after; // an empty value may have no white space
+        const std::string_view before = entry.separator.substr(0, entry.separator.find_first_not_of(whiteSpace));
+        const bool isCut = entry.value.front().empty() && !contains(whiteSpace, entry.separator.back());
+        m_last = {std::string(entry.indent()), std::string(entry.separator).append(isCut ? before : "")};
         ++m_counts[m_last];
-        m_columns.insert(contains(before, '\t') ? 0 : entry.separator - begin); // a tab makes no column
-        m_sizes.insert(entry.name.end - begin);
+        const std::size_t size = entry.indent().size() + entry.name.size();
+        m_columns.insert(contains(before, '\t') ? 0 : size + before.size()); // a tab makes no column
     }
 
     /// Takes what is most frequent for new lines.
@@ -40,14 +43,16 @@ public:
 
     const std::string& indent() const { return m_last.first; }
 
-    /// Returns what stands between the name of a new key and its value.
-    std::string separator(std::string_view name, bool hasValue) const
+    /// Returns what stands between the name of a key and its new value. A value may start on the next line.
+    std::string separator(std::string_view name, const std::string& value) const
     {
         std::string text = m_last.second;
         const std::size_t size = indent().size() + name.size();
-        if (m_columns.size() == 1 && m_sizes.size() > 1 && size < *m_columns.begin())
+        if (m_columns.size() == 1 && m_counts.size() > 1 && size < *m_columns.begin())
             text.replace(0, text.find_first_not_of(blanks), *m_columns.begin() - size, ' ');
-        return hasValue ? text : text.substr(0, text.find_last_not_of(blanks) + 1);
+        if (value.empty() || contains(whiteSpace, value.front()))
+            text.resize(text.find_last_not_of(blanks) + 1);
+        return text;
     }
 
 private:
@@ -56,78 +61,27 @@ private:
     Spacing m_last;
     std::map<Spacing, int> m_counts;
     std::set<std::size_t> m_columns; // of the separators
-    std::set<std::size_t> m_sizes;   // of the names
 };
 
-/// Replaces bytes of the document.
+/// Replaces a part of the document.
 struct Splice
 {
-    Range old;
+    std::string_view old;
     std::string text;
+    std::size_t hash = 0; ///< of the entries that are replaced
 };
 
-/// Where an edit writes a value: at the first or last line of the key, in a new section, or nowhere.
+/// Where an edit writes a value: at the first or last line of the key, or nowhere.
 enum class Place
 {
     First,
     Last,
-    NewSection,
     Nowhere
 };
 
-/// What a document has of a section and a key.
-struct Survey
+std::string_view endOf(std::string_view text)
 {
-    bool hasSection = false;
-    Entry header;               ///< of the last section that counts
-    std::vector<Entry> matches; ///< the lines of the key, or of all keys
-    std::size_t position = 0;   ///< of a new key
-    bool isFree = true;         ///< whether the section has neither a key nor a blank line yet
-    std::size_t hash = 0;       ///< the sum over all entries of the document
-    Style style;                ///< of the section
-
-    void enter(const Entry& entry)
-    {
-        hasSection = isFree = true;
-        header = entry;
-        position = entry.lines.end;
-    }
-
-    // New keys go after the last key, and after text that may belong to it. In a section without keys they go after the
-    // first comment; but a comment with no blank line before the next header belongs to that header.
-    void add(const Entry& entry, std::string_view bytes)
-    {
-        if (entry.kind == Entry::Key)
-            style.add(entry, bytes);
-        const bool isBehindKey = entry.kind == Entry::Text && !isFree && entry.lines.begin == position;
-        if (entry.kind == Entry::Key || isBehindKey)
-            position = entry.lines.end;
-        else if (entry.kind == Entry::Blank && isFree)
-            position = entry.lines.begin;
-        else
-            return;
-        isFree = false;
-    }
-
-    /// Keeps the first and the last match, or all.
-    void addMatch(const Entry& entry, bool all)
-    {
-        if (!all && matches.size() > 1)
-            matches.pop_back();
-        matches.push_back(entry);
-    }
-
-    const Entry& match(Place place) const { return place == Place::First ? matches.front() : matches.back(); }
-};
-
-namespace {
-
-constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
-
-std::string_view trimmed(std::string_view text)
-{
-    text = text.substr(0, text.find_last_not_of(whiteSpace) + 1);
-    return text.substr(std::min(text.find_first_not_of(whiteSpace), text.size()));
+    return text.substr(text.size());
 }
 
 std::string_view withoutLineEnding(std::string_view line)
@@ -135,56 +89,206 @@ std::string_view withoutLineEnding(std::string_view line)
     return line.substr(0, line.find_last_not_of("\r\n") + 1);
 }
 
-// Whether a value starts on the line of its key.
-bool isOnLine(const std::string& value)
+bool isAtLineStart(std::string_view text, const Document& document)
 {
-    return !value.empty() && !contains(whiteSpace, value.front());
+    return text.data() == document.bytes.data() || *(text.data() - 1) == '\n';
 }
 
-// Adds the first name with each ID.
-void addOnce(std::vector<std::string>& names, std::set<std::string>& seen, std::string_view name, std::string id)
+/// What a document has of a section and a key.
+class Survey
 {
-    if (seen.insert(std::move(id)).second)
-        names.emplace_back(name);
+public:
+    /// Finds only the sections that count, or every one with the name.
+    Survey(const Document& document, const Request& request, bool everySection = false)
+        : m_dialect(document.dialect)
+        , m_request(request)
+        , m_sectionId(m_dialect.sectionId(request.section))
+        , m_keyId(m_dialect.keyId(request.key.value_or("")))
+        , m_everySection(everySection)
+    {
+        Entry start;
+        start.lines = document.bytes.substr(0, 0);
+        if (m_sectionId.empty())
+            enter(start);
+        forEachEntry(document.bytes, m_dialect, [this](Entry& entry) {
+            hash += entry.hash;
+            countBlankLine(entry);
+            entry.kind == Entry::Header ? takeHeader(entry) : takeLine(entry);
+        });
+        if (m_isInside)
+            sections.back().lines = span(sections.back().lines, document.bytes);
+        if (sections.empty() || (m_isInside && m_isFree))
+            position = endOf(document.bytes);
+    }
+
+    std::vector<Entry> sections; ///< with all their lines, but for a comment that belongs to the next header
+    Entry header;                ///< of the last section
+    std::vector<Entry> matches;  ///< the lines of the key, or of all keys
+    std::string_view position;   ///< of a new key
+    std::size_t hash = 0;        ///< the sum over all entries of the document
+    Style style;                 ///< of the section
+
+    const Entry& match(Place place) const { return place == Place::First ? matches.front() : matches.back(); }
+    /// Whether most headers but the first have a blank line before them or before their comment, and a new one has
+    /// none.
+    bool needsBlankLine() const { return m_balance > 0 && m_before != Entry::Blank; }
+
+private:
+    void countBlankLine(const Entry& entry)
+    {
+        if (entry.kind == Entry::Header && m_headers++ > 0)
+            m_balance += m_before == Entry::Blank ? 1 : -1;
+        if (entry.kind != Entry::Comment)
+            m_before = entry.kind;
+    }
+
+    void enter(const Entry& entry)
+    {
+        m_isInside = m_isFree = true;
+        header = entry;
+        sections.push_back(entry);
+        position = endOf(entry.lines);
+    }
+
+    // A header in doubt may be a part of a value, which does not end the section above.
+    void takeHeader(Entry& entry)
+    {
+        const bool mayBeInside = m_isInside || m_doubt.level == Doubt::Lines;
+        const bool wasInside = m_isInside;
+        m_isInside = hasName(entry, m_sectionId, m_request.section) &&
+                     (m_everySection || !m_dialect.has(FirstCounts) || sections.empty());
+        m_doubt = m_isInside || mayBeInside ? entry.doubt : Doubt();
+        if (wasInside && m_doubt.level == Doubt::Lines)
+            sections.back().doubt = m_doubt;
+        if (!m_isInside)
+            return;
+        if (!m_everySection && m_dialect.has(LastSectionCounts)) {
+            matches.clear();
+            style = {};
+        }
+        enter(entry);
+    }
+
+    void takeLine(Entry& entry)
+    {
+        if (m_isInside && entry.kind != Entry::Comment)
+            grow(entry);
+        const bool mayBeInside = m_isInside || (m_doubt.level == Doubt::Lines && m_request.key);
+        if (entry.kind != Entry::Key || !mayBeInside)
+            return;
+        if (m_request.key && !hasName(entry, m_keyId, *m_request.key))
+            return;
+        if (m_doubt.level == Doubt::Lines)
+            entry.doubt = m_doubt;
+        matches.push_back(entry);
+    }
+
+    // New keys go after the last key, and after text that may belong to it. In a section without keys they go after the
+    // first comment; but a comment with no blank line before the next header belongs to that header.
+    void grow(const Entry& entry)
+    {
+        sections.back().lines = span(sections.back().lines, entry.lines);
+        sections.back().hash += entry.hash;
+        style.add(entry);
+        if (entry.kind != Entry::Blank)
+            position = endOf(entry.lines);
+        else if (m_isFree)
+            position = entry.lines.substr(0, 0);
+        m_isFree = false;
+    }
+
+    // A cautious dialect is in doubt about a name in another case. In doubt about a ':', the key may also end at the
+    // '='.
+    bool hasName(Entry& entry, const std::string& id, std::string_view name) const
+    {
+        const bool isHeader = entry.kind == Entry::Header;
+        const bool isSame = (isHeader ? m_dialect.sectionId(entry.name) : m_dialect.keyId(entry.name)) == id;
+        if (isSame && m_dialect.has(Cautious) && trimmed(entry.name) != trimmed(name))
+            entry.doubt = {Doubt::Lines, caseDoubt, entry.lines.data()};
+        return isSame ||
+               (entry.doubt.text == colonDoubt && trimmed(entry.lines.substr(0, entry.lines.find('='))) == name);
+    }
+
+    const Dialect& m_dialect;
+    const Request& m_request;
+    const std::string m_sectionId;
+    const std::string m_keyId;
+    const bool m_everySection;
+    bool m_isInside = false;
+    bool m_isFree = true; // the section has nothing but comments yet
+    Doubt m_doubt;        // of the header above
+    int m_headers = 0;
+    int m_balance = 0;                   // how many more headers have a blank line than have none
+    Entry::Kind m_before = Entry::Blank; // what stands before the comments
+};
+
+[[noreturn]] void fail(const Document& document, const char* at, const std::string& text)
+{
+    throw Failure{Trouble, text, static_cast<int>(std::count(document.bytes.data(), at, '\n')) + 1};
 }
 
-Failure absent(const Request& request, bool hasSection)
+// Throws at a carriage return without a line feed.
+void requireLineFeeds(const Document& document, std::string_view lines)
 {
+    for (std::size_t at = lines.find('\r'); at != none; at = lines.find('\r', at + 1)) {
+        if (lines.substr(at + 1, 1) != "\n")
+            fail(document, lines.data() + at, "a carriage return inside the line");
+    }
+}
+
+void require(const Document& document, const Doubt& doubt, Doubt::Level level)
+{
+    if (doubt.level >= level)
+        fail(document, doubt.at, std::string("ambiguous: ").append(doubt.text));
+}
+
+// Throws if programs do not agree on the entry.
+void require(const Document& document, const Entry& entry, Doubt::Level level)
+{
+    requireLineFeeds(document, entry.lines);
+    require(document, entry.doubt, level);
+}
+
+// A header in doubt may have the key on its line.
+[[noreturn]] void failAbsent(const Document& document, const Request& request, const Survey& found)
+{
+    require(document, found.header.doubt, Doubt::Lines);
     const std::string section = '[' + request.section + ']';
-    if (!hasSection)
-        return {Absent, "there is no section " + section};
+    if (found.sections.empty())
+        throw Failure{Absent, "there is no section " + section};
     const std::string key =
         "no key" + (request.key ? ' ' + *request.key : "") + (request.value ? " with the value " + *request.value : "");
-    return {Absent, request.section.empty() ? key + " before the first header" : section + " has " + key};
+    throw Failure{Absent, request.section.empty() ? key + " before the first header" : section + " has " + key};
 }
 
-bool hasInvalidEscape(const std::string& value, std::string_view letters)
+// Values that a dialect cannot hold, or that programs would read differently.
+struct Refusal
 {
-    std::size_t at = value.find('\\');
-    while (at != none && at + 1 < value.size() && letters.find(value[at + 1]) % 2 == 0)
-        at = value.find('\\', at + 2);
-    return at != none;
-}
+    std::string_view dialects; // empty: all
+    QRegularExpression values;
+    const char* reason;
+};
 
-// Returns why a dialect cannot hold a value, or why programs would not agree on it; or null.
-const char* refusal(const std::string& value, const Dialect& dialect)
+void requireHolds(const Dialect& dialect, const std::string& value)
 {
-    if (value.find('\r') != none)
-        return "the value contains a carriage return, which may end a line";
+    const auto values = [](const char* pattern) {
+        return QRegularExpression(QLatin1String(pattern), QRegularExpression::UseUnicodePropertiesOption);
+    };
+    static const Refusal refusals[] = {
+        {"", values(R"(\r)"), "the value contains a carriage return, which may end a line"},
+        {"common, python", values(R"(^(?!\n)\s|\s\z)"), "the value starts or ends with white space, which is lost"},
+        {"desktop", values(R"(^([^\\]|\\[sntr;\\])*+\\)"),
+            "the value contains a '\\' that starts no escape; write '\\\\'"},
+        {"php", values(R"(\$\{)"), "the value contains a '${', which is replaced"},
+        {"common", values(R"(\\\z)"), backslashDoubt},
+        {"common", values(R"(^[#;]|(?s)\s.*[#;]|[#;].*\s)"), noteDoubt},
+    };
     const QString text = QString::fromStdString(value);
-    const auto isLost = [](QChar c) { return c.unicode() > 0x7f && c.isSpace(); }; // Python drops all white space
-    if (dialect.has(JoinsByIndentation) && !text.isEmpty() && (isLost(text.front()) || isLost(text.back())))
-        return "the value starts or ends with white space, which is lost";
-    if (!dialect.forbidden.empty() && value.find(dialect.forbidden) != none)
-        return "the value contains a '${', which is replaced";
-    if (!dialect.escapes.empty() && dialect.quotes.empty() && hasInvalidEscape(value, dialect.escapes))
-        return "the value contains a '\\' that starts no escape; write '\\\\'";
-    if (!dialect.has(Cautious) || value.empty())
-        return nullptr;
-    if (value.back() == '\\')
-        return backslashDoubt;
-    const bool hasNote = value.find_first_of("#;") != none && value.find_first_of(" \t") != none;
-    return hasNote || value[0] == '#' || value[0] == ';' ? noteDoubt : nullptr;
+    for (const Refusal& refusal : refusals) {
+        const bool isOurs = refusal.dialects.empty() || refusal.dialects.find(dialect.name) != none;
+        if (isOurs && refusal.values.match(text).hasMatch())
+            throw Failure{Trouble, refusal.reason};
+    }
 }
 
 // What the library's store reads. It reads only files, so it gets one in memory.
@@ -202,366 +306,238 @@ std::vector<std::string> storeValues(std::string_view bytes, const Request& requ
     return values;
 }
 
-} // namespace
-
-Document::Document(std::string_view bytes, const Dialect& dialect)
-    : m_mark(bytes.substr(0, byteOrderMark.size()) == byteOrderMark ? byteOrderMark : "")
-    , m_bytes(bytes.substr(m_mark.size()))
-    , m_lineEnding("\n")
-    , m_dialect(dialect)
+std::vector<std::string> valuesOf(const Document& document, const std::vector<Entry>& entries)
 {
-    const std::size_t nul = m_bytes.find('\0');
-    if (nul != none)
-        fail(nul, "a NUL byte: not a settings file");
-    const std::size_t feed = m_bytes.find('\n');
-    if (feed != none && feed > 0 && m_bytes[feed - 1] == '\r')
-        m_lineEnding = "\r\n";
-    if (m_dialect.has(CarriageReturnEndsLine))
-        requireLineFeeds({0, m_bytes.size()});
+    std::vector<std::string> values;
+    for (const Entry& entry : entries) {
+        require(document, entry, Doubt::Reading);
+        values.push_back(entry.read(document.dialect));
+    }
+    return values;
 }
 
-void Document::fail(std::size_t at, const std::string& text) const
+// Returns the entry that should hold the request. Throws if it does not.
+const Entry& writtenEntry(const Document& document, const Survey& found, const Request& request, Place place)
 {
-    const std::string_view before = m_bytes.substr(0, at);
-    throw Failure{Trouble, text, static_cast<int>(std::count(before.begin(), before.end(), '\n')) + 1};
+    if (found.matches.empty()) {
+        const std::string name = found.sections.empty() ? "section " + request.section : "key " + *request.key;
+        throw Failure{Trouble, "the " + name + " cannot be read back"};
+    }
+    const Entry& entry = found.match(place);
+    require(document, entry, Doubt::Value);
+    const std::string value = entry.read(document.dialect);
+    if (value != *request.value)
+        throw Failure{Trouble, "the value would be read as '" + value + '\''};
+    return entry;
 }
 
-// Throws at a carriage return without a line feed.
-void Document::requireLineFeeds(Range range) const
+// Makes the new document, and reads it to see that only the request has changed.
+std::string finished(const Document& document, const Survey& found, const std::vector<Splice>& splices,
+    const Request& request, Place place)
 {
-    const std::string_view bytes = m_bytes.substr(0, range.end);
-    for (std::size_t at = bytes.find('\r', range.begin); at != none; at = bytes.find('\r', at + 1)) {
-        if (bytes.substr(at + 1, 1) != "\n")
-            fail(at, "a carriage return inside the line");
+    std::string bytes;
+    std::size_t hash = found.hash; // of everything else
+    const char* taken = document.source.data();
+    for (const Splice& splice : splices) {
+        bytes.append(taken, splice.old.data()).append(splice.text);
+        taken = endOf(splice.old).data();
+        hash -= splice.hash;
+    }
+    bytes.append(taken, endOf(document.source).data());
+    const Document result(bytes, document.dialect);
+    const Survey after(result, request);
+    if (place != Place::Nowhere)
+        hash += writtenEntry(result, after, request, place).hash;
+    if (place != Place::Nowhere && found.sections.empty())
+        hash += after.header.hash;
+    const bool isStore = document.dialect.has(NotesTakeOneMore) && request.key;
+    if (after.hash != hash || (isStore && valuesOf(result, after.matches) != storeValues(bytes, request)))
+        throw Failure{Trouble, "the rest of the file would be read differently"};
+    return bytes;
+}
+
+// Returns the style of the section, or else of the file.
+Style styleOf(const Document& document, const Survey& found)
+{
+    if (!found.style.isEmpty())
+        return found.style;
+    Style style;
+    forEachEntry(document.bytes, document.dialect, [&](const Entry& entry) { style.add(entry); });
+    if (style.isEmpty())
+        forEachEntry(document.dialect.sample, document.dialect, [&](const Entry& entry) { style.add(entry); });
+    style.takeUsual();
+    return style;
+}
+
+// Throws if the dialect cannot hold the value.
+std::string encoded(const Document& document, const Request& request, std::string_view indent)
+{
+    const Dialect& dialect = document.dialect;
+    requireHolds(dialect, *request.value);
+    const bool continues = dialect.has(JoinsByIndentation) && !dialect.has(Cautious);
+    const std::string lineBreak = std::string(document.lineEnding).append(indent).append("    ");
+    return dialect.encoded(*request.value, continues ? lineBreak : "\n");
+}
+
+// Throws if the owner does not allow a new line with the key.
+void requireAllowed(const Document& document, const Request& request, const Survey& found)
+{
+    const Dialect& dialect = document.dialect;
+    if (dialect.has(NeedsHeader) && request.section.empty())
+        throw Failure{Trouble, "this kind of file has no keys before the first header"};
+    if (found.sections.empty() && !Dialect::accepts(dialect.sections, request.section))
+        throw Failure{Trouble, "the section " + request.section + " is not valid in this kind of file"};
+    if (found.matches.empty() && !Dialect::accepts(dialect.keys, *request.key))
+        throw Failure{Trouble, "the key " + *request.key + " is not valid in this kind of file"};
+    if (!found.sections.empty())
+        require(document, found.sections.back().doubt, Doubt::Lines);
+    for (const Entry& entry : found.matches) {
+        require(document, entry, Doubt::Lines);
+        if (dialect.has(NoRepeats))
+            fail(document, entry.lines.data(), "the key exists and may not be repeated");
     }
 }
 
-// Throws if programs do not agree on the entry.
-void Document::require(const Entry& entry, Doubt::Level level) const
+std::string added(const Document& document, const Request& request, const Survey& found, Place place)
 {
-    requireLineFeeds(entry.lines);
-    if (entry.doubt.level >= level)
-        fail(entry.doubt.at, std::string("ambiguous: ").append(entry.doubt.text));
+    requireAllowed(document, request, found);
+    Style style = styleOf(document, found);
+    std::string_view at = found.position;
+    if (!found.matches.empty()) {
+        const std::string_view neighbour = found.match(place).lines;
+        at = place == Place::First ? neighbour.substr(0, 0) : endOf(neighbour);
+        style.add(found.match(place));
+    }
+    const std::string lineEnding(document.lineEnding);
+    const std::string value = encoded(document, request, style.indent());
+    std::string text = style.indent() + *request.key + style.separator(*request.key, value) + value + lineEnding;
+    if (found.sections.empty())
+        text.insert(0, '[' + request.section + ']' + lineEnding);
+    if (found.sections.empty() && found.needsBlankLine())
+        text.insert(0, lineEnding);
+    if (!isAtLineStart(at, document))
+        text.insert(0, lineEnding);
+    return finished(document, found, {{at, text}}, request, place);
+}
+
+// Keeps the comments between the lines of the old value.
+Splice replacement(const Document& document, const Survey& found, const Entry& entry, const Request& request)
+{
+    const Dialect& dialect = document.dialect;
+    std::string text = encoded(document, request, entry.indent());
+    if (entry.separator.empty())
+        return {endOf(entry.name), styleOf(document, found).separator(entry.name, text) + text, entry.hash};
+    Style style;
+    style.add(entry);
+    const bool isEmpty = entry.value.front().empty();
+    text.insert(0, isEmpty ? style.separator(entry.name, text) : std::string(entry.separator));
+    std::string_view old = span(endOf(entry.name), entry.value.back());
+    if (dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
+        old = span(old, withoutLineEnding(entry.lines));
+    const bool isBesideNote = !entry.note.empty() && !contains(whiteSpace, *endOf(old).data());
+    if (isBesideNote && (isEmpty || dialect.has(NotesTakeOneMore))) {
+        old = span(old, entry.note.substr(0, 0));
+        text += ' ';
+    }
+    for (std::size_t i = 1; i < entry.value.size(); ++i) {
+        const std::string_view gap = span(endOf(entry.value[i - 1]), entry.value[i].substr(0, 0));
+        const std::size_t comment = gap.find_first_of(dialect.comments);
+        if (comment != none)
+            text.append(document.lineEnding).append(trimmed(gap.substr(comment)));
+    }
+    return {old, text, entry.hash};
+}
+
+} // namespace
+
+Document::Document(std::string_view all, const Dialect& kind)
+    : source(all)
+    , bytes(all.substr(all.find(byteOrderMark) == 0 ? byteOrderMark.size() : 0))
+    , lineEnding(bytes.find("\r\n") < bytes.find('\n') ? "\r\n" : "\n")
+    , dialect(kind)
+{
+    const std::size_t nul = bytes.find('\0');
+    if (nul != none)
+        fail(*this, bytes.data() + nul, "a NUL byte: not a settings file");
+    if (dialect.has(CarriageReturnEndsLine))
+        requireLineFeeds(*this, bytes);
 }
 
 std::vector<std::string> Document::sections() const
 {
     std::vector<std::string> names;
     std::set<std::string> seen;
-    forEachEntry(m_bytes, m_dialect, [&](const Entry& entry) {
-        const std::string_view name = entry.kind == Entry::Header ? entry.name.of(m_bytes) : "";
+    forEachEntry(bytes, dialect, [&](const Entry& entry) {
+        const std::string name(entry.kind == Entry::Header ? entry.name : "");
         if (entry.kind == Entry::Header || (entry.kind == Entry::Key && names.empty()))
-            addOnce(names, seen, name, m_dialect.sectionId(name));
+            if (seen.insert(dialect.sectionId(name)).second)
+                names.push_back(name);
     });
     return names;
 }
 
 std::vector<std::string> Document::keys(const std::string& section) const
 {
-    const Survey found = survey({section}, true);
-    if (!found.hasSection)
-        throw absent({section}, false);
+    const Survey found(*this, {section});
+    if (found.sections.empty())
+        failAbsent(*this, {section}, found);
     std::vector<std::string> names;
     std::set<std::string> seen;
-    for (const Entry& entry : found.matches)
-        addOnce(names, seen, entry.name.of(m_bytes), m_dialect.keyId(entry.name.of(m_bytes)));
+    for (const Entry& entry : found.matches) {
+        if (seen.insert(dialect.keyId(entry.name)).second)
+            names.emplace_back(entry.name);
+    }
     return names;
-}
-
-// A cautious dialect is in doubt about a name in another case.
-bool Document::hasName(Entry& entry, const std::string& id, std::string_view name) const
-{
-    const std::string_view written = entry.name.of(m_bytes);
-    if ((entry.kind == Entry::Header ? m_dialect.sectionId(written) : m_dialect.keyId(written)) != id)
-        return false;
-    if (m_dialect.has(Cautious) && trimmed(written) != trimmed(name))
-        entry.doubt = {Doubt::Lines, caseDoubt, entry.lines.begin};
-    return true;
-}
-
-// In doubt about a ':', the key may also end at the '='.
-bool Document::mayHaveName(const Entry& entry, std::string_view name) const
-{
-    const std::size_t equals = m_bytes.find('=', entry.separator);
-    return entry.doubt.text == colonDoubt && trimmed(Range{entry.name.begin, equals}.of(m_bytes)) == name;
-}
-
-Survey Document::survey(const Request& request, bool everyLine, bool everySection) const
-{
-    const std::string section = m_dialect.sectionId(request.section);
-    const std::string key = m_dialect.keyId(request.key.value_or(""));
-    Survey found;
-    found.hasSection = section.empty();
-    bool isInside = found.hasSection;
-    Doubt doubt; // of the header above; a header in doubt may be a part of a value, which does not end the section
-    std::size_t hash = 0;
-    forEachEntry(m_bytes, m_dialect, [&](Entry& entry) {
-        hash += entry.hash;
-        const bool mayBeInside = isInside || doubt.level == Doubt::Lines;
-        if (entry.kind == Entry::Header) {
-            isInside = hasName(entry, section, request.section) &&
-                       (everySection || !m_dialect.has(FirstCounts) || !found.hasSection);
-            if (isInside && !everySection && m_dialect.has(LastSectionCounts))
-                found = {};
-            doubt = isInside || mayBeInside ? entry.doubt : Doubt();
-            if (isInside)
-                found.enter(entry);
-            return;
-        }
-        if (isInside)
-            found.add(entry, m_bytes);
-        const bool isKey = entry.kind == Entry::Key && (isInside || (mayBeInside && request.key));
-        if (!isKey || (request.key && !hasName(entry, key, *request.key) && !mayHaveName(entry, *request.key)))
-            return;
-        if (doubt.level == Doubt::Lines)
-            entry.doubt = doubt;
-        found.addMatch(entry, everyLine);
-    });
-    if (!found.hasSection || (isInside && found.isFree))
-        found.position = m_bytes.size();
-    found.hash = hash;
-    return found;
 }
 
 std::vector<std::string> Document::values(const Request& request, bool all) const
 {
-    const bool isStore = m_dialect.has(NotesTakeOneMore);
-    std::vector<std::string> values = isStore ? storeValues(m_bytes, request) : std::vector<std::string>();
-    if (!values.empty())
-        return values;
-    const Survey found = survey(request, all);
-    if (found.matches.empty())
-        failAbsent(request, found);
-    for (auto entry = all ? found.matches.begin() : found.matches.end() - 1; entry != found.matches.end(); ++entry) {
-        require(*entry, Doubt::Reading);
-        values.push_back(valueOf(*entry, m_bytes, m_dialect));
-    }
+    Survey found(*this, request);
+    if (!all && !found.matches.empty())
+        found.matches.erase(found.matches.begin(), found.matches.end() - 1);
+    const bool isStore = dialect.has(NotesTakeOneMore);
+    const std::vector<std::string> values = isStore ? storeValues(bytes, request) : valuesOf(*this, found.matches);
+    if (values.empty())
+        failAbsent(*this, request, found);
     return values;
-}
-
-// A header in doubt may have the key on its line.
-void Document::failAbsent(const Request& request, const Survey& found) const
-{
-    require(found.header, Doubt::Lines);
-    throw absent(request, found.hasSection);
 }
 
 std::string Document::set(const Request& request) const
 {
-    const Survey found = survey(request);
+    const Survey found(*this, request);
     if (found.matches.empty())
-        return added(request, found, Place::Last);
-    const Place place = m_dialect.has(FirstCounts) ? Place::First : Place::Last; // what counts
+        return added(*this, request, found, Place::Last);
+    const Place place = dialect.has(FirstCounts) ? Place::First : Place::Last; // what counts
     const Entry& entry = found.match(place);
-    require(entry, Doubt::Value);
-    if (entry.hasValue() && valueOf(entry, m_bytes, m_dialect) == *request.value)
-        return std::string(m_mark).append(m_bytes);
-    return finished({replacement(entry, request, found)}, request, found.hash - entry.hash, place);
+    require(*this, entry, Doubt::Value);
+    if (!entry.separator.empty() && entry.read(dialect) == *request.value)
+        return std::string(source);
+    return finished(*this, found, {replacement(*this, found, entry, request)}, request, place);
 }
 
 std::string Document::append(const Request& request) const
 {
-    return added(request, survey(request), Place::Last);
+    return added(*this, request, Survey(*this, request), Place::Last);
 }
 
 std::string Document::prepend(const Request& request) const
 {
-    return added(request, survey(request), Place::First);
-}
-
-// Returns the style of the section, or else of the file.
-Style Document::styleOf(const Survey& found) const
-{
-    if (!found.style.isEmpty())
-        return found.style;
-    Style style;
-    forEachEntry(m_bytes, m_dialect, [&](const Entry& entry) { style.add(entry, m_bytes); });
-    if (style.isEmpty())
-        return Document(m_dialect.sample, m_dialect).survey({}).style;
-    style.takeUsual();
-    return style;
-}
-
-// Whether most headers but the first have a blank line before them or before their comment.
-bool Document::hasBlankLineBeforeHeaders() const
-{
-    int balance = 0;
-    int headers = 0;
-    Entry::Kind before = Entry::Blank;
-    forEachEntry(m_bytes, m_dialect, [&](const Entry& entry) {
-        if (entry.kind == Entry::Header && headers++ > 0)
-            balance += before == Entry::Blank ? 1 : -1;
-        if (entry.kind != Entry::Comment)
-            before = entry.kind;
-    });
-    return balance > 0 && before != Entry::Blank;
-}
-
-std::string Document::added(const Request& request, const Survey& found, Place place) const
-{
-    if (m_dialect.has(NeedsHeader) && request.section.empty())
-        throw Failure{Trouble, "this kind of file has no keys before the first header"};
-    require(found.header, Doubt::Lines);
-    for (const Entry& entry : found.matches) {
-        require(entry, Doubt::Lines);
-        if (m_dialect.has(NoRepeats))
-            fail(entry.lines.begin, "the key exists and may not be repeated");
-    }
-    const std::string lineEnding(m_lineEnding);
-    std::string text;
-    if (!found.hasSection)
-        text = (hasBlankLineBeforeHeaders() ? lineEnding : "") + '[' + request.section + ']' + lineEnding;
-    Style style = styleOf(found);
-    std::size_t at = found.position;
-    if (!found.matches.empty()) {
-        const Entry& neighbour = found.match(place);
-        at = place == Place::First ? neighbour.lines.begin : neighbour.lines.end;
-        style.add(neighbour, m_bytes);
-    }
-    const std::string value = encoded(request, style.indent());
-    text += style.indent() + *request.key + style.separator(*request.key, isOnLine(value)) + value + lineEnding;
-    if (at > 0 && m_bytes[at - 1] != '\n')
-        text.insert(0, lineEnding);
-    const std::string bytes =
-        finished({{{at, at}, text}}, request, found.hash, found.hasSection ? place : Place::NewSection);
-    if (!found.hasSection && !Dialect::accepts(m_dialect.sections, request.section))
-        throw Failure{Trouble, "the section " + request.section + " is not valid in this kind of file"};
-    if (found.matches.empty() && !Dialect::accepts(m_dialect.keys, *request.key))
-        throw Failure{Trouble, "the key " + *request.key + " is not valid in this kind of file"};
-    return bytes;
-}
-
-// Throws if the dialect cannot hold the value.
-std::string Document::encoded(const Request& request, const std::string& indent) const
-{
-    if (const char* const reason = refusal(*request.value, m_dialect))
-        throw Failure{Trouble, reason};
-    const bool continues = m_dialect.has(JoinsByIndentation) && !m_dialect.has(Cautious);
-    return m_dialect.encoded(*request.value, continues ? std::string(m_lineEnding) + indent + "    " : "\n");
-}
-
-// Keeps the comments between the lines of the old value.
-Splice Document::replacement(const Entry& entry, const Request& request, const Survey& found) const
-{
-    Style style;
-    style.add(entry, m_bytes);
-    const std::string value = encoded(request, style.indent());
-    if (!entry.hasValue()) {
-        const std::string separator = styleOf(found).separator(entry.name.of(m_bytes), isOnLine(value));
-        return {{entry.name.end, entry.name.end}, separator + value};
-    }
-    Splice splice = {entry.valueRange(), value};
-    if (m_dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
-        splice.old.end = entry.lines.begin + withoutLineEnding(entry.lines.of(m_bytes)).size();
-    const bool fillsGap = entry.value.front().isEmpty() && isOnLine(value);
-    const bool isAtSeparator = splice.old.begin == entry.separator + 1;
-    if (fillsGap && isAtSeparator && contains(whiteSpace, m_bytes[entry.separator - 1]))
-        splice.text.insert(0, 1, ' ');
-    if (fillsGap && entry.note == splice.old.begin)
-        splice.text += ' ';
-    if (m_dialect.has(NotesTakeOneMore) && entry.note != none && !contains(whiteSpace, m_bytes[splice.old.end])) {
-        splice.old.end = entry.note;
-        splice.text += ' ';
-    }
-    for (const Range& comment : entry.comments)
-        splice.text.append(m_lineEnding).append(withoutLineEnding(comment.of(m_bytes)));
-    return splice;
+    return added(*this, request, Survey(*this, request), Place::First);
 }
 
 std::string Document::remove(const Request& request) const
 {
-    if (!request.key && !request.section.empty())
-        return withoutSection(request);
-    const Survey found = survey(request, true, true);
-    std::size_t rest = found.hash;
+    const Survey found(*this, request, true);
+    const bool isSection = !request.key && !request.section.empty();
     std::vector<Splice> splices;
-    for (const Entry& entry : found.matches) {
-        require(entry, request.value ? Doubt::Reading : Doubt::Lines);
-        if (request.value && valueOf(entry, m_bytes, m_dialect) != *request.value)
+    for (const Entry& entry : isSection ? found.sections : found.matches) {
+        require(*this, entry, request.value ? Doubt::Reading : Doubt::Lines);
+        if (request.value && entry.read(dialect) != *request.value)
             continue;
-        Range old = entry.lines;
-        if (old.begin > 0 && m_bytes[old.begin - 1] != '\n') // it follows a header on its line
-            old.end = old.begin + withoutLineEnding(old.of(m_bytes)).size();
-        splices.push_back({old, ""});
-        rest -= entry.hash;
+        const bool isWhole = isAtLineStart(entry.lines, *this); // otherwise, it follows a header on its line
+        splices.push_back({isWhole ? entry.lines : withoutLineEnding(entry.lines), "", entry.hash});
     }
     if (splices.empty())
-        failAbsent(request, found);
-    return finished(splices, request, rest, Place::Nowhere);
-}
-
-// A comment with no blank line before the next header belongs to that header.
-std::string Document::withoutSection(const Request& request) const
-{
-    const std::string id = m_dialect.sectionId(request.section);
-    std::vector<Splice> splices;
-    std::size_t rest = 0;
-    std::size_t comment = none;
-    bool isInside = false;
-    const auto endAt = [&](std::size_t end) {
-        if (isInside)
-            splices.back().old.end = end;
-    };
-    forEachEntry(m_bytes, m_dialect, [&](Entry& entry) {
-        if (entry.kind == Entry::Header) {
-            endAt(std::min(comment, entry.lines.begin));
-            const bool isEnd = isInside;
-            isInside = hasName(entry, id, request.section);
-            if (isInside || isEnd)
-                require(entry, Doubt::Lines);
-            if (isInside)
-                splices.push_back({entry.lines, ""});
-        }
-        rest += isInside ? 0 : entry.hash;
-        comment = entry.kind == Entry::Comment ? std::min(comment, entry.lines.begin) : none;
-    });
-    endAt(m_bytes.size());
-    if (splices.empty())
-        throw absent(request, false);
-    return finished(splices, request, rest, Place::Nowhere);
-}
-
-// Makes the new document, and reads it to see that only the request has changed. `rest` is the hash of everything else.
-std::string Document::finished(
-    const std::vector<Splice>& splices, const Request& request, std::size_t rest, Place place) const
-{
-    std::string bytes(m_mark);
-    std::size_t taken = 0;
-    for (const Splice& splice : splices) {
-        bytes.append(m_bytes, taken, splice.old.begin - taken).append(splice.text);
-        taken = splice.old.end;
-    }
-    bytes.append(m_bytes, taken);
-    const Document result(bytes, m_dialect);
-    const Survey found = result.survey(request);
-    if (place != Place::Nowhere)
-        rest += result.writtenEntry(request, found, place).hash;
-    if (place == Place::NewSection)
-        rest += found.header.hash;
-    if (found.hash != rest || !result.agreesWithStore(request))
-        throw Failure{Trouble, "the rest of the file would be read differently"};
-    return bytes;
-}
-
-// Returns the entry that should hold the request. Throws if it does not.
-const Entry& Document::writtenEntry(const Request& request, const Survey& found, Place place) const
-{
-    if (found.matches.empty())
-        throw Failure{Trouble, "cannot be read back: " + absent({request.section, request.key}, found.hasSection).text};
-    const Entry& entry = found.match(place);
-    require(entry, Doubt::Value);
-    if (valueOf(entry, m_bytes, m_dialect) != *request.value)
-        throw Failure{Trouble, "the value would be read as '" + valueOf(entry, m_bytes, m_dialect) + '\''};
-    return entry;
-}
-
-// Whether the store itself reads what we read.
-bool Document::agreesWithStore(const Request& request) const
-{
-    if (!m_dialect.has(NotesTakeOneMore) || !request.key)
-        return true;
-    std::vector<std::string> values;
-    for (const Entry& entry : survey(request, true).matches)
-        values.push_back(valueOf(entry, m_bytes, m_dialect));
-    return values == storeValues(m_bytes, request);
+        failAbsent(*this, request, found);
+    return finished(*this, found, splices, request, Place::Nowhere);
 }

@@ -6,15 +6,11 @@
 #include <functional>
 #include <vector>
 
-/// The bytes from `begin` up to, not including, `end`.
-struct Range
+/// Views from the first byte of one view to the last byte of another.
+inline std::string_view span(std::string_view first, std::string_view last)
 {
-    std::size_t begin = 0;
-    std::size_t end = 0;
-
-    bool isEmpty() const { return begin == end; }
-    std::string_view of(std::string_view bytes) const { return bytes.substr(begin, end - begin); }
-};
+    return {first.data(), static_cast<std::size_t>(last.data() + last.size() - first.data())};
+}
 
 /// Why programs read an entry differently, and how far.
 struct Doubt
@@ -29,7 +25,7 @@ struct Doubt
 
     Level level = None; ///< Reading: what the value means. Value: also where it ends. Lines: which lines the entry has
     std::string_view text = {};
-    std::size_t at = 0; ///< where the entry starts
+    const char* at = nullptr; ///< in the line to name
 };
 
 /// What a cautious dialect is in doubt about.
@@ -50,7 +46,8 @@ inline constexpr char bracketDoubt[] =
 inline constexpr char caseDoubt[] =
     "a name in another case may be the same (--dialect git, python) or another (any other)";
 
-/// One line, or a key with all lines of its value. Text is a line that is nothing else.
+/// One line, or a key with all lines of its value. Text is a line that is nothing else. The views are parts of the
+/// document.
 struct Entry
 {
     enum Kind
@@ -63,24 +60,20 @@ struct Entry
     };
 
     Kind kind = Blank;
-    Range lines;                  ///< with the last line ending
-    Range name;                   ///< of a header or a key; the whole of a text
-    std::size_t separator = none; ///< none: a key without a value
-    std::vector<Range> value;     ///< the part of each line; empty for a key without a separator
-    std::vector<Range> comments;  ///< lines between those of the value
-    std::size_t note = none;      ///< where the comment after the value starts
+    std::string_view lines;              ///< with the last line ending
+    std::string_view name;               ///< of a header or a key
+    std::string_view separator;          ///< with the white space around it; empty: a key without a value
+    std::vector<std::string_view> value; ///< the part of each line; empty for a key without a separator
+    std::string_view note;               ///< the comment after the value
     Doubt doubt;
-    std::size_t hash = 0; ///< of what it is, as written, and of the doubt; 0 for blank lines and comments
+    std::size_t hash = 0; ///< of its text and the doubt; 0 for blank lines and comments
 
-    bool hasValue() const { return separator != none; }
-    /// From the first byte of the value to the last.
-    Range valueRange() const { return {value.front().begin, value.back().end}; }
+    std::string_view indent() const { return lines.substr(0, static_cast<std::size_t>(name.data() - lines.data())); }
+    /// Returns the value as its owner reads it: the lines joined, without quotes and escapes.
+    std::string read(const Dialect& dialect) const;
 };
 
 /// Calls `visit` with each entry of a document, from the first to the last. The entry may be changed.
 void forEachEntry(std::string_view bytes, const Dialect& dialect, const std::function<void(Entry&)>& visit);
-
-/// Returns the value as its owner reads it: the lines joined, without quotes and escapes.
-std::string valueOf(const Entry& entry, std::string_view bytes, const Dialect& dialect);
 
 #endif

@@ -99,18 +99,19 @@ class Survey
 {
 public:
     /// Finds only the sections that count, or every one with the name.
-    Survey(const Document& document, const Request& request, bool everySection = false)
-        : m_dialect(document.dialect)
-        , m_request(request)
-        , m_sectionId(m_dialect.sectionId(request.section))
-        , m_keyId(m_dialect.keyId(request.key.value_or("")))
+    Survey(const Document& theDocument, const Request& theRequest, bool everySection = false)
+        : document(theDocument)
+        , dialect(document.dialect)
+        , request(theRequest)
+        , m_sectionId(dialect.sectionId(request.section))
+        , m_keyId(dialect.keyId(request.key.value_or("")))
         , m_everySection(everySection)
     {
         Entry start;
         start.lines = document.bytes.substr(0, 0);
         if (m_sectionId.empty())
             enter(start);
-        forEachEntry(document.bytes, m_dialect, [this](Entry& entry) {
+        forEachEntry(document.bytes, dialect, [this](Entry& entry) {
             hash += entry.hash;
             countBlankLine(entry);
             entry.kind == Entry::Header ? takeHeader(entry) : takeLine(entry);
@@ -121,6 +122,9 @@ public:
             position = endOf(document.bytes);
     }
 
+    const Document& document;
+    const Dialect& dialect;
+    const Request& request;
     std::vector<Entry> sections; ///< with all their lines, but for a comment that belongs to the next header
     Entry header;                ///< of the last section
     std::vector<Entry> matches;  ///< the lines of the key, or of all keys
@@ -155,14 +159,14 @@ private:
     {
         const bool mayBeInside = m_isInside || m_doubt.level == Doubt::Lines;
         const bool wasInside = m_isInside;
-        m_isInside = hasName(entry, m_sectionId, m_request.section) &&
-                     (m_everySection || !m_dialect.has(FirstCounts) || sections.empty());
+        m_isInside = hasName(entry, m_sectionId, request.section) &&
+                     (m_everySection || !dialect.has(FirstCounts) || sections.empty());
         m_doubt = m_isInside || mayBeInside ? entry.doubt : Doubt();
         if (wasInside && m_doubt.level == Doubt::Lines)
             sections.back().doubt = m_doubt;
         if (!m_isInside)
             return;
-        if (!m_everySection && m_dialect.has(LastSectionCounts)) {
+        if (!m_everySection && dialect.has(LastSectionCounts)) {
             matches.clear();
             style = {};
         }
@@ -173,10 +177,10 @@ private:
     {
         if (m_isInside && entry.kind != Entry::Comment)
             grow(entry);
-        const bool mayBeInside = m_isInside || (m_doubt.level == Doubt::Lines && m_request.key);
+        const bool mayBeInside = m_isInside || (m_doubt.level == Doubt::Lines && request.key);
         if (entry.kind != Entry::Key || !mayBeInside)
             return;
-        if (m_request.key && !hasName(entry, m_keyId, *m_request.key))
+        if (request.key && !hasName(entry, m_keyId, *request.key))
             return;
         if (m_doubt.level == Doubt::Lines)
             entry.doubt = m_doubt;
@@ -202,15 +206,13 @@ private:
     bool hasName(Entry& entry, const std::string& id, std::string_view name) const
     {
         const bool isHeader = entry.kind == Entry::Header;
-        const bool isSame = (isHeader ? m_dialect.sectionId(entry.name) : m_dialect.keyId(entry.name)) == id;
-        if (isSame && m_dialect.has(Cautious) && trimmed(entry.name) != trimmed(name))
+        const bool isSame = (isHeader ? dialect.sectionId(entry.name) : dialect.keyId(entry.name)) == id;
+        if (isSame && dialect.has(Cautious) && trimmed(entry.name) != trimmed(name))
             entry.doubt = {Doubt::Lines, caseDoubt, entry.lines.data()};
         return isSame ||
                (entry.doubt.text == colonDoubt && trimmed(entry.lines.substr(0, entry.lines.find('='))) == name);
     }
 
-    const Dialect& m_dialect;
-    const Request& m_request;
     const std::string m_sectionId;
     const std::string m_keyId;
     const bool m_everySection;
@@ -250,9 +252,10 @@ void require(const Document& document, const Entry& entry, Doubt::Level level)
 }
 
 // A header in doubt may have the key on its line.
-[[noreturn]] void failAbsent(const Document& document, const Request& request, const Survey& found)
+[[noreturn]] void failAbsent(const Survey& found)
 {
-    require(document, found.header.doubt, Doubt::Lines);
+    const Request& request = found.request;
+    require(found.document, found.header.doubt, Doubt::Lines);
     const std::string section = '[' + request.section + ']';
     if (found.sections.empty())
         throw Failure{Absent, "there is no section " + section};
@@ -317,72 +320,73 @@ std::vector<std::string> valuesOf(const Document& document, const std::vector<En
 }
 
 // Returns the entry that should hold the request. Throws if it does not.
-const Entry& writtenEntry(const Document& document, const Survey& found, const Request& request, Place place)
+const Entry& writtenEntry(const Survey& found, Place place)
 {
+    const Request& request = found.request;
     if (found.matches.empty()) {
         const std::string name = found.sections.empty() ? "section " + request.section : "key " + *request.key;
         throw Failure{Trouble, "the " + name + " cannot be read back"};
     }
     const Entry& entry = found.match(place);
-    require(document, entry, Doubt::Value);
-    const std::string value = entry.read(document.dialect);
+    require(found.document, entry, Doubt::Value);
+    const std::string value = entry.read(found.dialect);
     if (value != *request.value)
         throw Failure{Trouble, "the value would be read as '" + value + '\''};
     return entry;
 }
 
 // Makes the new document, and reads it to see that only the request has changed.
-std::string finished(const Document& document, const Survey& found, const std::vector<Splice>& splices,
-    const Request& request, Place place)
+std::string finished(const Survey& found, const std::vector<Splice>& splices, Place place)
 {
     std::string bytes;
     std::size_t hash = found.hash; // of everything else
-    const char* taken = document.source.data();
+    const char* taken = found.document.source.data();
     for (const Splice& splice : splices) {
         bytes.append(taken, splice.old.data()).append(splice.text);
         taken = endOf(splice.old).data();
         hash -= splice.hash;
     }
-    bytes.append(taken, endOf(document.source).data());
-    const Document result(bytes, document.dialect);
-    const Survey after(result, request);
+    bytes.append(taken, endOf(found.document.source).data());
+    const Document result(bytes, found.dialect);
+    const Survey after(result, found.request);
     if (place != Place::Nowhere)
-        hash += writtenEntry(result, after, request, place).hash;
+        hash += writtenEntry(after, place).hash;
     if (place != Place::Nowhere && found.sections.empty())
         hash += after.header.hash;
-    const bool isStore = document.dialect.has(NotesTakeOneMore) && request.key;
-    if (after.hash != hash || (isStore && valuesOf(result, after.matches) != storeValues(bytes, request)))
+    const bool isStore = found.dialect.has(NotesTakeOneMore) && found.request.key;
+    if (after.hash != hash || (isStore && valuesOf(result, after.matches) != storeValues(bytes, found.request)))
         throw Failure{Trouble, "the rest of the file would be read differently"};
     return bytes;
 }
 
 // Returns the style of the section, or else of the file.
-Style styleOf(const Document& document, const Survey& found)
+Style styleOf(const Survey& found)
 {
     if (!found.style.isEmpty())
         return found.style;
     Style style;
-    forEachEntry(document.bytes, document.dialect, [&](const Entry& entry) { style.add(entry); });
+    const auto add = [&style](const Entry& entry) { style.add(entry); };
+    forEachEntry(found.document.bytes, found.dialect, add);
     if (style.isEmpty())
-        forEachEntry(document.dialect.sample, document.dialect, [&](const Entry& entry) { style.add(entry); });
+        forEachEntry(found.dialect.sample, found.dialect, add);
     style.takeUsual();
     return style;
 }
 
 // Throws if the dialect cannot hold the value.
-std::string encoded(const Document& document, const Request& request, std::string_view indent)
+std::string encoded(const Survey& found, std::string_view indent)
 {
-    const Dialect& dialect = document.dialect;
-    requireHolds(dialect, *request.value);
-    const bool continues = dialect.has(JoinsByIndentation) && !dialect.has(Cautious);
-    const std::string lineBreak = std::string(document.lineEnding).append(indent).append("    ");
-    return dialect.encoded(*request.value, continues ? lineBreak : "\n");
+    requireHolds(found.dialect, *found.request.value);
+    const bool continues = found.dialect.has(JoinsByIndentation) && !found.dialect.has(Cautious);
+    const std::string lineBreak = std::string(found.document.lineEnding).append(indent).append("    ");
+    return found.dialect.encoded(*found.request.value, continues ? lineBreak : "\n");
 }
 
 // Throws if the owner does not allow a new line with the key.
-void requireAllowed(const Document& document, const Request& request, const Survey& found)
+void requireAllowed(const Survey& found)
 {
-    const Dialect& dialect = document.dialect;
+    const Dialect& dialect = found.dialect;
+    const Request& request = found.request;
     if (dialect.has(NeedsHeader) && request.section.empty())
         throw Failure{Trouble, "this kind of file has no keys before the first header"};
     if (found.sections.empty() && !Dialect::accepts(dialect.sections, request.section))
@@ -390,60 +394,60 @@ void requireAllowed(const Document& document, const Request& request, const Surv
     if (found.matches.empty() && !Dialect::accepts(dialect.keys, *request.key))
         throw Failure{Trouble, "the key " + *request.key + " is not valid in this kind of file"};
     if (!found.sections.empty())
-        require(document, found.sections.back().doubt, Doubt::Lines);
+        require(found.document, found.sections.back().doubt, Doubt::Lines);
     for (const Entry& entry : found.matches) {
-        require(document, entry, Doubt::Lines);
+        require(found.document, entry, Doubt::Lines);
         if (dialect.has(NoRepeats))
-            fail(document, entry.lines.data(), "the key exists and may not be repeated");
+            fail(found.document, entry.lines.data(), "the key exists and may not be repeated");
     }
 }
 
-std::string added(const Document& document, const Request& request, const Survey& found, Place place)
+std::string added(const Survey& found, Place place)
 {
-    requireAllowed(document, request, found);
-    Style style = styleOf(document, found);
+    requireAllowed(found);
+    Style style = styleOf(found);
     std::string_view at = found.position;
     if (!found.matches.empty()) {
         const std::string_view neighbour = found.match(place).lines;
         at = place == Place::First ? neighbour.substr(0, 0) : endOf(neighbour);
         style.add(found.match(place));
     }
-    const std::string lineEnding(document.lineEnding);
-    const std::string value = encoded(document, request, style.indent());
-    std::string text = style.indent() + *request.key + style.separator(*request.key, value) + value + lineEnding;
+    const std::string lineEnding(found.document.lineEnding);
+    const std::string& key = *found.request.key;
+    const std::string value = encoded(found, style.indent());
+    std::string text = style.indent() + key + style.separator(key, value) + value + lineEnding;
     if (found.sections.empty())
-        text.insert(0, '[' + request.section + ']' + lineEnding);
+        text.insert(0, '[' + found.request.section + ']' + lineEnding);
     if (found.sections.empty() && found.needsBlankLine())
         text.insert(0, lineEnding);
-    if (!isAtLineStart(at, document))
+    if (!isAtLineStart(at, found.document))
         text.insert(0, lineEnding);
-    return finished(document, found, {{at, text}}, request, place);
+    return finished(found, {{at, text}}, place);
 }
 
 // Keeps the comments between the lines of the old value.
-Splice replacement(const Document& document, const Survey& found, const Entry& entry, const Request& request)
+Splice replacement(const Survey& found, const Entry& entry)
 {
-    const Dialect& dialect = document.dialect;
-    std::string text = encoded(document, request, entry.indent());
+    std::string text = encoded(found, entry.indent());
     if (entry.separator.empty())
-        return {endOf(entry.name), styleOf(document, found).separator(entry.name, text) + text, entry.hash};
+        return {endOf(entry.name), styleOf(found).separator(entry.name, text) + text, entry.hash};
     Style style;
     style.add(entry);
     const bool isEmpty = entry.value.front().empty();
     text.insert(0, isEmpty ? style.separator(entry.name, text) : std::string(entry.separator));
     std::string_view old = span(endOf(entry.name), entry.value.back());
-    if (dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
+    if (found.dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
         old = span(old, withoutLineEnding(entry.lines));
     const bool isBesideNote = !entry.note.empty() && !contains(whiteSpace, *endOf(old).data());
-    if (isBesideNote && (isEmpty || dialect.has(NotesTakeOneMore))) {
+    if (isBesideNote && (isEmpty || found.dialect.has(NotesTakeOneMore))) {
         old = span(old, entry.note.substr(0, 0));
         text += ' ';
     }
     for (std::size_t i = 1; i < entry.value.size(); ++i) {
         const std::string_view gap = span(endOf(entry.value[i - 1]), entry.value[i].substr(0, 0));
-        const std::size_t comment = gap.find_first_of(dialect.comments);
+        const std::size_t comment = gap.find_first_of(found.dialect.comments);
         if (comment != none)
-            text.append(document.lineEnding).append(trimmed(gap.substr(comment)));
+            text.append(found.document.lineEnding).append(trimmed(gap.substr(comment)));
     }
     return {old, text, entry.hash};
 }
@@ -468,19 +472,20 @@ std::vector<std::string> Document::sections() const
     std::vector<std::string> names;
     std::set<std::string> seen;
     forEachEntry(bytes, dialect, [&](const Entry& entry) {
-        const std::string name(entry.kind == Entry::Header ? entry.name : "");
-        if (entry.kind == Entry::Header || (entry.kind == Entry::Key && names.empty()))
-            if (seen.insert(dialect.sectionId(name)).second)
-                names.push_back(name);
+        const bool isLeading = entry.kind == Entry::Key && names.empty();
+        const std::string_view name = isLeading ? "" : entry.name;
+        if ((isLeading || entry.kind == Entry::Header) && seen.insert(dialect.sectionId(name)).second)
+            names.emplace_back(name);
     });
     return names;
 }
 
 std::vector<std::string> Document::keys(const std::string& section) const
 {
-    const Survey found(*this, {section});
+    const Request request = {section};
+    const Survey found(*this, request);
     if (found.sections.empty())
-        failAbsent(*this, {section}, found);
+        failAbsent(found);
     std::vector<std::string> names;
     std::set<std::string> seen;
     for (const Entry& entry : found.matches) {
@@ -498,7 +503,7 @@ std::vector<std::string> Document::values(const Request& request, bool all) cons
     const bool isStore = dialect.has(NotesTakeOneMore);
     const std::vector<std::string> values = isStore ? storeValues(bytes, request) : valuesOf(*this, found.matches);
     if (values.empty())
-        failAbsent(*this, request, found);
+        failAbsent(found);
     return values;
 }
 
@@ -506,23 +511,23 @@ std::string Document::set(const Request& request) const
 {
     const Survey found(*this, request);
     if (found.matches.empty())
-        return added(*this, request, found, Place::Last);
+        return added(found, Place::Last);
     const Place place = dialect.has(FirstCounts) ? Place::First : Place::Last; // what counts
     const Entry& entry = found.match(place);
     require(*this, entry, Doubt::Value);
     if (!entry.separator.empty() && entry.read(dialect) == *request.value)
         return std::string(source);
-    return finished(*this, found, {replacement(*this, found, entry, request)}, request, place);
+    return finished(found, {replacement(found, entry)}, place);
 }
 
 std::string Document::append(const Request& request) const
 {
-    return added(*this, request, Survey(*this, request), Place::Last);
+    return added(Survey(*this, request), Place::Last);
 }
 
 std::string Document::prepend(const Request& request) const
 {
-    return added(*this, request, Survey(*this, request), Place::First);
+    return added(Survey(*this, request), Place::First);
 }
 
 std::string Document::remove(const Request& request) const
@@ -538,6 +543,6 @@ std::string Document::remove(const Request& request) const
         splices.push_back({isWhole ? entry.lines : withoutLineEnding(entry.lines), "", entry.hash});
     }
     if (splices.empty())
-        failAbsent(*this, request, found);
-    return finished(*this, found, splices, request, Place::Nowhere);
+        failAbsent(found);
+    return finished(found, splices, Place::Nowhere);
 }

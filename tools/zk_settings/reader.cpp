@@ -5,24 +5,19 @@ namespace {
 struct Line
 {
     std::string_view bytes; // without the line ending
-    std::string_view text;  // ... and the indentation
     std::string_view rest;  // what follows in the document
 
     explicit Line(std::string_view document)
+        : bytes(document.substr(0, document.find('\n')))
+        , rest(document.substr(std::min(bytes.size() + 1, document.size())))
     {
-        const std::size_t size = std::min(document.find('\n'), document.size());
-        const bool hasReturn = size < document.size() && size > 0 && document[size - 1] == '\r';
-        rest = document.substr(std::min(size + 1, document.size()));
-        cut(document.substr(0, hasReturn ? size - 1 : size));
+        const bool hasReturn = bytes.size() < document.size() && !bytes.empty() && bytes.back() == '\r';
+        bytes.remove_suffix(hasReturn ? 1 : 0);
     }
-    void cut(std::string_view part)
-    {
-        bytes = part;
-        text = part.substr(std::min(part.find_first_not_of(whiteSpace), part.size()));
-    }
-    std::size_t indent() const { return bytes.size() - text.size(); }
-    bool isBlank() const { return text.empty(); }
-    bool startsWith(std::string_view characters) const { return !isBlank() && contains(characters, text.front()); }
+    std::size_t indent() const { return std::min(bytes.find_first_not_of(whiteSpace), bytes.size()); }
+    std::string_view text() const { return bytes.substr(indent()); }
+    bool isBlank() const { return text().empty(); }
+    bool startsWith(std::string_view characters) const { return !isBlank() && contains(characters, text().front()); }
 };
 
 // Two backslashes mean one.
@@ -34,9 +29,10 @@ bool endsWithBackslash(std::string_view text)
 // An operator such as ">=" is no separator.
 bool looksLikeKey(const Line& line)
 {
-    const std::size_t equals = line.text.find('=');
+    const std::string_view text = line.text();
+    const std::size_t equals = text.find('=');
     const bool isOperator =
-        equals == 0 || equals == none || contains("<>!~", line.text[equals - 1]) || line.text.substr(equals, 2) == "==";
+        equals == 0 || equals == none || contains("<>!~", text[equals - 1]) || text.substr(equals, 2) == "==";
     return line.startsWith("[") || !isOperator;
 }
 
@@ -113,7 +109,7 @@ private:
         entry.note = line.bytes.substr(size);
         while (size > 0 && (static_cast<unsigned char>(line.bytes[--size]) & 0xc0U) == 0x80)
             ;
-        line.cut(line.bytes.substr(0, size));
+        line.bytes = line.bytes.substr(0, size);
     }
 
     std::size_t closingBracket(std::string_view text) const
@@ -132,20 +128,20 @@ private:
 
     bool takeHeader(const Line& line, Entry& entry)
     {
-        const std::size_t close = line.startsWith("[") ? closingBracket(line.text) : none;
+        const std::size_t close = line.startsWith("[") ? closingBracket(line.text()) : none;
         if (close == none || close == 1)
             return false;
-        const std::string_view rest = trimmed(line.text.substr(close + 1));
+        const std::string_view rest = trimmed(line.text().substr(close + 1));
         if (m_dialect.has(NothingAfterHeader) && !rest.empty())
             return false;
         entry.kind = Entry::Header;
-        entry.name = line.text.substr(1, close - 1);
+        entry.name = line.text().substr(1, close - 1);
         if (m_dialect.has(KeysAfterHeader) && !rest.empty() && !contains(m_dialect.notes, rest.front()))
             m_next = span(rest, m_next);
         checkIndent(line, entry, none);
         if (!rest.empty() && !contains("#;", rest.front()) && contains(rest, '='))
             raise(entry, Doubt::Lines, headerDoubt);
-        if (line.text.rfind(']') != close)
+        if (line.text().rfind(']') != close)
             raise(entry, Doubt::Lines, bracketDoubt);
         return true;
     }
@@ -161,7 +157,7 @@ private:
 
     void takeKey(const Line& line, Entry& entry)
     {
-        const std::string_view text = content(line.text, entry);
+        const std::string_view text = content(line.text(), entry);
         const std::size_t separator = text.find_first_of(m_dialect.separators);
         const bool isText = separator == 0 || (separator == none && !m_dialect.has(BareKeys));
         if (isText) {
@@ -218,12 +214,12 @@ private:
             Line next(line.rest);
             for (; isSkipped(next, isOpen) && !next.rest.empty(); next = Line(next.rest)) {
                 if (next.isBlank())
-                    entry.value.push_back(next.text);
+                    entry.value.push_back(next.text());
             }
             const bool isEnd = line.rest.empty() || isSkipped(next, isOpen) || entry.doubt.level == Doubt::Lines;
             if (isEnd || !(isOpen || isIndented(next, entry)))
                 return entry.value.resize(size);
-            const std::string_view text = content(isOpen ? next.bytes : next.text, entry);
+            const std::string_view text = content(isOpen ? next.bytes : next.text(), entry);
             entry.value.push_back(text.substr(0, text.find_last_not_of(whiteSpace) + 1));
             m_next = next.rest;
             line = next;
@@ -251,7 +247,8 @@ private:
     // Whether the line may stand between those of a value.
     bool isSkipped(const Line& line, bool isOpen) const
     {
-        return isOpen || !line.isBlank() ? m_dialect.has(SkipsComments) && line.startsWith(m_dialect.comments) : true;
+        const bool isComment = m_dialect.has(SkipsComments) && line.startsWith(m_dialect.comments);
+        return isComment || (!isOpen && line.isBlank());
     }
 
     bool isIndented(const Line& line, Entry& entry) const

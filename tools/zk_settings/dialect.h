@@ -78,11 +78,6 @@ struct Dialect
     static bool accepts(const char* names, const std::string& name);
 
     bool has(unsigned trait) const { return (traits & trait) != 0; }
-    /// Whether a backslash escapes the next character between these quotes, or outside of quotes ('\0').
-    bool hasEscapes(char quote) const
-    {
-        return quote == '"' || (has(EscapesAnywhere) && (quote != '\0' || has(QuotesAnywhere)));
-    }
 
     /// Two names are the same for the owner if these are equal. A cautious dialect ignores the case here.
     std::string sectionId(std::string_view section) const;

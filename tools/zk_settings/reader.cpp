@@ -5,6 +5,7 @@ namespace {
 struct Line
 {
     std::string_view bytes; // without the line ending
+    std::string_view text;  // ... and the indentation
     std::string_view rest;  // what follows in the document
 
     explicit Line(std::string_view document)
@@ -12,12 +13,16 @@ struct Line
         , rest(document.substr(std::min(bytes.size() + 1, document.size())))
     {
         const bool hasReturn = bytes.size() < document.size() && !bytes.empty() && bytes.back() == '\r';
-        bytes.remove_suffix(hasReturn ? 1 : 0);
+        cut(bytes.size() - (hasReturn ? 1 : 0));
     }
-    std::size_t indent() const { return std::min(bytes.find_first_not_of(whiteSpace), bytes.size()); }
-    std::string_view text() const { return bytes.substr(indent()); }
-    bool isBlank() const { return text().empty(); }
-    bool startsWith(std::string_view characters) const { return !isBlank() && contains(characters, text().front()); }
+    void cut(std::size_t size)
+    {
+        bytes = bytes.substr(0, size);
+        text = bytes.substr(std::min(bytes.find_first_not_of(whiteSpace), size));
+    }
+    std::size_t indent() const { return bytes.size() - text.size(); }
+    bool isBlank() const { return text.empty(); }
+    bool startsWith(std::string_view characters) const { return !isBlank() && contains(characters, text.front()); }
 };
 
 // Two backslashes mean one.
@@ -29,7 +34,7 @@ bool endsWithBackslash(std::string_view text)
 // An operator such as ">=" is no separator.
 bool looksLikeKey(const Line& line)
 {
-    const std::string_view text = line.text();
+    const std::string_view text = line.text;
     const std::size_t equals = text.find('=');
     const bool isOperator =
         equals == 0 || equals == none || contains("<>!~", text[equals - 1]) || text.substr(equals, 2) == "==";
@@ -109,7 +114,7 @@ private:
         entry.note = line.bytes.substr(size);
         while (size > 0 && (static_cast<unsigned char>(line.bytes[--size]) & 0xc0U) == 0x80)
             ;
-        line.bytes = line.bytes.substr(0, size);
+        line.cut(size);
     }
 
     std::size_t closingBracket(std::string_view text) const
@@ -128,20 +133,20 @@ private:
 
     bool takeHeader(const Line& line, Entry& entry)
     {
-        const std::size_t close = line.startsWith("[") ? closingBracket(line.text()) : none;
+        const std::size_t close = line.startsWith("[") ? closingBracket(line.text) : none;
         if (close == none || close == 1)
             return false;
-        const std::string_view rest = trimmed(line.text().substr(close + 1));
+        const std::string_view rest = trimmed(line.text.substr(close + 1));
         if (m_dialect.has(NothingAfterHeader) && !rest.empty())
             return false;
         entry.kind = Entry::Header;
-        entry.name = line.text().substr(1, close - 1);
+        entry.name = line.text.substr(1, close - 1);
         if (m_dialect.has(KeysAfterHeader) && !rest.empty() && !contains(m_dialect.notes, rest.front()))
             m_next = span(rest, m_next);
         checkIndent(line, entry, none);
         if (!rest.empty() && !contains("#;", rest.front()) && contains(rest, '='))
             raise(entry, Doubt::Lines, headerDoubt);
-        if (line.text().rfind(']') != close)
+        if (line.text.rfind(']') != close)
             raise(entry, Doubt::Lines, bracketDoubt);
         return true;
     }
@@ -157,7 +162,7 @@ private:
 
     void takeKey(const Line& line, Entry& entry)
     {
-        const std::string_view text = content(line.text(), entry);
+        const std::string_view text = content(line.text, entry);
         const std::size_t separator = text.find_first_of(m_dialect.separators);
         const bool isText = separator == 0 || (separator == none && !m_dialect.has(BareKeys));
         if (isText) {
@@ -190,7 +195,9 @@ private:
                 entry.note = text.substr(at);
                 return text.substr(0, at);
             }
-            if (text[at] == '\\' && m_dialect.hasEscapes(m_quote))
+            const bool hasEscapes =
+                m_dialect.has(EscapesAnywhere) && (m_quote != '\0' || m_dialect.has(QuotesAnywhere));
+            if (text[at] == '\\' && (hasEscapes || m_quote == '"'))
                 ++at;
             else if (m_quote != '\0' ? text[at] == m_quote : contains(m_dialect.quotes, text[at]))
                 m_quote = m_quote != '\0' ? '\0' : text[at];
@@ -214,12 +221,12 @@ private:
             Line next(line.rest);
             for (; isSkipped(next, isOpen) && !next.rest.empty(); next = Line(next.rest)) {
                 if (next.isBlank())
-                    entry.value.push_back(next.text());
+                    entry.value.push_back(next.text);
             }
             const bool isEnd = line.rest.empty() || isSkipped(next, isOpen) || entry.doubt.level == Doubt::Lines;
             if (isEnd || !(isOpen || isIndented(next, entry)))
                 return entry.value.resize(size);
-            const std::string_view text = content(isOpen ? next.bytes : next.text(), entry);
+            const std::string_view text = content(isOpen ? next.bytes : next.text, entry);
             entry.value.push_back(text.substr(0, text.find_last_not_of(whiteSpace) + 1));
             m_next = next.rest;
             line = next;

@@ -444,6 +444,7 @@ INSTANTIATE_TEST_SUITE_P(Store, Changes,
 INSTANTIATE_TEST_SUITE_P(Store, Refuses,
     rowsOf("store",
         {
+            {"bytes_that_are_not_utf8", "k=\xfe\n", {"set", "", "k", "\xfe"}, CHANGES_THE_REST},
             {"semicolon", "k=1\n", {"set", "", "k", "a;b"}, "the value would be read as ''"},
             {"semicolon_after_a_blank", "k=1\n", {"set", "", "k", "a ;b"}, "the value would be read as 'a'"},
             {"white_space_around", "k=1\n", {"set", "", "k", "a\t"}, "the value would be read as 'a'"},

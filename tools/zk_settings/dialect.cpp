@@ -1,7 +1,5 @@
 #include "dialect.h"
 
-#include <QRegularExpression>
-
 namespace {
 
 constexpr char desktopFiles[] =
@@ -22,38 +20,42 @@ constexpr char gitFiles[] =
 constexpr char mysqlFiles[] = R"((^|/)((?!openssl|texmf)[^/]*\.cnf|my\.ini)$)";
 constexpr char phpFiles[] = R"((^|/)(php[^/]*\.ini(-\w+)?|\.user\.ini|php-fpm\.conf)$|/php[^/]*/.*\.(ini|conf)$)";
 
-constexpr unsigned pythonTraits = JoinsByIndentation | SkipsComments | BareKeys | NeedsHeader | NoRepeats |
-                                  KeysIgnoreCase | LastBracket | CarriageReturnEndsLine;
+// The first bracket ends a header, or the last one; or there is nothing behind it.
+constexpr char toFirstBracket[] = R"(^\[([^\]]++)\])";
+constexpr char toLastBracket[] = R"(^\[(.+)\])";
+constexpr char wholeLine[] = R"(^\[(.+)\]\s*\z)";
+constexpr char subsection[] = R"re(^\[((?:[^\]"]|"(?:[^"\\]|\\.)*+")++)\])re"; // may contain any character
+
+constexpr unsigned pythonTraits =
+    JoinsByIndentation | SkipsComments | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | CarriageReturnEndsLine;
 
 // Some programs turn on comments after values, which Python's parser leaves off; so its dialect has several rows. In
 // MySQL's files "!include" is no key.
-constexpr Dialect dialects[] = {
-    // name, files, comments, notes, separators, quotes, quoted, escapes, meanings, joint, sample, traits, keys,
+const Dialect dialects[] = {
+    // name, files, header, comments, notes, separators, quotes, quoted, escapes, meanings, joint, sample, traits, keys,
     // sections
-    {"common", "(?!)", "#;", "", "=:", "", "", "", "", "\n", "k = v",
+    {"common", "(?!)", toFirstBracket, "#;", "", "=:", "", "", "", "", "\n", "k = v",
         JoinsByBackslash | JoinsByIndentation | SkipsComments | BareKeys | TrimsSectionStart | TrimsSectionEnd |
             Cautious},
-    {"store", "(?!)", ";", ";", "=", "", "", "", "", "", "k = v",
+    {"store", "(?!)", toFirstBracket, ";", ";", "=", "", "", "", "", "", "k = v",
         NotesAnywhere | NotesTakeOneMore | FirstCounts | KeysIgnoreCase | SectionsIgnoreCase},
-    {"desktop", desktopFiles, "#", "", "=", "", "", "", "", "", "k=v",
-        KeepsTrailingSpace | NeedsHeader | NoRepeats | LastBracket | NothingAfterHeader, R"([^[\]]+(\[[\w.@-]+\])?)",
-        R"([^[\]\x01-\x1f\x7f]*)"},
-    {"systemd", systemdFiles, "#;", "", "=", "", "", "", "", " ", "k=v",
-        JoinsByBackslash | SkipsComments | NeedsHeader | LastBracket | NothingAfterHeader | CarriageReturnEndsLine,
-        R"([^[].*)"},
-    {"python", pythonFiles, "#;", "", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
-    {"python", ansibleFiles, "#;", ";", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
-    {"python", supervisorFiles, "#;", "#;", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
-    {"git", gitFiles, "#;", "#;", "=", "\"", "#;", "ntb\"\\", "\n\t\b\"\\", "", "\tk = v",
+    {"desktop", desktopFiles, wholeLine, "#", "", "=", "", "", "", "", "", "k=v",
+        KeepsTrailingSpace | NeedsHeader | NoRepeats, R"(^[^[\]]+(\[[\w.@-]+\])?\z)", R"(^[^[\]\x01-\x1f\x7f]*\z)"},
+    {"systemd", systemdFiles, wholeLine, "#;", "", "=", "", "", "", "", " ", "k=v",
+        JoinsByBackslash | SkipsComments | NeedsHeader | CarriageReturnEndsLine, R"(^[^[].*\z)"},
+    {"python", pythonFiles, toLastBracket, "#;", "", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+    {"python", ansibleFiles, toLastBracket, "#;", ";", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+    {"python", supervisorFiles, toLastBracket, "#;", "#;", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+    {"git", gitFiles, subsection, "#;", "#;", "=", "\"", "#;", "ntb\"\\", "\n\t\b\"\\", "", "\tk = v",
         NotesAnywhere | QuotesAnywhere | EscapesAnywhere | JoinsByBackslash | BareKeys | NeedsHeader | KeysIgnoreCase |
             SectionsIgnoreCase | Subsections | KeysAfterHeader,
-        "[A-Za-z][A-Za-z0-9-]*", R"re([A-Za-z0-9.-]+(\s+"([^"\\]|\\.)*")?)re"},
-    {"mysql", mysqlFiles, "#;!", "#", "=", "\"'", "#\"'", "ntrbs\"'\\", "\n\t\r\b \"'\\", "", "k = v",
+        R"(^[A-Za-z][A-Za-z0-9-]*\z)", R"re(^[A-Za-z0-9.-]+(\s+"([^"\\]|\\.)*")?\z)re"},
+    {"mysql", mysqlFiles, toFirstBracket, "#;!", "#", "=", "\"'", "#\"'", "ntrbs\"'\\", "\n\t\r\b \"'\\", "", "k = v",
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
             TrimsSectionEnd},
-    {"php", phpFiles, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\\", "\"\\", "\n", "k = v",
+    {"php", phpFiles, toFirstBracket, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\\", "\"\\", "\n", "k = v",
         NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader | DropsSpaceByQuotes,
-        R"((?!(?i:null|yes|no|true|false|on|off|none)$)[^[&|^$~(){}!"\t]+(\[[^["]*\])?)", R"([^"';\\$]*)"},
+        R"(^(?!(?i:null|yes|no|true|false|on|off|none)\z)[^[&|^$~(){}!"\t]+(\[[^["]*\])?\z)", R"(^[^"';\\$]*\z)"},
 };
 
 std::string inLowerCase(std::string_view name)
@@ -90,17 +92,11 @@ const Dialect* Dialect::find(std::string_view name, const std::string& path)
     for (const Dialect& row : dialects) {
         if (!name.empty() && row.name != name)
             continue;
-        if (QRegularExpression(QLatin1String(row.files)).match(file).hasMatch())
+        if (row.files.match(file).hasMatch())
             return &row;
         first = first == nullptr ? &row : first;
     }
     return first;
-}
-
-bool Dialect::accepts(const char* names, const std::string& name)
-{
-    const QString pattern = QRegularExpression::anchoredPattern(QLatin1String(names));
-    return QRegularExpression(pattern).match(QString::fromStdString(name)).hasMatch();
 }
 
 std::string dialectNames()

@@ -1,6 +1,8 @@
 #ifndef ZK_SETTINGS_DIALECT_H
 #define ZK_SETTINGS_DIALECT_H
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -42,22 +44,30 @@ enum Trait : unsigned
     KeysIgnoreCase = 1U << 14,
     SectionsIgnoreCase = 1U << 15,
     DashIsUnderscore = 1U << 16,       ///< in keys
-    LastBracket = 1U << 17,            ///< ends a header, not the first one
-    NothingAfterHeader = 1U << 18,     ///< on its line; otherwise it is none
-    KeysAfterHeader = 1U << 19,        ///< on its line
-    Subsections = 1U << 20,            ///< [name "part"]: the part may contain any character and has its own case
-    TrimsSectionStart = 1U << 21,      ///< white space behind the '[' is no part of the name
-    TrimsSectionEnd = 1U << 22,        ///< nor is that before the ']'
-    CarriageReturnEndsLine = 1U << 23, ///< also without a line feed
-    DropsSpaceByQuotes = 1U << 24,     ///< beside a part in double quotes
-    Cautious = 1U << 25,               ///< refuses what programs read differently; names in another case are in doubt
+    KeysAfterHeader = 1U << 17,        ///< on its line
+    Subsections = 1U << 18,            ///< [name "part"]: the part may contain any character and has its own case
+    TrimsSectionStart = 1U << 19,      ///< white space behind the '[' is no part of the name
+    TrimsSectionEnd = 1U << 20,        ///< nor is that before the ']'
+    CarriageReturnEndsLine = 1U << 21, ///< also without a line feed
+    DropsSpaceByQuotes = 1U << 22,     ///< beside a part in double quotes
+    Cautious = 1U << 23,               ///< refuses what programs read differently; names in another case are in doubt
+};
+
+/// A regular expression that a table holds as text.
+struct Pattern : QRegularExpression
+{
+    Pattern(const char* text)
+        : QRegularExpression(QLatin1String(text))
+    {
+    }
 };
 
 /// How the programs that own a kind of file read it.
 struct Dialect
 {
     std::string_view name;
-    const char* files;           ///< a regular expression for their names
+    Pattern files;               ///< for their names
+    Pattern header;              ///< for its start; captures the name
     std::string_view comments;   ///< start a comment at the start of a line
     std::string_view notes;      ///< start a comment after a value
     std::string_view separators; ///< the first one ends the key
@@ -68,14 +78,11 @@ struct Dialect
     std::string_view joint;    ///< stands between the lines of a value
     std::string_view sample;   ///< has the spacing of a line in a file without keys
     unsigned traits;
-    const char* keys = ".*";     ///< a regular expression: the owner refuses a file with other keys
-    const char* sections = ".*"; ///< ... and sections
+    Pattern keys = R"(^.*\z)";     ///< the owner refuses a file with other keys
+    Pattern sections = R"(^.*\z)"; ///< ... and sections
 
     /// Returns the dialect of the file; with a name, the dialect of this name for the file. Null if there is none.
     static const Dialect* find(std::string_view name, const std::string& path);
-
-    /// Whether `keys` or `sections` match the whole name.
-    static bool accepts(const char* names, const std::string& name);
 
     bool has(unsigned trait) const { return (traits & trait) != 0; }
 

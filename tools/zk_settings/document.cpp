@@ -6,8 +6,6 @@
 
 #include "inistore/inistore.h"
 
-#include <QRegularExpression>
-
 #include <map>
 #include <set>
 #include <sys/mman.h>
@@ -268,23 +266,19 @@ void require(const Document& document, const Entry& entry, Doubt::Level level)
 struct Refusal
 {
     std::string_view dialects; // empty: all
-    QRegularExpression values;
+    Pattern values;
     const char* reason;
 };
 
 void requireHolds(const Dialect& dialect, const std::string& value)
 {
-    const auto values = [](const char* pattern) {
-        return QRegularExpression(QLatin1String(pattern), QRegularExpression::UseUnicodePropertiesOption);
-    };
     static const Refusal refusals[] = {
-        {"", values(R"(\r)"), "the value contains a carriage return, which may end a line"},
-        {"common, python", values(R"(^(?!\n)\s|\s\z)"), "the value starts or ends with white space, which is lost"},
-        {"desktop", values(R"(^([^\\]|\\[sntr;\\])*+\\)"),
-            "the value contains a '\\' that starts no escape; write '\\\\'"},
-        {"php", values(R"(\$\{)"), "the value contains a '${', which is replaced"},
-        {"common", values(R"(\\\z)"), backslashDoubt},
-        {"common", values(R"(^[#;]|(?s)\s.*[#;]|[#;].*\s)"), noteDoubt},
+        {"", R"(\r)", "the value contains a carriage return, which may end a line"},
+        {"common, python", R"((*UCP)^(?!\n)\s|\s\z)", "the value starts or ends with white space, which is lost"},
+        {"desktop", R"(^([^\\]|\\[sntr;\\])*+\\)", "the value contains a '\\' that starts no escape; write '\\\\'"},
+        {"php", R"(\$\{)", "the value contains a '${', which is replaced"},
+        {"common", R"(\\\z)", backslashDoubt},
+        {"common", R"(^[#;]|(?s)\s.*[#;]|[#;].*\s)", noteDoubt},
     };
     const QString text = QString::fromStdString(value);
     for (const Refusal& refusal : refusals) {
@@ -389,9 +383,9 @@ void requireAllowed(const Survey& found)
     const Request& request = found.request;
     if (dialect.has(NeedsHeader) && request.section.empty())
         throw Failure{Trouble, "this kind of file has no keys before the first header"};
-    if (found.sections.empty() && !Dialect::accepts(dialect.sections, request.section))
+    if (found.sections.empty() && !dialect.sections.match(QString::fromStdString(request.section)).hasMatch())
         throw Failure{Trouble, "the section " + request.section + " is not valid in this kind of file"};
-    if (found.matches.empty() && !Dialect::accepts(dialect.keys, *request.key))
+    if (found.matches.empty() && !dialect.keys.match(QString::fromStdString(*request.key)).hasMatch())
         throw Failure{Trouble, "the key " + *request.key + " is not valid in this kind of file"};
     if (!found.sections.empty())
         require(found.document, found.sections.back().doubt, Doubt::Lines);
@@ -515,9 +509,9 @@ std::string Document::set(const Request& request) const
     const Place place = dialect.has(FirstCounts) ? Place::First : Place::Last; // what counts
     const Entry& entry = found.match(place);
     require(*this, entry, Doubt::Value);
-    if (!entry.separator.empty() && entry.read(dialect) == *request.value)
-        return std::string(source);
-    return finished(found, {replacement(found, entry)}, place);
+    const bool isSame = !entry.separator.empty() && entry.read(dialect) == *request.value;
+    const Splice nothing = {endOf(entry.lines), "", entry.hash};
+    return finished(found, {isSame ? nothing : replacement(found, entry)}, place);
 }
 
 std::string Document::append(const Request& request) const

@@ -117,36 +117,23 @@ private:
         line.cut(size);
     }
 
-    std::size_t closingBracket(std::string_view text) const
-    {
-        if (m_dialect.has(LastBracket))
-            return text.rfind(']');
-        bool isQuoted = false;
-        for (std::size_t at = 0; at < text.size(); ++at) {
-            if (text[at] == ']' && !isQuoted)
-                return at;
-            isQuoted ^= m_dialect.has(Subsections) && text[at] == '"';
-            at += isQuoted && text[at] == '\\' ? 1 : 0;
-        }
-        return none;
-    }
-
     bool takeHeader(const Line& line, Entry& entry)
     {
-        const std::size_t close = line.startsWith("[") ? closingBracket(line.text) : none;
-        if (close == none || close == 1)
+        if (!line.startsWith("["))
             return false;
-        const std::string_view rest = trimmed(line.text.substr(close + 1));
-        if (m_dialect.has(NothingAfterHeader) && !rest.empty())
+        const QString text = QString::fromLatin1(line.text.data(), static_cast<qsizetype>(line.text.size()));
+        const auto size = static_cast<std::size_t>(m_dialect.header.match(text).capturedLength(1));
+        if (size == 0)
             return false;
         entry.kind = Entry::Header;
-        entry.name = line.text.substr(1, close - 1);
+        entry.name = line.text.substr(1, size);
+        const std::string_view rest = trimmed(line.text.substr(size + 2));
         if (m_dialect.has(KeysAfterHeader) && !rest.empty() && !contains(m_dialect.notes, rest.front()))
             m_next = span(rest, m_next);
         checkIndent(line, entry, none);
         if (!rest.empty() && !contains("#;", rest.front()) && contains(rest, '='))
             raise(entry, Doubt::Lines, headerDoubt);
-        if (line.text.rfind(']') != close)
+        if (line.text.rfind(']') != size + 1)
             raise(entry, Doubt::Lines, bracketDoubt);
         return true;
     }

@@ -26,6 +26,7 @@ constexpr char toLastBracket[] = R"(^\[(.+)\])";
 constexpr char wholeLine[] = R"(^\[(.+)\]\s*\z)";
 constexpr char subsection[] = R"re(^\[((?:[^\]"]|"(?:[^"\\]|\\.)*+")++)\])re"; // may contain any character
 
+constexpr char pythonKeys[] = R"((*UCP)^\S(.*\S)?\z)";
 constexpr unsigned pythonTraits =
     JoinsByIndentation | SkipsComments | BareKeys | NeedsHeader | NoRepeats | KeysIgnoreCase | CarriageReturnEndsLine;
 
@@ -40,22 +41,27 @@ const Dialect dialects[] = {
     {"store", "(?!)", toFirstBracket, ";", ";", "=", "", "", "", "", "", "k = v",
         NotesAnywhere | NotesTakeOneMore | FirstCounts | KeysIgnoreCase | SectionsIgnoreCase},
     {"desktop", desktopFiles, wholeLine, "#", "", "=", "", "", "", "", "", "k=v",
-        KeepsTrailingSpace | NeedsHeader | NoRepeats, R"(^[^[\]]+(\[[\w.@-]+\])?\z)", R"(^[^[\]\x01-\x1f\x7f]*\z)"},
+        KeepsTrailingSpace | NeedsHeader | NoRepeats, R"(^[^[\]]*[^[\] ](\[[\w.@-]+\])?\z)",
+        R"(^[^[\]\x01-\x1f\x7f]*\z)"},
     {"systemd", systemdFiles, wholeLine, "#;", "", "=", "", "", "", "", " ", "k=v",
-        JoinsByBackslash | SkipsComments | NeedsHeader | CarriageReturnEndsLine, R"(^[^[].*\z)"},
-    {"python", pythonFiles, toLastBracket, "#;", "", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
-    {"python", ansibleFiles, toLastBracket, "#;", ";", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
-    {"python", supervisorFiles, toLastBracket, "#;", "#;", "=:", "", "", "", "", "\n", "k = v", pythonTraits},
+        JoinsByBackslash | SkipsComments | NeedsHeader | CarriageReturnEndsLine, R"(^[^[\x{fffd}][^\x{fffd}]*\z)",
+        R"(^[^\x{fffd}]*\z)"},
+    {"python", pythonFiles, toLastBracket, "#;", "", "=:", "", "", "", "", "\n", "k = v", pythonTraits, pythonKeys},
+    {"python", ansibleFiles, toLastBracket, "#;", ";", "=:", "", "", "", "", "\n", "k = v", pythonTraits, pythonKeys},
+    {"python", supervisorFiles, toLastBracket, "#;", "#;", "=:", "", "", "", "", "\n", "k = v", pythonTraits,
+        pythonKeys},
     {"git", gitFiles, subsection, "#;", "#;", "=", "\"", "#;", "ntb\"\\", "\n\t\b\"\\", "", "\tk = v",
         NotesAnywhere | QuotesAnywhere | EscapesAnywhere | JoinsByBackslash | BareKeys | NeedsHeader | KeysIgnoreCase |
             SectionsIgnoreCase | Subsections | KeysAfterHeader,
         R"(^[A-Za-z][A-Za-z0-9-]*\z)", R"re(^[A-Za-z0-9.-]+(\s+"([^"\\]|\\.)*")?\z)re"},
-    {"mysql", mysqlFiles, toFirstBracket, "#;!", "#", "=", "\"'", "#\"'", "ntrbs\"'\\", "\n\t\r\b \"'\\", "", "k = v",
+    {"mysql", mysqlFiles, toFirstBracket, "#;!", "#", "=", "\"'", "#\"'\xa0", "ntrbs\"'\\", "\n\t\r\b \"'\\", "",
+        "k = v",
         NotesAnywhere | EscapesAnywhere | BareKeys | NeedsHeader | SectionsIgnoreCase | DashIsUnderscore |
-            TrimsSectionEnd},
-    {"php", phpFiles, toFirstBracket, ";", ";", "=", "\"'", "\"';=&|^~!(){}\n", "\"\\", "\"\\", "\n", "k = v",
+            TrimsSectionEnd,
+        R"(^[^[].*\z)"},
+    {"php", phpFiles, toFirstBracket, ";", ";", "=", "\"'", "\"';=&|^~!(){}$ \t\n", "\"\\", "\"\\", "\n", "k = v",
         NotesAnywhere | QuotesAnywhere | JoinsByQuote | LastSectionCounts | KeysAfterHeader | DropsSpaceByQuotes,
-        R"(^(?!(?i:null|yes|no|true|false|on|off|none)\z)[^[&|^$~(){}!"\t]+(\[[^["]*\])?\z)", R"(^[^"';\\$]*\z)"},
+        R"(^(?!(?i:null|yes|no|true|false|on|off|none)\z)[^[&|^$~(){}!"\t]+(\[[^[\]"]*\])?\z)", R"(^[^"';\\$\r]*\z)"},
 };
 
 std::string inLowerCase(std::string_view name)
@@ -70,8 +76,8 @@ std::string inLowerCase(std::string_view name)
 // An expression, such as E_ALL & ~E_NOTICE of PHP, loses its meaning between quotes.
 bool isExpression(std::string_view value)
 {
-    return value.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_ &|^~!()") == none &&
-           value.find_first_not_of(" &|^~!()") != none;
+    static const Pattern pattern(R"(^(?=.*(E_|[&|^]))(?<e>[~!]*(E_[A-Z_]+|\d+|\((?&e)\))( ?[&|^] ?(?&e))?)\z)");
+    return pattern.match(QString::fromUtf8(value.data(), static_cast<qsizetype>(value.size()))).hasMatch();
 }
 
 bool needsQuotes(std::string_view value, const Dialect& dialect)
@@ -139,6 +145,12 @@ std::string Dialect::keyId(std::string_view key) const
     return id;
 }
 
+bool Dialect::endsQuote(std::string_view text, std::size_t backslash) const
+{
+    const std::string_view next = text.substr(backslash + 1, 2);
+    return has(JoinsByQuote) && (next == "\"" || next == "\"\n");
+}
+
 std::string Dialect::decoded(std::string_view text) const
 {
     const bool isQuoted = text.size() > 1 && contains(quotes, text.front()) && text.front() == text.back();
@@ -147,7 +159,8 @@ std::string Dialect::decoded(std::string_view text) const
     std::string value;
     char quote = '\0';
     for (std::size_t at = 0; at < text.size(); ++at) {
-        const bool isEscape = text[at] == '\\' && at + 1 < text.size() && (has(EscapesAnywhere) || quote == '"');
+        const bool isEscape = text[at] == '\\' && at + 1 < text.size() &&
+                              (has(EscapesAnywhere) || (quote == '"' && !endsQuote(text, at)));
         const std::size_t letter = isEscape ? escapes.find(text[at + 1]) : none;
         const std::size_t next = text.find_first_not_of(blanks, at);
         if (letter != none) {

@@ -72,7 +72,7 @@ struct Dialect
     std::string_view notes;      ///< start a comment after a value
     std::string_view separators; ///< the first one ends the key
     std::string_view quotes;
-    std::string_view quoted;   ///< characters that need quotes
+    std::string_view quoted;   ///< bytes that need quotes
     std::string_view escapes;  ///< letters after a backslash
     std::string_view meanings; ///< ... and what they stand for
     std::string_view joint;    ///< stands between the lines of a value
@@ -90,6 +90,8 @@ struct Dialect
     std::string sectionId(std::string_view section) const;
     std::string keyId(std::string_view key) const;
 
+    /// Whether a backslash does not escape the quote behind it: for PHP, at the end of a line.
+    bool endsQuote(std::string_view text, std::size_t backslash) const;
     /// Returns what the owner reads: the text without quotes and escapes.
     std::string decoded(std::string_view text) const;
     /// Returns the text that the owner reads as `value`, if there is one. Each line break becomes `lineBreak`.

@@ -274,8 +274,10 @@ void requireHolds(const Dialect& dialect, const std::string& value)
 {
     static const Refusal refusals[] = {
         {"", R"(\r)", "the value contains a carriage return, which may end a line"},
-        {"common, python", R"((*UCP)^(?!\n)\s|\s\z)", "the value starts or ends with white space, which is lost"},
+        {"common, python", R"((*UCP)^(?!\n)[\s\x1c-\x1f]|[\s\x1c-\x1f]\z)",
+            "the value starts or ends with white space, which is lost"},
         {"desktop", R"(^([^\\]|\\[sntr;\\])*+\\)", "the value contains a '\\' that starts no escape; write '\\\\'"},
+        {"systemd", R"(\x{fffd})", "the value is not UTF-8"},
         {"php", R"(\$\{)", "the value contains a '${', which is replaced"},
         {"common", R"(\\\z)", backslashDoubt},
         {"common", R"(^[#;]|(?s)\s.*[#;]|[#;].*\s)", noteDoubt},
@@ -509,7 +511,9 @@ std::string Document::set(const Request& request) const
     const Place place = dialect.has(FirstCounts) ? Place::First : Place::Last; // what counts
     const Entry& entry = found.match(place);
     require(*this, entry, Doubt::Value);
-    const bool isSame = !entry.separator.empty() && entry.read(dialect) == *request.value;
+    const bool isSame = !entry.separator.empty() && entry.read(dialect) == *request.value &&
+                        (!dialect.has(JoinsByQuote) || // PHP reads a constant otherwise between quotes
+                            span(entry.value.front(), entry.value.back()) == dialect.encoded(*request.value, "\n"));
     const Splice nothing = {endOf(entry.lines), "", entry.hash};
     return finished(found, {isSame ? nothing : replacement(found, entry)}, place);
 }

@@ -42,9 +42,9 @@ struct Access
 /// | write, truncate and flush FILE; if that fails, restore it      | damaged | COPY                  |
 /// | remove COPY                                                    | new     |                       |
 ///
-/// The next edit removes a NEW that no process has locked. It removes a COPY with the bytes of FILE, and refuses to edit
-/// while there is another. The lock is flock() on FILE, or on its directory while FILE is missing. It ends with its
-/// process.
+/// The next edit removes a NEW that no process has locked. It removes a COPY with the bytes of FILE, and refuses to
+/// edit while there is another. The lock is flock() on FILE, or on its directory while FILE is missing. It ends with
+/// its process.
 void editFile(
     const std::string& name, const Access& access, const std::function<std::string(const std::string& bytes)>& edit);
 

@@ -149,7 +149,9 @@ private:
 
     void takeKey(const Line& line, Entry& entry)
     {
-        const std::string_view text = content(line.text, entry);
+        // For PHP, a quote in a key or in other text is none.
+        const std::size_t start = m_dialect.has(JoinsByQuote) ? line.text.find_first_of("=;") : 0;
+        const std::string_view text = content(line.text, entry, start);
         const std::size_t separator = text.find_first_of(m_dialect.separators);
         const bool isText = separator == 0 || (separator == none && !m_dialect.has(BareKeys));
         if (isText) {
@@ -174,17 +176,17 @@ private:
     }
 
     // Returns what counts of the text: all before a note. A quote may stay open.
-    std::string_view content(std::string_view text, Entry& entry)
+    std::string_view content(std::string_view text, Entry& entry, std::size_t start = 0)
     {
         const bool isPlain = m_dialect.notes.empty() && m_dialect.quotes.empty();
-        for (std::size_t at = isPlain ? text.size() : 0; at < text.size(); ++at) {
+        for (std::size_t at = isPlain ? text.size() : start; at < text.size(); ++at) {
             if (isNote(text, at)) {
                 entry.note = text.substr(at);
                 return text.substr(0, at);
             }
             const bool hasEscapes =
                 m_dialect.has(EscapesAnywhere) && (m_quote != '\0' || m_dialect.has(QuotesAnywhere));
-            if (text[at] == '\\' && (hasEscapes || m_quote == '"'))
+            if (text[at] == '\\' && (hasEscapes || m_quote == '"') && !m_dialect.endsQuote(text, at))
                 ++at;
             else if (m_quote != '\0' ? text[at] == m_quote : contains(m_dialect.quotes, text[at]))
                 m_quote = m_quote != '\0' ? '\0' : text[at];

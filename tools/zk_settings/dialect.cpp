@@ -20,11 +20,11 @@ constexpr char gitFiles[] =
 constexpr char mysqlFiles[] = R"((^|/)((?!openssl|texmf)[^/]*\.cnf|my\.ini)$)";
 constexpr char phpFiles[] = R"((^|/)(php[^/]*\.ini(-\w+)?|\.user\.ini|php-fpm\.conf)$|/php[^/]*/.*\.(ini|conf)$)";
 
-// The first bracket ends a header, or the last one; or there is nothing behind it.
+// A header ends with the first ']' or the last one; in some files nothing may follow, or part of the name is quoted.
 constexpr char toFirstBracket[] = R"(^\[([^\]]++)\])";
 constexpr char toLastBracket[] = R"(^\[(.+)\])";
 constexpr char wholeLine[] = R"(^\[(.+)\]\s*\z)";
-constexpr char subsection[] = R"re(^\[((?:[^\]"]|"(?:[^"\\]|\\.)*+")++)\])re"; // may contain any character
+constexpr char subsection[] = R"re(^\[((?:[^\]"]|"(?:[^"\\]|\\.)*+")++)\])re";
 
 constexpr char pythonKeys[] = R"((*UCP)^\S(.*\S)?\z)";
 constexpr unsigned pythonTraits =
@@ -166,12 +166,14 @@ std::string Dialect::decoded(std::string_view text) const
         if (letter != none) {
             value += meanings[letter];
             ++at;
-        } else if (has(QuotesAnywhere) && (quote != '\0' ? text[at] == quote : contains(quotes, text[at])))
+        } else if (has(QuotesAnywhere) && (quote != '\0' ? text[at] == quote : contains(quotes, text[at]))) {
             quote = quote != '\0' ? '\0' : text[at];
-        else if (has(DropsSpaceByQuotes) && quote == '\0' && next != at && (text[at - 1] == '"' || text[next] == '"'))
+        } else if (has(DropsSpaceByQuotes) && quote == '\0' && next != at &&
+                   (text[at - 1] == '"' || text[next] == '"')) {
             at = next - 1;
-        else
+        } else {
             value += text[at];
+        }
     }
     return value;
 }

@@ -131,8 +131,7 @@ public:
     Style style;                 ///< of the section
 
     const Entry& match(Place place) const { return place == Place::First ? matches.front() : matches.back(); }
-    /// Whether most headers but the first have a blank line before them or before their comment, and a new one has
-    /// none.
+    /// Whether most headers but the first have a blank line before them or before their comment, and the end has none.
     bool needsBlankLine() const { return m_balance > 0 && m_before != Entry::Blank; }
 
 private:
@@ -192,10 +191,13 @@ private:
         sections.back().lines = span(sections.back().lines, entry.lines);
         sections.back().hash += entry.hash;
         style.add(entry);
-        if (entry.kind != Entry::Blank)
+        const bool isBehindKey = entry.kind == Entry::Text && !m_isFree && entry.lines.data() == position.data();
+        if (entry.kind == Entry::Key || isBehindKey)
             position = endOf(entry.lines);
-        else if (m_isFree)
+        else if (entry.kind == Entry::Blank && m_isFree)
             position = entry.lines.substr(0, 0);
+        else
+            return;
         m_isFree = false;
     }
 
@@ -215,7 +217,7 @@ private:
     const std::string m_keyId;
     const bool m_everySection;
     bool m_isInside = false;
-    bool m_isFree = true; // the section has nothing but comments yet
+    bool m_isFree = true; // the section has neither a key nor a blank line yet
     Doubt m_doubt;        // of the header above
     int m_headers = 0;
     int m_balance = 0;                   // how many more headers have a blank line than have none
@@ -452,7 +454,7 @@ Splice replacement(const Survey& found, const Entry& entry)
 
 Document::Document(std::string_view all, const Dialect& kind)
     : source(all)
-    , bytes(all.substr(all.find(byteOrderMark) == 0 ? byteOrderMark.size() : 0))
+    , bytes(all.substr(all.substr(0, byteOrderMark.size()) == byteOrderMark ? byteOrderMark.size() : 0))
     , lineEnding(bytes.find("\r\n") < bytes.find('\n') ? "\r\n" : "\n")
     , dialect(kind)
 {

@@ -206,15 +206,16 @@ private:
     {
         for (;;) {
             const bool isOpen = staysOpen(line, entry);
-            const std::size_t size = entry.value.size();
             Line next(line.rest);
-            for (; isSkipped(next, isOpen) && !next.rest.empty(); next = Line(next.rest)) {
-                if (next.isBlank())
-                    entry.value.push_back(next.text);
-            }
+            while (isSkipped(next, isOpen) && !next.rest.empty())
+                next = Line(next.rest);
             const bool isEnd = line.rest.empty() || isSkipped(next, isOpen) || entry.doubt.level == Doubt::Lines;
             if (isEnd || !(isOpen || isIndented(next, entry)))
-                return entry.value.resize(size);
+                return;
+            for (Line skipped(line.rest); skipped.rest.size() > next.rest.size(); skipped = Line(skipped.rest)) {
+                if (skipped.isBlank())
+                    entry.value.push_back(skipped.text);
+            }
             const std::string_view text = content(isOpen ? next.bytes : next.text, entry);
             entry.value.push_back(text.substr(0, text.find_last_not_of(whiteSpace) + 1));
             m_next = next.rest;

@@ -92,18 +92,26 @@ bool isAtLineStart(std::string_view text, const Document& document)
     return text.data() == document.bytes.data() || *(text.data() - 1) == '\n';
 }
 
+/// What a survey keeps: the first and the last line of the sections that count, or all lines, or those of every section
+/// with the name.
+enum class Scope
+{
+    Ends,
+    EveryLine,
+    EverySection
+};
+
 /// What a document has of a section and a key.
 class Survey
 {
 public:
-    /// Finds only the sections that count, or every one with the name.
-    Survey(const Document& theDocument, const Request& theRequest, bool everySection = false)
+    Survey(const Document& theDocument, const Request& theRequest, Scope scope = Scope::Ends)
         : document(theDocument)
         , dialect(document.dialect)
         , request(theRequest)
         , m_sectionId(dialect.sectionId(request.section))
         , m_keyId(dialect.keyId(request.key.value_or("")))
-        , m_everySection(everySection)
+        , m_scope(scope)
     {
         Entry start;
         start.lines = document.bytes.substr(0, 0);
@@ -125,7 +133,7 @@ public:
     const Request& request;
     std::vector<Entry> sections; ///< with all their lines, but for a comment that belongs to the next header
     Entry header;                ///< of the last section
-    std::vector<Entry> matches;  ///< the lines of the key, or of all keys
+    std::vector<Entry> matches;  ///< lines of the key, or of all keys
     std::string_view position;   ///< of a new key
     std::size_t hash = 0;        ///< the sum over all entries of the document
     Style style;                 ///< of the section
@@ -157,13 +165,13 @@ private:
         const bool mayBeInside = m_isInside || m_doubt.level == Doubt::Lines;
         const bool wasInside = m_isInside;
         m_isInside = hasName(entry, m_sectionId, request.section) &&
-                     (m_everySection || !dialect.has(FirstCounts) || sections.empty());
+                     (m_scope == Scope::EverySection || !dialect.has(FirstCounts) || sections.empty());
         m_doubt = m_isInside || mayBeInside ? entry.doubt : Doubt();
         if (wasInside && m_doubt.level == Doubt::Lines)
             sections.back().doubt = m_doubt;
         if (!m_isInside)
             return;
-        if (!m_everySection && dialect.has(LastSectionCounts)) {
+        if (m_scope != Scope::EverySection && dialect.has(LastSectionCounts)) {
             matches.clear();
             style = {};
         }
@@ -181,6 +189,8 @@ private:
             return;
         if (m_doubt.level == Doubt::Lines)
             entry.doubt = m_doubt;
+        if (m_scope == Scope::Ends && matches.size() > 1)
+            matches.pop_back();
         matches.push_back(entry);
     }
 
@@ -215,7 +225,7 @@ private:
 
     const std::string m_sectionId;
     const std::string m_keyId;
-    const bool m_everySection;
+    const Scope m_scope;
     bool m_isInside = false;
     bool m_isFree = true; // the section has neither a key nor a blank line yet
     Doubt m_doubt;        // of the header above
@@ -346,12 +356,12 @@ std::string finished(const Survey& found, const std::vector<Splice>& splices, Pl
     }
     bytes.append(taken, endOf(found.document.source).data());
     const Document result(bytes, found.dialect);
-    const Survey after(result, found.request);
+    const bool isStore = found.dialect.has(NotesTakeOneMore) && found.request.key;
+    const Survey after(result, found.request, isStore ? Scope::EveryLine : Scope::Ends);
     if (place != Place::Nowhere)
         hash += writtenEntry(after, place).hash;
     if (place != Place::Nowhere && found.sections.empty())
         hash += after.header.hash;
-    const bool isStore = found.dialect.has(NotesTakeOneMore) && found.request.key;
     if (after.hash != hash || (isStore && valuesOf(result, after.matches) != storeValues(bytes, found.request)))
         throw Failure{Trouble, "the rest of the file would be read differently"};
     return bytes;
@@ -481,7 +491,7 @@ std::vector<std::string> Document::sections() const
 std::vector<std::string> Document::keys(const std::string& section) const
 {
     const Request request = {section};
-    const Survey found(*this, request);
+    const Survey found(*this, request, Scope::EveryLine);
     if (found.sections.empty())
         failAbsent(found);
     std::vector<std::string> names;
@@ -495,7 +505,7 @@ std::vector<std::string> Document::keys(const std::string& section) const
 
 std::vector<std::string> Document::values(const Request& request, bool all) const
 {
-    Survey found(*this, request);
+    Survey found(*this, request, all ? Scope::EveryLine : Scope::Ends);
     if (!all && !found.matches.empty())
         found.matches.erase(found.matches.begin(), found.matches.end() - 1);
     const bool isStore = dialect.has(NotesTakeOneMore);
@@ -532,7 +542,7 @@ std::string Document::prepend(const Request& request) const
 
 std::string Document::remove(const Request& request) const
 {
-    const Survey found(*this, request, true);
+    const Survey found(*this, request, Scope::EverySection);
     const bool isSection = !request.key && !request.section.empty();
     std::vector<Splice> splices;
     for (const Entry& entry : isSection ? found.sections : found.matches) {

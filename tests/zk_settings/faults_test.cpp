@@ -16,6 +16,7 @@
 #include <linux/fs.h>
 #include <optional>
 #include <sys/file.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <thread>
@@ -881,7 +882,7 @@ TEST_F(Chosen, write_in_place_without_room_for_a_copy_is_refused)
     const std::string before = fs::temp_directory_path();
     setenv("TMPDIR", "/dev/shm", 1);
     const auto chosen = folder.edit(fail("renameat2", ENOSPC));
-    unsetenv("TMPDIR");
+    setenv("TMPDIR", "", 1);
     const auto usual = folder.edit(fail("renameat2", ENOSPC));
     setenv("TMPDIR", before.c_str(), 1);
     EXPECT_EQ(chosen, "cannot save a copy in /dev/shm: No space left on device");
@@ -944,6 +945,20 @@ TEST_F(Chosen, file_that_is_replaced_while_it_is_locked_is_opened_again)
     });
     EXPECT_EQ(readFile(f), "new\n");
     EXPECT_FALSE(fs::exists(temporary));
+}
+
+TEST_F(Chosen, exchange_that_reports_an_error_may_be_done)
+{
+    const auto message = folder.edit([&](const SystemCall& call) {
+        if (call.name != "renameat2")
+            return 0;
+        for (const std::string& name : folder.names())
+            syscall(SYS_renameat2, AT_FDCWD, (folder.dir / name).c_str(), AT_FDCWD, f.c_str(), RENAME_EXCHANGE);
+        return EIO;
+    });
+    EXPECT_EQ(message, std::nullopt);
+    EXPECT_EQ(readFile(f), "k=2\n");
+    EXPECT_EQ(folder.names(), Names{"f"});
 }
 
 TEST_F(Chosen, temporary_file_of_a_running_edit_stays)

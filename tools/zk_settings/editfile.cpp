@@ -102,8 +102,9 @@ bool isUnchanged(const File& file, const std::string& name)
     if (file.access.lock && isWrittenElsewhere(file.number()))
         return false;
     struct stat named = {};
-    fstatat(file.folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW);
+    const bool isFound = fstatat(file.folder.number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0;
     const bool isExchanged = name != file.base;
+    check(isFound || errno == ENOENT || isExchanged, "open");
     const auto state = [isExchanged](const struct stat& s) {
         const timespec changed = isExchanged ? timespec{} : s.st_ctim;
         return std::make_tuple(s.st_dev, s.st_ino, s.st_mode, s.st_uid, s.st_gid, s.st_nlink, s.st_size,
@@ -112,7 +113,6 @@ bool isUnchanged(const File& file, const std::string& name)
     return state(named) == state(file.status);
 }
 
-// Refuses what is no regular file.
 void look(File& file)
 {
     struct statfs system = {};
@@ -163,8 +163,7 @@ bool lock(File& file)
     return isLocked;
 }
 
-// Whether it is the only name of what another edit has locked. That edit runs at the same time if another program has
-// replaced the file since it started.
+// Whether it is the only name of what another edit has locked: a program may have replaced the file during that edit.
 bool isInUse(const File& file, const std::string& fresh)
 {
     const Descriptor descriptor(openat(file.folder.number(), fresh.c_str(), O_RDONLY | existing));
@@ -184,6 +183,7 @@ bool isObsolete(const File& file, const std::string& copy)
     if (!hasBytes(file.folder, copy, file.bytes))
         throw Failure{Trouble, "cannot edit: an interrupted edit may have damaged it; copy " +
                                    (file.folder.path / copy).string() + " to it, or remove that file"};
+    check(fsync(file.number()) == 0, "flush to the disk"); // an edit may have been killed before
     return true;
 }
 
@@ -257,13 +257,15 @@ void replaceByRename(const File& file)
     flock(fresh.number(), LOCK_EX | LOCK_NB); // other edits leave it, and later wait until this one has ended
     copyStatus(file.number(), file.status, fresh.number());
     overwrite(fresh.number(), file.newBytes);
+    Failure failure = {Trouble, ""};
     for (const bool isExchange : {true, false}) { // not every file system can exchange names
         if (!isUnchanged(file, file.base))
             throw Failure{Trouble, changed};
-        if (fresh.renameTo(file.base, isExchange ? RENAME_EXCHANGE : 0))
+        const bool isDone = fresh.renameTo(file.base, isExchange ? RENAME_EXCHANGE : 0);
+        failure = systemFailure("replace");
+        if (isDone || hasBytes(file.folder, file.base, file.newBytes)) // a server may have done it all the same
             return finish(file, fresh, isExchange);
     }
-    const Failure failure = systemFailure("replace");
     if (hasBytes(file.folder, file.base, file.bytes))
         throw failure;
     throw Failure{Trouble, failure.text + "; its new contents are in " + fresh.keep(".new")};
@@ -282,34 +284,37 @@ std::unique_ptr<NewFile> save(const Folder& folder, const File& file)
 
 void overwriteOrRestore(const File& file, int target, NewFile& copy)
 {
+    copy.isKept = true; // whatever fails, if only the memory
     try {
         overwrite(target, file.newBytes);
     } catch (Failure& failure) {
         try {
             if (!hasBytes(file.folder, file.base, file.bytes))
                 overwrite(target, file.bytes);
+            copy.isKept = false;
         } catch (const Failure&) {
-            failure.text += "; it is damaged, and its new contents are in " + copy.keep("");
+            failure.text += "; it is damaged, and its new contents are in " + (copy.folder.path / copy.name).string();
         }
         throw;
     }
+    copy.isKept = false;
 }
 
 void writeInPlace(const File& file)
 {
     Folder spare;
-    spare.open(qEnvironmentVariable("TMPDIR", QStringLiteral("/var/tmp")).toStdString()); // /var/tmp survives a restart
     std::unique_ptr<NewFile> copy;
     try {
         copy = save(file.folder, file);
     } catch (const Failure&) {
+        const QByteArray temporary = qgetenv("TMPDIR");
+        spare.open(temporary.isEmpty() ? "/var/tmp" : temporary.constData()); // /var/tmp survives a restart
         copy = save(spare, file);
     }
-    if (file.access.lock && isWrittenElsewhere(file.number()))
-        throw Failure{Trouble, changed};
+    const bool isWritten = file.access.lock && isWrittenElsewhere(file.number());
     const Descriptor target(openat(file.folder.number(), file.base.c_str(), O_RDWR | existing));
     check(target.isOpen(), "write");
-    if (readAll(target.number()) != file.bytes)
+    if (isWritten || readAll(target.number()) != file.bytes)
         throw Failure{Trouble, changed};
     overwriteOrRestore(file, target.number(), *copy);
 }

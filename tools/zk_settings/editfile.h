@@ -13,8 +13,7 @@ struct Access
 };
 
 /// Locks a regular file, reads it, and replaces it as a whole if `edit` returns other bytes. From then on the process
-/// ignores SIGHUP, SIGINT, SIGQUIT and SIGTERM, so that it ends with the status of the edit. Throws Failure on an
-/// error; the old contents stay unless it says otherwise.
+/// ignores SIGHUP, SIGINT, SIGQUIT and SIGTERM. Throws Failure; the old contents stay unless it says otherwise.
 ///
 /// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its directory. A step that
 /// fails leaves what the step before left, and no NEW.
@@ -31,9 +30,9 @@ struct Access
 /// file system cannot exchange names, NEW is renamed over FILE. If that fails, and the old bytes cannot be read from
 /// FILE any more, NEW becomes a COPY, as below. To create FILE, NEW is renamed or linked to it.
 ///
-/// A file is written in place if it has several hard links, if its directory or owner allows no new file, or if it is
-/// on SMB: the server removes a file that is renamed over while a program has it open. COPY is NEW with the ending
-/// `.new`. It is in $TMPDIR or /var/tmp if the directory has no room for it:
+/// A file is written in place if it has several hard links, if its directory, mount or owner allows no new file, or on
+/// SMB: the server removes a file that is renamed over while a program has it open. COPY is NEW with the ending `.new`.
+/// It is in $TMPDIR or /var/tmp if the directory does not allow it; then no edit looks for it:
 ///
 /// | step                                                           | at FILE | if killed, beside it  |
 /// |----------------------------------------------------------------|---------|-----------------------|
@@ -42,9 +41,8 @@ struct Access
 /// | write, truncate and flush FILE; if that fails, restore it      | damaged | COPY                  |
 /// | remove COPY                                                    | new     |                       |
 ///
-/// The next edit removes a NEW that no process has locked. It removes a COPY with the bytes of FILE, and refuses to
-/// edit while there is another. The lock is flock() on FILE, or on its directory while FILE is missing. It ends with
-/// its process.
+/// The next edit removes from the directory each NEW that no process has locked, and a COPY with the bytes of FILE. It
+/// refuses to edit while there is another COPY. The lock is flock() on FILE, or on its directory while it is missing.
 void editFile(
     const std::string& name, const Access& access, const std::function<std::string(const std::string& bytes)>& edit);
 

@@ -908,6 +908,12 @@ TEST(Dialects, of_python_with_notes)
         "[a]\nk = v\n; c ; d\nm = 1\n");
 }
 
+TEST(Dialects, keep_a_comment_between_the_lines_of_a_value_at_the_end_of_a_file)
+{
+    const Dialect& supervisor = *Dialect::find({}, "/etc/supervisord.conf");
+    EXPECT_EQ(edited(supervisor, "[a]\nk = ; c\n  b", {"set", "a", "k", "v"}), "[a]\nk = v\n; c");
+}
+
 // Quadratic time would take minutes.
 TEST(Dialects, read_long_values_and_many_blank_lines_in_linear_time)
 {
@@ -918,6 +924,8 @@ TEST(Dialects, read_long_values_and_many_blank_lines_in_linear_time)
     for (int i = 0; i < 500000; ++i)
         value += "x\n";
     EXPECT_EQ(edited(*Dialect::find("php", {}), "k=" + value + "\"\nm=1\n", {"get", "", "m"}), "1\n");
+    const std::string wide = 'a' + std::string(1000000, ' ') + "b\n";
+    EXPECT_EQ(edited(*Dialect::find("php", {}), "k=" + wide, {"get", "", "k"}), wide);
 }
 
 } // namespace

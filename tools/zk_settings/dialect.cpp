@@ -162,14 +162,15 @@ std::string Dialect::decoded(std::string_view text) const
         const bool isEscape = text[at] == '\\' && at + 1 < text.size() &&
                               (has(EscapesAnywhere) || (quote == '"' && !endsQuote(text, at)));
         const std::size_t letter = isEscape ? escapes.find(text[at + 1]) : none;
-        const std::size_t next = text.find_first_not_of(blanks, at);
         if (letter != none) {
             value += meanings[letter];
             ++at;
         } else if (has(QuotesAnywhere) && (quote != '\0' ? text[at] == quote : contains(quotes, text[at]))) {
             quote = quote != '\0' ? '\0' : text[at];
-        } else if (has(DropsSpaceByQuotes) && quote == '\0' && next != at &&
-                   (text[at - 1] == '"' || text[next] == '"')) {
+        } else if (has(DropsSpaceByQuotes) && quote == '\0' && contains(blanks, text[at])) {
+            const std::size_t next = std::min(text.find_first_not_of(blanks, at), text.size());
+            if (at == 0 || (text[at - 1] != '"' && text.substr(next, 1) != "\""))
+                value += text.substr(at, next - at);
             at = next - 1;
         } else {
             value += text[at];

@@ -446,7 +446,8 @@ Splice replacement(const Survey& found, const Entry& entry)
     std::string_view old = span(endOf(entry.name), entry.value.back());
     if (found.dialect.has(Cautious)) // for GKeyFile the white space at the end belongs to the value
         old = span(old, withoutLineEnding(entry.lines));
-    const bool isBesideNote = !entry.note.empty() && !contains(whiteSpace, *endOf(old).data());
+    const bool isBesideNote =
+        !entry.note.empty() && entry.note.data() >= endOf(old).data() && !contains(whiteSpace, *endOf(old).data());
     if (isBesideNote && (isEmpty || found.dialect.has(NotesTakeOneMore))) {
         old = span(old, entry.note.substr(0, 0));
         text += ' ';

@@ -270,7 +270,8 @@ TEST_F(Files, lose_the_temporary_file_of_a_killed_edit)
 {
     writeFile(dir / ".f.zk_settings-0123456789abcdef", "half");
     const Names others = {".f.zk_settings-0123456789abcde", ".f.zk_settings-0123456789abcdef.old",
-        ".g.zk_settings-0123456789abcdef", ".g.zk_settings-0123456789abcdef.new", "f"};
+        ".g.zk_settings-0123456789abcdef", ".g.zk_settings-0123456789abcdef.new", "a.f.zk_settings-0123456789abcde",
+        "f"};
     for (const std::string& name : others)
         writeFile(dir / name, "k=1\n");
     EXPECT_EQ(set().err, "");

@@ -124,7 +124,7 @@ races() {
 
 kills() {
     for kill in {1..20}; do
-        zk set f '' k "$kill" & sleep "0.0$((RANDOM % 90 + 10))"; kill -9 $! 2>/dev/null; wait $!
+        "$program" set f '' k "$kill" & sleep "0.0$((RANDOM % 90 + 10))"; kill -9 $! 2>/dev/null; wait $!
         [[ $(zk get f '' k 2>&1) =~ ^($kill|$((kill - 1)))$ ]] || echo "damaged: $(head -c 99 f)"
         zk set f '' k "$kill" || echo 'no edit'
     done 2>&1 | grep -v Killed

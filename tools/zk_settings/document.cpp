@@ -92,13 +92,12 @@ bool isAtLineStart(std::string_view text, const Document& document)
     return text.data() == document.bytes.data() || *(text.data() - 1) == '\n';
 }
 
-/// What a survey keeps: the first and the last line of the sections that count, or all lines, or those of every section
-/// with the name.
+/// Which lines of the key a survey keeps.
 enum class Scope
 {
-    Ends,
-    EveryLine,
-    EverySection
+    Ends,        ///< the first and the last one in the sections that count
+    EveryLine,   ///< every one there
+    EverySection ///< every one in all sections with the name
 };
 
 /// What a document has of a section and a key.

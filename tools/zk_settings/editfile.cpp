@@ -67,7 +67,7 @@ struct NewFile : Descriptor
     {
         return renameat2(folder.number(), name.c_str(), folder.number(), target.c_str(), flags) == 0;
     }
-    // Returns its path, with an ending for which the next edit does not remove it.
+    // Adds the ending to the name, so that the next edit leaves the file. Returns its path.
     std::string keep(const char* ending)
     {
         isKept = true;
@@ -257,7 +257,7 @@ void replaceByRename(const File& file)
     flock(fresh.number(), LOCK_EX | LOCK_NB); // other edits leave it, and later wait until this one has ended
     copyStatus(file.number(), file.status, fresh.number());
     overwrite(fresh.number(), file.newBytes);
-    Failure failure = {Trouble, ""};
+    Failure failure = {Trouble, {}};
     for (const bool isExchange : {true, false}) { // not every file system can exchange names
         if (!isUnchanged(file, file.base))
             throw Failure{Trouble, changed};
@@ -284,7 +284,7 @@ std::unique_ptr<NewFile> save(const Folder& folder, const File& file)
 
 void overwriteOrRestore(const File& file, int target, NewFile& copy)
 {
-    copy.isKept = true; // whatever fails, if only the memory
+    copy.isKept = true; // also if memory runs out
     try {
         overwrite(target, file.newBytes);
     } catch (Failure& failure) {

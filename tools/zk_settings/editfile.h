@@ -12,8 +12,8 @@ struct Access
     bool lock = true;              ///< false: for a file system without locks
 };
 
-/// Locks a regular file, reads it, and replaces it as a whole if `edit` returns other bytes. From then on the process
-/// ignores SIGHUP, SIGINT, SIGQUIT and SIGTERM. Throws Failure; the old contents stay unless it says otherwise.
+/// Locks a regular file, reads it, and replaces it as a whole if `edit` returns other bytes. Once it writes, it ignores
+/// SIGHUP, SIGINT, SIGQUIT and SIGTERM. Throws Failure; the old contents stay unless it says otherwise.
 ///
 /// FILE is the file, or the target of a symbolic link. NEW is `.NAME.zk_settings-RANDOM` in its directory. A step that
 /// fails leaves what the step before left, and no NEW.
@@ -21,7 +21,7 @@ struct Access
 /// | step                                                           | at FILE | if killed, beside it  |
 /// |----------------------------------------------------------------|---------|-----------------------|
 /// | open FILE; lock it; read it; remove what a killed edit left    | old     |                       |
-/// | create NEW; copy owner, attributes and mode; write; flush      | old     | NEW, maybe incomplete |
+/// | create and lock NEW; copy the status; write; flush             | old     | NEW, maybe incomplete |
 /// | check that FILE has not changed; exchange NEW and FILE         | new     | the old file, as NEW  |
 /// | flush the directory                                            | new     | the old file, as NEW  |
 /// | if the old file has changed, exchange back, flush; remove NEW  | new/old | NEW, old or new       |
@@ -42,7 +42,7 @@ struct Access
 /// | remove COPY                                                    | new     |                       |
 ///
 /// The next edit removes from the directory each NEW that no process has locked, and a COPY with the bytes of FILE. It
-/// refuses to edit while there is another COPY. The lock is flock() on FILE, or on its directory while it is missing.
+/// refuses to edit while there is another COPY. The lock is flock() on FILE, or on its directory if FILE is missing.
 void editFile(
     const std::string& name, const Access& access, const std::function<std::string(const std::string& bytes)>& edit);
 
